@@ -1,0 +1,21 @@
+# Installs the library, its headers, the tool, the CMake package (target vu::vu) and vu.pc. Nothing
+# installed names the prefix that it was built for: the tree may be moved.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vu)
+install(TARGETS vu EXPORT vuTargets)
+install(TARGETS vu_tool)
+install(DIRECTORY include/vu ${PROJECT_BINARY_DIR}/include/vu
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(EXPORT vuTargets NAMESPACE vu:: DESTINATION ${package_dir})
+
+configure_package_config_file(cmake/vuConfig.cmake.in vuConfig.cmake
+                              INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(vuConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/vuConfig.cmake ${PROJECT_BINARY_DIR}/vuConfigVersion.cmake
+        DESTINATION ${package_dir})
+
+# pkg-config finds the prefix from where vu.pc stands.
+file(RELATIVE_PATH VU_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/vu.pc.in vu.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vu.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

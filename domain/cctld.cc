@@ -1,0 +1,230 @@
+// The table of domain suffixes: loading it, and the one algorithm behind all its look-ups.
+
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+#include "domain/definition_file.h"
+#include "domain/host.h"
+#include "domain/suffix_tree.h"
+#include "vu/domain.h"
+#include "vu/pattern.h"
+
+using vu::detail::DefinitionFile;
+using vu::detail::HostScan;
+using vu::detail::LabelsFromRight;
+using vu::detail::SuffixTree;
+
+namespace {
+
+/// Where in a host its registered domain begins, or why there is none.
+struct Cut {
+  vu_status status;
+  const char* start;
+};
+
+constexpr Cut kTooShort{VU_COUNTRY_CODE_TOO_SHORT, nullptr};
+constexpr Cut kPureDomain{VU_COUNTRY_CODE_PURE_DOMAIN, nullptr};
+
+/// The label in front of the shortest listed suffix of two labels or more, among the last
+/// `maxLabels` labels of the host; the last two labels where none is listed.
+Cut cutShortest(const SuffixTree& tree, int maxLabels, std::string_view host) noexcept {
+  LabelsFromRight labels(host);
+  std::string_view label;
+  labels.next(label);
+  SuffixTree::Node node = tree.child(SuffixTree::kRoot, label);
+  if (!labels.next(label)) return kTooShort;
+  const Cut lastTwo{VU_SUCCESS, label.data()};
+  for (int kept = 2; node != SuffixTree::kNone; ++kept) {
+    node = tree.child(node, label);
+    if (node == SuffixTree::kNone) break;
+    const bool listed = (tree.listings(node) & vu::detail::kSuffix) != 0;
+    const bool another = kept < maxLabels && labels.next(label);
+    if (listed) return another ? Cut{VU_SUCCESS, label.data()} : kPureDomain;
+    if (!another) break;
+  }
+  return lastTwo;
+}
+
+/// The label in front of the public suffix, which is the longest matching rule, or what an
+/// exception leaves of it, or the last label where no rule matches.
+Cut cutPublicSuffix(const SuffixTree& tree, std::string_view host) noexcept {
+  LabelsFromRight labels(host);
+  std::string_view label;
+  SuffixTree::Node node = SuffixTree::kRoot;
+  bool onTree = true;            // rules may go on to the left
+  bool wildcard = false;         // the next label belongs to the suffix whatever it is
+  std::size_t count = 0;         // labels seen
+  std::size_t suffixLabels = 1;  // of the longest rule so far
+  const char* domain = nullptr;  // the label in front of that rule, once seen
+  while (labels.next(label)) {
+    ++count;
+    if (wildcard) {
+      suffixLabels = count;
+      domain = nullptr;
+    } else if (count == suffixLabels + 1) {
+      domain = label.data();
+    }
+    unsigned listings = 0;
+    if (onTree) {
+      node = tree.childIgnoringCase(node, label);
+      onTree = node != SuffixTree::kNone;
+      if (onTree) listings = tree.listings(node);
+    }
+    if ((listings & vu::detail::kException) != 0) return {VU_SUCCESS, label.data()};
+    if ((listings & vu::detail::kRule) != 0) {
+      suffixLabels = count;
+      domain = nullptr;
+    }
+    wildcard = (listings & vu::detail::kWildcard) != 0;
+    if (!onTree && domain != nullptr) break;
+  }
+  if (count == 1) return kTooShort;
+  return domain != nullptr ? Cut{VU_SUCCESS, domain} : kPureDomain;
+}
+
+/// Throws what a refusal by `lookup` says; `text` is the URL from its host on.
+[[noreturn]] void refuse(vu_status status, const char* text) {
+  switch (status) {
+    case VU_COUNTRY_CODE_NOT_A_DOMAIN:
+      throw vu_exception(std::string("vu_cctld::lookup: Not a URL domain name ") + text);
+    case VU_COUNTRY_CODE_TOO_SHORT:
+      throw vu_exception(std::string("Ill-formed domain name [") + text + "] - record too short 1");
+    case VU_COUNTRY_CODE_PURE_DOMAIN:
+      throw vu_exception(std::string("Ill-formed domain name [") + text + "] - Pure domain record");
+    default:
+      throw vu_exception("Top Level Domain lookup error : Empty URL");
+  }
+}
+
+/// What both forms of `lookup` begin with.
+vu_domain classifyOrThrow(const vu_cctld& table, const char* url, unsigned int& ipAddress) {
+  const vu_domain found =
+      table.classify(url != nullptr ? std::string_view(url) : std::string_view());
+  ipAddress = found.ipAddress;
+  if (found.status != VU_SUCCESS) refuse(found.status, found.host.data());
+  return found;
+}
+
+/// Adds the records of a definition file. Those in front of a bad one stay when this throws.
+int load(const char* path, std::set<std::string>& suffixes, SuffixTree& tree, int& maxLabels) {
+  DefinitionFile file(path);
+  if (!file.isOpen()) {
+    throw vu_exception(std::string("Top level domain definition file [") +
+                       (path != nullptr ? path : "NULL") +
+                       "] open error : " + std::strerror(errno));
+  }
+  int count = 0;
+  while (!file.atEnd()) {
+    if (!file.read()) {
+      throw vu_exception("Top level domain : Read Error at [" + val2str(count + 1) + "]-th record");
+    }
+    // Files are usually in order: the hint then spares the search for the place.
+    const auto place = suffixes.emplace_hint(suffixes.end(), file.token());
+    if (suffixes.size() > static_cast<std::size_t>(count)) {
+      try {
+        tree.insert(*place);
+      } catch (...) {
+        suffixes.erase(place);
+        throw;
+      }
+      ++count;
+    }
+    if (file.labels() > maxLabels) maxLabels = file.labels();
+  }
+  return count;
+}
+
+}  // namespace
+
+vu_cctld::vu_cctld(const char* tldFile, const char* defaultDomain)
+    : tree_(std::make_unique<SuffixTree>()) {
+  if (tldFile != nullptr) {
+    try {
+      initSet(tldFile);
+    } catch (...) {
+      // A daemon starts without its table too: the object keeps what was read.
+    }
+  }
+  if (defaultDomain != nullptr) defaultDomain_ = defaultDomain;
+  labelRegex_ = std::make_unique<vu_pcre>("([a-z0-9][-_a-z0-9]*)", 2, 1);
+}
+
+vu_cctld::~vu_cctld() = default;
+
+int vu_cctld::initSet(const char* path) {
+  SuffixTree empty;
+  tldSet_.clear();
+  *tree_ = std::move(empty);
+  return load(path, tldSet_, *tree_, maxLabels_);
+}
+
+int vu_cctld::reload(const char* path) {
+  std::set<std::string> suffixes;
+  auto tree = std::make_unique<SuffixTree>();
+  int maxLabels = maxLabels_;
+  const int count = load(path, suffixes, *tree, maxLabels);
+  tldSet_.swap(suffixes);
+  tree_.swap(tree);
+  maxLabels_ = maxLabels;
+  return count;
+}
+
+vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
+  vu_domain result{VU_SUCCESS, {}, {}, 0, false};
+  if (url.data() == nullptr) {
+    result.status = VU_COUNTRY_CODE_EMPTY_URL;
+    return result;
+  }
+  const std::string_view host = result.host = vu::detail::cutHost(url);
+  const HostScan scan = vu::detail::scanHost(host);
+  Cut cut{VU_SUCCESS, host.data()};
+  if (scan.kind == HostScan::malformed || host.size() > std::numeric_limits<int>::max()) {
+    cut = {VU_COUNTRY_CODE_NOT_A_DOMAIN, nullptr};
+    result.ipAddress = scan.ipAddress;
+  } else if (scan.kind == HostScan::address) {
+    result.isAddress = true;
+    result.ipAddress = scan.ipAddress;
+  } else if (scan.kind == HostScan::name) {
+    cut = match == vu_match::shortest ? cutShortest(*tree_, maxLabels_, host)
+                                      : cutPublicSuffix(*tree_, host);
+    if (cut.status == VU_COUNTRY_CODE_TOO_SHORT && !defaultDomain_.empty()) cut.status = VU_SUCCESS;
+  }
+  result.status = cut.status;
+  if (cut.start != nullptr) {
+    result.domain = host.substr(static_cast<std::size_t>(cut.start - host.data()));
+    if (!host.empty() && host.back() == '.') result.domain.remove_suffix(1);
+  }
+  return result;
+}
+
+const char* vu_cctld::lookup(const char* url, int& domainLength, unsigned int& ipAddress,
+                             int& reserved) const {
+  domainLength = 0;
+  ipAddress = 0;
+  reserved = 0;
+  const vu_domain found = classifyOrThrow(*this, url, ipAddress);
+  const char* const start = found.domain.data();
+  const char* const hostStart = found.host.data();
+  const char* const hostEnd = hostStart + found.host.size();
+  domainLength = static_cast<int>(hostEnd - (start != nullptr ? start : hostStart));
+  return start;
+}
+
+int vu_cctld::lookup(const char* url, std::string& domain, unsigned int& ipAddress) const {
+  const vu_domain found = classifyOrThrow(*this, url, ipAddress);
+  if (!found.host.empty() && found.domain.data() != nullptr) {
+    domain = found.domain;
+    return 0;
+  }
+  if (defaultDomain_.empty()) throw vu_exception("Internal lookup return NULL");
+  std::string completed(found.host);
+  completed += '.';
+  completed += defaultDomain_;
+  domain = std::move(completed);
+  return 0;
+}
+
+int vu_cctld::suffixCount() const noexcept { return static_cast<int>(tldSet_.size()); }
+int vu_cctld::maxLabels() const noexcept { return maxLabels_; }
+const std::string& vu_cctld::defaultDomain() const noexcept { return defaultDomain_; }

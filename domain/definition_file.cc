@@ -1,0 +1,83 @@
+#include "domain/definition_file.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "vu/foundation.h"
+
+namespace vu::detail {
+namespace {
+
+bool isDigit(int c) { return c >= '0' && c <= '9'; }
+bool isSpace(int c) { return c >= 0 && vu::detail::isSpace(static_cast<char>(c)); }
+
+}  // namespace
+
+DefinitionFile::DefinitionFile(const char* path) {
+  if (path == nullptr) {
+    errno = EFAULT;
+    return;
+  }
+  file_.reset(std::fopen(path, "r"));
+}
+
+/// The next byte, or -1 at the end of the file and after an error.
+int DefinitionFile::peek() {
+  if (at_ == size_) {
+    if (atEnd_ || failed_) return -1;
+    at_ = 0;
+    size_ = std::fread(block_.data(), 1, block_.size(), file_.get());
+    failed_ = size_ < block_.size() && std::ferror(file_.get()) != 0;
+    if (size_ == 0) {
+      atEnd_ = !failed_;
+      return -1;
+    }
+  }
+  return static_cast<unsigned char>(block_[at_]);
+}
+
+void DefinitionFile::advance() {
+  if (block_[at_] == '\n') ++currentLine_;
+  ++at_;
+}
+
+void DefinitionFile::skipSpace() {
+  while (isSpace(peek())) advance();
+}
+
+bool DefinitionFile::read() {
+  skipSpace();
+  line_ = currentLine_;
+  if (!readToken()) return false;
+  skipSpace();
+  if (!readLabels()) return false;
+  skipSpace();
+  return true;
+}
+
+bool DefinitionFile::readToken() {
+  std::size_t length = 0;
+  for (int c = peek(); c >= 0 && !isSpace(c); c = peek()) {
+    if (length == token_.size()) return false;
+    token_[length++] = static_cast<char>(c);
+    advance();
+  }
+  length_ = static_cast<std::size_t>(std::find(token_.begin(), token_.begin() + length, '\0') -
+                                     token_.begin());
+  return length > 0;
+}
+
+/// A decimal number: held within 32 bits as it is read, then cut to 16.
+bool DefinitionFile::readLabels() {
+  const bool negative = peek() == '-';
+  if (negative || peek() == '+') advance();
+  if (!isDigit(peek())) return false;
+  constexpr std::int64_t most = std::int64_t{1} << 31;
+  std::int64_t value = 0;
+  for (; isDigit(peek()); advance()) value = std::min(value * 10 + (peek() - '0'), most);
+  value = negative ? -value : std::min(value, most - 1);
+  labels_ = static_cast<std::int16_t>(value & 0xFFFF);
+  return true;
+}
+
+}  // namespace vu::detail

@@ -1,0 +1,63 @@
+// Reading the records of a top-level-domain definition file.
+
+#ifndef VU_DOMAIN_DEFINITION_FILE_H_
+#define VU_DOMAIN_DEFINITION_FILE_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+
+namespace vu::detail {
+
+/// Reads records as `fscanf(file, "%s %hd\n", …)` does in the classic locale, but bounded: a token
+/// of more than 1023 bytes is a bad record. Like a C string, a token ends at a NUL inside it.
+class DefinitionFile {
+ public:
+  /// Opens `path` for reading. `isOpen` tells whether that worked, with errno set if not; a null
+  /// path is a bad address.
+  explicit DefinitionFile(const char* path);
+
+  bool isOpen() const { return file_ != nullptr; }
+
+  /// Whether the end of the file has been met. Not so before the first `read`, nor after an error.
+  bool atEnd() const { return atEnd_; }
+
+  /// Reads the next record with the white space behind it; false when there is no whole one.
+  bool read();
+
+  // The last record.
+  std::string_view token() const { return {token_.data(), length_}; }
+  std::int16_t labels() const { return labels_; }
+  /// The line, counted from 1, where it begins, or where one was looked for.
+  long line() const { return line_; }
+
+ private:
+  struct Close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  int peek();
+  void advance();
+  void skipSpace();
+  bool readToken();
+  bool readLabels();
+
+  std::unique_ptr<std::FILE, Close> file_;
+  std::array<char, 65536> block_;
+  std::size_t at_ = 0;
+  std::size_t size_ = 0;
+  bool atEnd_ = false;
+  bool failed_ = false;
+  std::array<char, 1023> token_;
+  std::size_t length_ = 0;
+  std::int16_t labels_ = 0;
+  long currentLine_ = 1;
+  long line_ = 1;
+};
+
+}  // namespace vu::detail
+
+#endif  // VU_DOMAIN_DEFINITION_FILE_H_

@@ -1,0 +1,75 @@
+// The suffixes of a table, arranged for look-ups.
+//
+// A tree of labels read from the right: below the root stand the top levels, below "uk" stands
+// "co". A host is walked down label by label until no listed suffix goes on that way, so the cost
+// of a look-up depends on the host's labels and on no number in the table.
+//
+// Invariants: node 0 is the root, every other node comes after its parent, and slots_ finds a node
+// by its parent and label; it is a power of two in size and at most half full.
+// Threads: const members may run in any number of threads at once.
+
+#ifndef VU_DOMAIN_SUFFIX_TREE_H_
+#define VU_DOMAIN_SUFFIX_TREE_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vu::detail {
+
+/// What is listed at a node, as bits.
+enum SuffixListing : std::uint8_t {
+  kSuffix = 1,     ///< a suffix, spelled exactly like this
+  kRule = 2,       ///< a suffix in any letter case; the node's spelling is lower case
+  kWildcard = 4,   ///< "*." in front of it
+  kException = 8,  ///< "!" in front of it
+};
+
+class SuffixTree {
+ public:
+  using Node = std::uint32_t;
+  static constexpr Node kRoot = 0;
+  static constexpr Node kNone = 0;  ///< Nothing has the root for a child.
+
+  SuffixTree();
+
+  /// Lists a token of a definition file. One that no host can end in leaves no trace. Throws only
+  /// when memory runs out; nothing more is listed then.
+  void insert(std::string_view token);
+
+  /// The child of `parent` with this label, or kNone.
+  Node child(Node parent, std::string_view label) const noexcept;
+  /// The same for the label in lower case.
+  Node childIgnoringCase(Node parent, std::string_view label) const noexcept;
+
+  /// What is listed at `node`: SuffixListing bits.
+  unsigned listings(Node node) const noexcept { return nodes_[node].listings; }
+
+ private:
+  struct Entry {
+    Node parent;
+    std::uint32_t text;  ///< Where in texts_ its label begins.
+    std::uint16_t length;
+    std::uint8_t listings;
+  };
+  struct Slot {
+    std::uint32_t hash;
+    Node node;  ///< kNone: the slot is free.
+  };
+
+  Node nodeFor(std::string_view name);
+  void list(Node node, SuffixListing listing) noexcept;
+  Node addChild(Node parent, std::string_view label);
+  void growSlots();
+  std::string_view labelOf(Node node) const noexcept;
+  Slot* freeSlot(std::uint32_t hash) noexcept;
+
+  std::vector<Entry> nodes_;
+  std::vector<Slot> slots_;
+  std::string texts_;
+};
+
+}  // namespace vu::detail
+
+#endif  // VU_DOMAIN_SUFFIX_TREE_H_

@@ -1,0 +1,74 @@
+// White space, hexadecimal text, time differences, digit counts.
+
+#include <array>
+#include <charconv>
+#include <cstddef>
+
+#include "vu/foundation.h"
+
+namespace {
+
+/// The difference of two time stamps whose fraction counts `perSecond` units.
+struct Difference {
+  std::int64_t seconds;
+  std::int64_t fraction;
+};
+
+Difference difference(std::int64_t seconds, std::int64_t fraction, std::int64_t perSecond) {
+  if (fraction < 0) {
+    fraction += perSecond;
+    --seconds;
+  }
+  return {seconds < 0 ? 0 : seconds, fraction};
+}
+
+}  // namespace
+
+void skipSpace(const char** cursor, unsigned int& remaining) {
+  while (remaining != 0 && vu::detail::isSpace(**cursor)) {
+    ++*cursor;
+    --remaining;
+  }
+}
+
+std::string printHexical(const unsigned char* bytes, int count, int perLine, bool formatted) {
+  static constexpr char digits[] = "0123456789abcdef";
+  std::string text;
+  if (count <= 0) return text;
+  text.reserve(static_cast<std::size_t>(count) * (formatted ? 5 : 2));
+  for (int written = 1; written <= count; ++written) {
+    const unsigned char byte = bytes[written - 1];
+    if (formatted) text += "0x";
+    text += digits[byte >> 4];
+    text += digits[byte & 15];
+    if (!formatted) continue;
+    if (perLine > 0 && written % perLine == 0) {
+      text += '\n';
+    } else if (written < count) {
+      text += ' ';
+    }
+  }
+  return text;
+}
+
+double TimeDifference(const timeval& end, const timeval& start, bool microseconds) {
+  const Difference d = difference(std::int64_t{end.tv_sec} - start.tv_sec,
+                                  std::int64_t{end.tv_usec} - start.tv_usec, 1000000);
+  const auto seconds = static_cast<double>(d.seconds);
+  const auto fraction = static_cast<double>(d.fraction);
+  return microseconds ? seconds * 1e6 + fraction : seconds + fraction / 1e6;
+}
+
+double TimeDifference(const timespec& end, const timespec& start, bool microseconds) {
+  const Difference d = difference(std::int64_t{end.tv_sec} - start.tv_sec,
+                                  std::int64_t{end.tv_nsec} - start.tv_nsec, 1000000000);
+  const auto seconds = static_cast<double>(d.seconds);
+  return microseconds ? seconds * 1e6 + static_cast<double>(d.fraction / 1000)
+                      : seconds + static_cast<double>(d.fraction) / 1e9;
+}
+
+unsigned int numericLength(unsigned int value) {
+  unsigned int digits = 1;
+  for (; value > 9; value /= 10) ++digits;
+  return digits;
+}

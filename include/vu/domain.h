@@ -1,0 +1,141 @@
+// Classifying URLs by their registered domain.
+//
+//   vu_cctld table("suffixes.txt", nullptr);   // "co.uk 3" and the like, one a line
+//   vu_domain found = table.classify("http://www.shop.co.uk:8080/index.html");
+//   if (found.status == VU_SUCCESS) {
+//     std::cout << found.domain << '\n';       // "shop.co.uk", a view into the URL
+//   } else {
+//     std::cout << findStringByValue(found.status, statusTable, 10001) << '\n';
+//   }
+//
+// The host stands after a scheme ("://" within the first 17 bytes) and before the first "/" or ":".
+// Its labels are runs of letters, digits, "-" and "_" that begin with a letter or digit; each is
+// followed by a dot or by the end of the host. A host whose labels are all numbers below 255 is an
+// address; any other is cut down to the label in front of a listed suffix.
+//
+// Threads:  `classify`, `lookup` and the accessors may run in any number of threads at once on one
+//           table, while nobody runs `initSet` or `reload` on it.
+// Errors:   `classify` has none, its status tells; the others throw vu_exception.
+// Lifetime: results are views into the caller's URL. A table is not copied.
+// Cost:     look-ups take time in proportion to the URL, whatever the table holds, and allocate
+//           nothing; memory of a table is in proportion to its file.
+
+#ifndef VU_DOMAIN_H_
+#define VU_DOMAIN_H_
+
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "vu/export.h"
+#include "vu/foundation.h"
+
+class vu_pcre;
+
+namespace vu::detail {
+class SuffixTree;
+}
+
+/// How a host is matched with the suffixes of a table.
+enum class vu_match {
+  /// The service's own rule: the shortest listed suffix of at least two labels wins, letter case
+  /// counts, and where none is listed the domain is the last two labels.
+  shortest,
+  /// The rules of the Public Suffix List: the longest rule wins, "*.x" stands for any one label in
+  /// front of x (and does not by itself make x a suffix), "!a.x" is an exception, a top level that
+  /// is not listed is a suffix of one label, letter case is ignored.
+  publicSuffix
+};
+
+/// What `vu_cctld::classify` finds.
+struct vu_domain {
+  /// VU_SUCCESS, or why there is no domain: VU_COUNTRY_CODE_EMPTY_URL (201) for a view without
+  /// data, _NOT_A_DOMAIN (202) for a label followed by anything but a dot (and for a host of more
+  /// than 2^31 - 1 bytes), _TOO_SHORT (203) for a single label, _PURE_DOMAIN (204) for a host that
+  /// is a suffix itself.
+  vu_status status;
+  /// The host within the URL; empty when there is none.
+  std::string_view host;
+  /// The registered domain or the address, from its first label to the end of the host, less one
+  /// trailing dot. Empty after a refusal and for an empty host. A view without data when the host
+  /// is a single label that the caller completes: host + "." + defaultDomain().
+  std::string_view domain;
+  /// Of an address: the last four numbers, one a byte, the first of them in the highest. After 202:
+  /// what the numbers in front of the offending label add up to. Otherwise 0.
+  std::uint32_t ipAddress;
+  /// Whether the host is at least one label and all are numbers below 255.
+  bool isAddress;
+};
+
+/// A table of domain suffixes and the look-up of URLs in it.
+class VU_EXPORT vu_cctld {
+ public:
+  /// Loads the definition file at `tldFile` unless that is null. A file that cannot be loaded is
+  /// not reported: the table then holds the records in front of the bad one, or nothing; `initSet`
+  /// tells. `defaultDomain` is what hosts of a single label are completed with; null means none:
+  /// such a host is refused.
+  explicit vu_cctld(const char* tldFile, const char* defaultDomain = nullptr);
+  vu_cctld(const vu_cctld&) = delete;
+  vu_cctld& operator=(const vu_cctld&) = delete;
+  ~vu_cctld();
+
+  /// Empties the table and loads the definition file at `path`: records of a suffix (at most 1023
+  /// bytes without white space), white space, and the number of labels of a domain registered under
+  /// it. That number is cut to 16 bits; the largest one seen in the object's life is `maxLabels`.
+  /// Returns the number of distinct suffixes.
+  ///
+  /// Throws vu_exception:
+  ///   "Top level domain definition file [" + path + "] open error : " + the system's text
+  ///       (a null path is written "NULL"); the table is empty then;
+  ///   "Top level domain : Read Error at [" + N + "]-th record", N being one more than the number
+  ///   of
+  ///       distinct suffixes read so far, which stay in the table.
+  int initSet(const char* path);
+
+  /// The same, all or nothing: whatever it throws, the table is as it was.
+  int reload(const char* path);
+
+  /// Classifies `url`. A NUL in it is a byte like any other.
+  vu_domain classify(std::string_view url, vu_match match = vu_match::shortest) const noexcept;
+
+  /// Classifies a NUL-terminated URL by the `shortest` rule. Returns where in `url` the domain
+  /// begins, with its length to the end of the host (a trailing dot counts) in `domainLength`, and
+  /// in `ipAddress` the address or 0. Null when the host is a single label to be completed with the
+  /// default domain; `domainLength` is then the host's. `reserved` is always set to 0.
+  ///
+  /// Throws vu_exception, text being the URL from its host on; the outputs are all 0 then, but for
+  /// `ipAddress` in the second case, as told at vu_domain:
+  ///   "Top Level Domain lookup error : Empty URL"                                for a null `url`;
+  ///   "vu_cctld::lookup: Not a URL domain name " + text;
+  ///   "Ill-formed domain name [" + text + "] - record too short 1";
+  ///   "Ill-formed domain name [" + text + "] - Pure domain record".
+  const char* lookup(const char* url, int& domainLength, unsigned int& ipAddress,
+                     int& reserved) const;
+
+  /// The same with the domain as a string, less one trailing dot, and completed with the default
+  /// domain where there is no other. Returns 0.
+  ///
+  /// Throws as above, and "Internal lookup return NULL" for an empty host without default domain.
+  /// `domain` is unchanged then.
+  int lookup(const char* url, std::string& domain, unsigned int& ipAddress) const;
+
+  /// The number of distinct suffixes in the table.
+  int suffixCount() const noexcept;
+  /// How many labels of a host the `shortest` rule looks at, counted from the right; 2 or more.
+  int maxLabels() const noexcept;
+  /// The text that single labels are completed with; empty when there is none.
+  const std::string& defaultDomain() const noexcept;
+
+ private:
+  std::string defaultDomain_;
+  std::set<std::string> tldSet_;
+  int maxLabels_ = 2;
+  // What a label is. Look-ups scan for labels directly; the tests hold the two together.
+  std::unique_ptr<vu_pcre> labelRegex_;
+  // The suffixes of tldSet_ once more, arranged for look-ups.
+  std::unique_ptr<vu::detail::SuffixTree> tree_;
+};
+
+#endif  // VU_DOMAIN_H_

@@ -1,0 +1,11 @@
+// Everything that libvu offers.
+
+#ifndef VU_VU_H_
+#define VU_VU_H_
+
+#include "vu/domain.h"
+#include "vu/foundation.h"
+#include "vu/pattern.h"
+#include "vu/version.h"
+
+#endif  // VU_VU_H_

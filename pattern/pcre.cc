@@ -1,0 +1,146 @@
+// The regular-expression wrapper over PCRE's 8-bit interface.
+//
+// A search goes through the just-in-time code first. Where that gives up (its stack of 32 KiB or
+// its step count is used up) the interpreter does the search again from the start and decides. So
+// it does when the caller's vector has no room for all groups of the pattern: a group that was set
+// on the way and dropped again counts as lost for the interpreter only. The interpreter recurses on
+// the thread's stack, one frame a backtracking point, so its depth is bounded by bytes of stack; 4
+// MiB is more than it needs for anything that fits the other's 32 KiB.
+
+#include <pcre.h>
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+#include "pattern/stack_room.h"
+#include "vu/pattern.h"
+
+namespace {
+
+constexpr unsigned long kSteps = 1'000'000;
+constexpr unsigned long kStepsPerByte = 16;
+constexpr unsigned long kMostSteps = 10'000'000;  // PCRE's own default
+constexpr std::size_t kInterpreterStack = 4 * 1024 * 1024;
+constexpr std::size_t kStackReserve = 64 * 1024;
+
+/// What pcre_exec can do in just-in-time code; with any other option it interprets.
+constexpr int kJitOptions =
+    PCRE_NO_UTF8_CHECK | PCRE_NOTBOL | PCRE_NOTEOL | PCRE_NOTEMPTY | PCRE_NOTEMPTY_ATSTART;
+
+int vectorSize(int pairs) {
+  if (pairs < 0 || pairs > std::numeric_limits<int>::max() / 3) throw std::bad_array_new_length();
+  return pairs * 3;
+}
+
+bool isJitCompiled(const pcre_extra* study) {
+  return study != nullptr && (study->flags & PCRE_EXTRA_EXECUTABLE_JIT) != 0;
+}
+
+bool gaveUp(int result) {
+  return result == PCRE_ERROR_JIT_STACKLIMIT || result == PCRE_ERROR_MATCHLIMIT;
+}
+
+/// How many pairs the whole match and all groups of a pattern take.
+int pairsOf(const pcre* pattern) {
+  int groups = 0;
+  pcre_fullinfo(pattern, nullptr, PCRE_INFO_CAPTURECOUNT, &groups);
+  return groups + 1;
+}
+
+/// How many frames of PCRE's interpreter the calling thread's stack has room for.
+unsigned long recursionLimit() {
+  // Asked in this way, PCRE tells the size of one frame as a negative number.
+  static const int answer = pcre_exec(nullptr, nullptr, nullptr, -999, -999, 0, nullptr, 0);
+  const std::size_t frame = answer < 0 ? static_cast<std::size_t>(-answer) : 1024;
+  const std::size_t room = vu::detail::stackRoom();
+  const std::size_t usable = room > kStackReserve ? (room - kStackReserve) / 4 * 3 : 0;
+  return static_cast<unsigned long>(std::min(usable, kInterpreterStack) / frame);
+}
+
+/// The study data for a search without just-in-time code, with the limits for this subject.
+pcre_extra interpreterLimits(const pcre_extra* study, int length) {
+  pcre_extra limits{};
+  if (study != nullptr) limits = *study;
+  limits.flags &= ~static_cast<unsigned long>(PCRE_EXTRA_EXECUTABLE_JIT);
+  limits.flags |= PCRE_EXTRA_MATCH_LIMIT | PCRE_EXTRA_MATCH_LIMIT_RECURSION;
+  const auto bytes = static_cast<unsigned long>(std::max(length, 0));
+  limits.match_limit =
+      bytes < (kMostSteps - kSteps) / kStepsPerByte ? kSteps + kStepsPerByte * bytes : kMostSteps;
+  limits.match_limit_recursion = recursionLimit();
+  return limits;
+}
+
+}  // namespace
+
+namespace vu::detail {
+
+void PcreDelete::operator()(real_pcre* pattern) const noexcept { pcre_free(pattern); }
+void PcreDelete::operator()(pcre_extra* study) const noexcept { pcre_free_study(study); }
+
+}  // namespace vu::detail
+
+vu_pcre::vu_pcre(const char* pattern, int pairs, int options) : pattern_(pattern), ovecsize_(0) {
+  if (pattern_ == nullptr) throw vu_exception("vu_pcre: Empty Regular Expression");
+  const char* errorText = nullptr;
+  int errorOffset = 0;
+  regex_.reset(pcre_compile(pattern_, options < 0 ? PCRE_DOTALL : options, &errorText, &errorOffset,
+                            nullptr));
+  if (!regex_) {
+    throw vu_exception("PCRE Compile Error [" + val2str(errorOffset) + "] " + errorText);
+  }
+  patternPairs_ = pairsOf(regex_.get());
+  errorText = nullptr;
+  extra_.reset(pcre_study(regex_.get(), PCRE_STUDY_JIT_COMPILE, &errorText));
+  if (!extra_ && errorText != nullptr) {
+    throw vu_exception(std::string("PCRE Compile Study Error ") + errorText);
+  }
+  if (extra_) {
+    extra_->flags |= PCRE_EXTRA_MATCH_LIMIT;
+    extra_->match_limit = kSteps;
+  }
+  ovecsize_ = vectorSize(pairs);
+  ovector_ = std::make_unique<int[]>(static_cast<std::size_t>(ovecsize_));
+}
+
+vu_pcre::~vu_pcre() = default;
+
+int vu_pcre::match(const char* subject, int length, int startOffset, int options, int* ovector,
+                   int ovecsize) const {
+  const bool hasRoom = ovecsize / 3 >= patternPairs_;
+  if (hasRoom && isJitCompiled(extra_.get()) && (options & ~kJitOptions) == 0) {
+    const int result = pcre_exec(regex_.get(), extra_.get(), subject, length, startOffset, options,
+                                 ovector, ovecsize);
+    if (!gaveUp(result)) return result;
+  }
+  const pcre_extra limits = interpreterLimits(extra_.get(), length);
+  return pcre_exec(regex_.get(), &limits, subject, length, startOffset, options, ovector, ovecsize);
+}
+
+int vu_pcre::execute(const char* subject, int length, int startOffset, int options) {
+  std::fill_n(ovector_.get(), ovecsize_, 0);
+  const int result = match(subject, length, startOffset, options, ovector_.get(), ovecsize_);
+  if (result == 0) throw vu_exception("PCRE Output vector too small");
+  return result;
+}
+
+const char* vu_pcre::getResult(int index, const char* subject, int& length) const {
+  const int pairs = ovecsize_ / 3;
+  if (index < 0 || index >= pairs) {
+    throw vu_exception("vu_pcre::getResult : Index out of range : 1 - " + val2str(pairs));
+  }
+  const int start = ovector_[static_cast<std::size_t>(index) * 2];
+  const int end = ovector_[static_cast<std::size_t>(index) * 2 + 1];
+  if (end <= start) return nullptr;
+  length = end - start;
+  return subject + start;
+}
+
+std::string vu_pcre::getResultStr(int index, const char* subject) const {
+  int length = 0;
+  const char* start = getResult(index, subject, length);
+  if (start == nullptr) {
+    throw vu_exception("vu_pcre::getResult : Empty result for index " + val2str(index));
+  }
+  return std::string(start, static_cast<std::size_t>(length));
+}

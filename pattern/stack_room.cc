@@ -1,0 +1,42 @@
+// Asks the system once per thread where its stack lies; stacks grow downwards on every platform
+// that the library runs on.
+
+#include "pattern/stack_room.h"
+
+#include <pthread.h>
+
+#include <cstdint>
+
+namespace vu::detail {
+namespace {
+
+constexpr std::size_t kUnknown = 128 * 1024;
+
+struct Stack {
+  std::uintptr_t low = 0;
+  std::uintptr_t high = 0;
+};
+
+Stack findStack() noexcept {
+  Stack stack;
+  pthread_attr_t attributes;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return stack;
+  void* base = nullptr;
+  std::size_t size = 0;
+  if (pthread_attr_getstack(&attributes, &base, &size) == 0) {
+    stack.low = reinterpret_cast<std::uintptr_t>(base);
+    stack.high = stack.low + size;
+  }
+  pthread_attr_destroy(&attributes);
+  return stack;
+}
+
+}  // namespace
+
+std::size_t stackRoom() noexcept {
+  static thread_local const Stack stack = findStack();
+  const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+  return here > stack.low && here <= stack.high ? here - stack.low : kUnknown;
+}
+
+}  // namespace vu::detail

@@ -1,0 +1,18 @@
+// Counts what operator new hands out.
+
+#include "tests/allocations.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace vu::test {
+std::atomic<long> allocations{0};
+}  // namespace vu::test
+
+void* operator new(std::size_t size) {
+  ++vu::test::allocations;
+  if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }

@@ -1,0 +1,15 @@
+// A program of somebody else's: one call into every compiled part.
+
+#include <cstring>
+
+#include <vu/vu.h>
+
+int main() {
+  const vu_cctld table(nullptr, "corp.xy");
+  vu_pcre digits("(\\d+)", 2, -1);
+  const bool good = table.classify("http://www.shop.xy/").domain == "shop.xy" &&
+                    digits.execute("a17", 3, 0, 0) == 2 &&
+                    str2val<int>(digits.getResultStr(1, "a17")) == 17 &&
+                    std::strlen(vu_version) > 0;
+  return good ? 0 : 1;
+}

@@ -1,0 +1,461 @@
+#include "vu/domain.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <deque>
+#include <iomanip>
+#include <regex>
+#include <set>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "tests/allocations.h"
+#include "tests/support.h"
+#include "vu/pattern.h"
+
+using vu::test::allocations;
+using vu::test::messageOf;
+using vu::test::TemporaryFile;
+
+namespace {
+
+/// The plain telling: a definition file by fscanf, a look-up label by label through the expression.
+struct PlainTable {
+  std::set<std::string> suffixes;
+  int maxLabels = 2;
+  std::string defaultDomain;
+  mutable vu_pcre label{"([a-z0-9][-_a-z0-9]*)", 2, 1};
+
+  /// The result of loading: the number of suffixes, or the message.
+  std::string load(const char* path) {
+    suffixes.clear();
+    FILE* file = std::fopen(path, "r");
+    std::string result;
+    while (!std::feof(file)) {
+      char token[1024] = "";
+      short number = 0;
+      if (std::fscanf(file, "%1023s %hd\n", token, &number) != 2) {
+        result =
+            "Top level domain : Read Error at [" + val2str(suffixes.size() + 1) + "]-th record";
+        break;
+      }
+      suffixes.insert(token);
+      maxLabels = std::max<int>(maxLabels, number);
+    }
+    std::fclose(file);
+    return result.empty() ? val2str(suffixes.size()) : result;
+  }
+
+  const char* lookup(const char* url, int& domainLength, unsigned& ip) const {
+    domainLength = 0;
+    ip = 0;
+    const char* scheme = std::strstr(url, "://");
+    const char* host = scheme != nullptr && scheme - url <= 14 ? scheme + 3 : url;
+    const char* end = std::strchr(host, '/');
+    if (end == nullptr) end = host + std::strlen(host);
+    const char* colon = std::strchr(host, ':');
+    if (colon != nullptr && colon < end) end = colon;
+    const int length = static_cast<int>(end - host);
+    const std::string text(host);
+
+    std::deque<std::pair<int, int>> labels;
+    int numeric = 1;
+    for (int at = 0; label.execute(host, length, at, 0) >= 1;) {
+      const int s = label.results()[0];
+      const int e = at = label.results()[1];
+      if (static_cast<int>(labels.size()) == maxLabels) labels.pop_front();
+      if (numeric > 0) {
+        const std::string digits(host + s, host + e);
+        int value = 255;
+        if (digits.find_first_not_of("0123456789") == std::string::npos) {
+          messageOf([&] { value = str2val<int>(digits, false); });
+        }
+        numeric = value <= 254 ? numeric + 1 : 0;
+        if (numeric > 0) ip = (ip << 8) + static_cast<unsigned>(value);
+      }
+      labels.emplace_back(s, e - s);
+      if (e < length && host[e] != '.') {
+        throw vu_exception("vu_cctld::lookup: Not a URL domain name " + text);
+      }
+    }
+    domainLength = length;
+    if (numeric > 0) return host;
+    ip = 0;
+    domainLength = 0;
+    if (labels.size() == 1) {
+      if (defaultDomain.empty()) {
+        throw vu_exception("Ill-formed domain name [" + text + "] - record too short 1");
+      }
+      domainLength = length;
+      return nullptr;
+    }
+    const std::size_t n = labels.size();
+    std::string candidate(host + labels[n - 1].first,
+                          static_cast<std::size_t>(labels[n - 1].second));
+    std::size_t start = n - 2;
+    for (std::size_t k = n - 1; k-- > 0;) {
+      candidate = std::string(host + labels[k].first, static_cast<std::size_t>(labels[k].second)) +
+                  "." + candidate;
+      if (suffixes.count(candidate) == 0) continue;
+      if (k == 0) throw vu_exception("Ill-formed domain name [" + text + "] - Pure domain record");
+      start = k - 1;
+      break;
+    }
+    domainLength = static_cast<int>(end - host) - labels[start].first;
+    return host + labels[start].first;
+  }
+
+  void lookup(const char* url, std::string& domain, unsigned& ip) const {
+    int length = 0;
+    const char* start = lookup(url, length, ip);
+    if (start != nullptr && length > 0) {
+      if (start[length - 1] == '.') --length;
+      domain.assign(start, static_cast<std::size_t>(length));
+      return;
+    }
+    if (defaultDomain.empty()) throw vu_exception("Internal lookup return NULL");
+    const char* scheme = std::strstr(url, "://");
+    const char* host = scheme != nullptr && scheme - url <= 14 ? scheme + 3 : url;
+    domain = std::string(host, static_cast<std::size_t>(length)) + "." + defaultDomain;
+  }
+};
+
+/// Everything that a look-up leaves, as text.
+template <typename Table>
+std::string outcome(const Table& table, const std::string& url) {
+  int length = -7;
+  unsigned ip = 7;
+  const char* start = nullptr;
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  out << messageOf([&] {
+    if constexpr (std::is_same_v<Table, PlainTable>) {
+      start = table.lookup(url.c_str(), length, ip);
+    } else {
+      int reserved = 7;
+      start = table.lookup(url.c_str(), length, ip, reserved);
+      EXPECT_EQ(0, reserved);
+    }
+  });
+  out << " | " << (start == nullptr ? -1 : start - url.c_str()) << " " << length << " " << ip;
+  std::string domain = "unchanged";
+  out << " | " << messageOf([&] { table.lookup(url.c_str(), domain, ip); });
+  out << " | " << domain << " " << ip;
+  return out.str();
+}
+
+TEST(Table, LoadsRecords) {
+  const std::string longest(1023, 'a');
+  const struct {
+    std::string content;
+    int suffixes;
+    int maxLabels;
+    std::string message;  // "" when it loads
+  } rows[] = {
+      {"co.xy 3\nltd.co.xy 5\n", 2, 5, ""},
+      {"co.xy 3 ltd.co.xy\t5", 2, 5, ""},
+      {"\n\n co.xy\n3\n\n\n", 1, 3, ""},
+      {"co.xy 3\nCO.XY 3\nco.xy 4\n", 2, 4, ""},
+      {"a.b -4\nc.d 2\n", 2, 2, ""},
+      {"a.b 70000\n", 1, 4464, ""},    // 70000 - 65536
+      {"a.b 65535\n", 1, 2, ""},       // -1
+      {"a.b 4294967299\n", 1, 2, ""},  // held at 2^31 - 1
+      {"a.b 3x 4\n", 2, 4, ""},
+      {longest + " 3\n", 1, 3, ""},
+      {"", 0, 2, "Top level domain : Read Error at [1]-th record"},
+      {" \n", 0, 2, "Top level domain : Read Error at [1]-th record"},
+      {"# comment\n", 0, 2, "Top level domain : Read Error at [1]-th record"},
+      {"a.b 3\nc.d 4\ne.f\n", 2, 4, "Top level domain : Read Error at [3]-th record"},
+      {"a.b 3\na.b 4\ne.f +\n", 1, 4, "Top level domain : Read Error at [2]-th record"},
+      {"a.b 3\n" + longest + "a 4\n", 1, 3, "Top level domain : Read Error at [2]-th record"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.content.substr(0, 40));
+    const TemporaryFile file(row.content);
+    vu_cctld table(nullptr);
+    EXPECT_EQ(row.message, messageOf([&] { EXPECT_EQ(row.suffixes, table.initSet(file.path())); }));
+    EXPECT_EQ(row.suffixes, table.suffixCount());
+    EXPECT_EQ(row.maxLabels, table.maxLabels());
+    const vu_cctld constructed(file.path(), "corp.xy");  // never throws for its file
+    EXPECT_EQ(row.suffixes, constructed.suffixCount());
+    EXPECT_EQ("corp.xy", constructed.defaultDomain());
+  }
+}
+
+TEST(Table, ReadsAsFscanfDoes) {
+  const std::vector<std::string> pieces = {"a.b", "co",   ".xy", "C", " ",  "\n",
+                                           "\t",  "\r\n", "3",   "4", "12", "-",
+                                           "+",   "*.",   "007", "#", "3x", "\v"};
+  std::mt19937 random(3);
+  TemporaryFile file;
+  for (int i = 0; i < 6000; ++i) {
+    const std::string content = vu::test::randomText(random, pieces, 12);
+    if (std::regex_search(content, std::regex("[0-9]{10}"))) continue;  // depends on long's width
+    file.rewrite(content);
+    PlainTable plain;
+    vu_cctld table(nullptr);
+    const std::string expected = plain.load(file.path());
+    std::string got;
+    const std::string message = messageOf([&] { got = val2str(table.initSet(file.path())); });
+    ASSERT_EQ(expected, got + message) << content;
+    ASSERT_EQ(plain.suffixes.size(), static_cast<std::size_t>(table.suffixCount())) << content;
+    ASSERT_EQ(plain.maxLabels, table.maxLabels()) << content;
+  }
+}
+
+TEST(Table, FailuresLeaveWhatIsPromised) {
+  const std::string openError = "Top level domain definition file [";
+  const TemporaryFile good("co.xy 3\n");
+  const TemporaryFile wide("ltd.co.xy 9\n");
+  const TemporaryFile bad("net.xy 7\nbroken\n");
+  const struct {
+    const char* path;
+    std::string message;
+    int suffixesLeft;
+  } rows[] = {
+      {"/nowhere/at/all", openError + "/nowhere/at/all] open error : " + std::strerror(ENOENT), 0},
+      {nullptr, openError + "NULL] open error : " + std::strerror(EFAULT), 0},
+      {"/tmp", "Top level domain : Read Error at [1]-th record", 0},
+      {bad.path(), "Top level domain : Read Error at [2]-th record", 1}};
+  for (const auto& row : rows) {
+    vu_cctld table(good.path());
+    EXPECT_EQ(row.message, messageOf([&] { table.reload(row.path); }));
+    EXPECT_EQ(1, table.suffixCount());
+    EXPECT_EQ(3, table.maxLabels());
+    EXPECT_EQ("shop.co.xy", table.classify("a.shop.co.xy").domain);
+    EXPECT_EQ(row.message, messageOf([&] { table.initSet(row.path); }));
+    EXPECT_EQ(row.suffixesLeft, table.suffixCount());
+    EXPECT_EQ("co.xy", table.classify("a.shop.co.xy").domain);
+    EXPECT_EQ(row.suffixesLeft == 1 ? "shop.net.xy" : "net.xy",
+              table.classify("a.shop.net.xy").domain);
+    EXPECT_EQ(row.suffixesLeft == 1 ? 7 : 3, table.maxLabels());
+  }
+  vu_cctld table(wide.path());
+  EXPECT_EQ(1, table.reload(good.path()));
+  EXPECT_EQ(9, table.maxLabels());  // never lowered
+  EXPECT_EQ("shop.co.xy", table.classify("shop.co.xy").domain);
+  EXPECT_EQ("shop.co.xy", table.classify("shop.ltd.shop.co.xy").domain);
+}
+
+TEST(Lookup, WorkedExamples) {
+  const TemporaryFile file("co.xy 3\n");
+  const std::string pure = "] - Pure domain record";
+  const std::string tooShort = "] - record too short 1";
+  const std::string notADomain = "vu_cctld::lookup: Not a URL domain name ";
+  const std::string ill = "Ill-formed domain name [";
+  const struct {
+    const char* url;
+    const char* defaultDomain;
+    std::string expected;  // message | offset length ip | message | domain ip
+  } rows[] = {
+      {"shop.xy", "", " | 0 7 0 |  | shop.xy 0"},
+      {"ftp://mail.shop.co.xy:21/a", "", " | 11 10 0 |  | shop.co.xy 0"},
+      {"shop.co.xy", "", " | 0 10 0 |  | shop.co.xy 0"},
+      {"http://co.xy/a", "",
+       ill + "co.xy/a" + pure + " | -1 0 0 | " + ill + "co.xy/a" + pure + " | unchanged 0"},
+      {"10.1.2.3/x", "", " | 0 8 167838211 |  | 10.1.2.3 167838211"},
+      {"010.1.1.254", "", " | 0 11 167838206 |  | 010.1.1.254 167838206"},
+      {"10.1.2.255", "", " | 5 5 0 |  | 2.255 0"},
+      {"1.2.3.4.5", "", " | 0 9 33752069 |  | 1.2.3.4.5 33752069"},
+      {"1.2.3.", "", " | 0 6 66051 |  | 1.2.3 66051"},
+      {"1.2?x", "", notADomain + "1.2?x | -1 0 258 | " + notADomain + "1.2?x | unchanged 258"},
+      {"mail.shop.xy.", "", " | 5 8 0 |  | shop.xy 0"},
+      {"-shop..xy", "", " | 1 8 0 |  | shop..xy 0"},
+      {"intranet/page", "",
+       ill + "intranet/page" + tooShort + " | -1 0 0 | " + ill + "intranet/page" + tooShort +
+           " | unchanged 0"},
+      {"ftp://intranet/", "corp.xy", " | -1 8 0 |  | intranet.corp.xy 0"},
+      {"intranet.", "corp.xy", " | -1 9 0 |  | intranet..corp.xy 0"},
+      {"shop.xy?q=1", "",
+       notADomain + "shop.xy?q=1 | -1 0 0 | " + notADomain + "shop.xy?q=1 | unchanged 0"},
+      {"Mail.Shop.CO.XY", "", " | 10 5 0 |  | CO.XY 0"},
+      {"a.bc/?u=ftp://y.zz", "", " | 14 4 0 |  | y.zz 0"},
+      {"a234567890.bcd://y.zz", "", " | 17 4 0 |  | y.zz 0"},
+      {"a234567890.bcde://y.zz", "", " | 0 15 0 |  | a234567890.bcde 0"},
+      {"", "", " | 0 0 0 | Internal lookup return NULL | unchanged 0"},
+      {"ftp:///x", "", " | 6 0 0 | Internal lookup return NULL | unchanged 0"},
+      {"", "corp.xy", " | 0 0 0 |  | .corp.xy 0"},
+      {".", "corp.xy", " | 0 1 0 |  |  0"},
+  };
+  for (const auto& row : rows) {
+    const vu_cctld table(file.path(), row.defaultDomain);
+    EXPECT_EQ(row.expected, outcome(table, row.url)) << row.url;
+  }
+  const vu_cctld table(nullptr);
+  int length = 1;
+  int reserved = 1;
+  unsigned ip = 1;
+  EXPECT_EQ("Top Level Domain lookup error : Empty URL",
+            messageOf([&] { table.lookup(nullptr, length, ip, reserved); }));
+  EXPECT_EQ(0U, static_cast<unsigned>(length) + static_cast<unsigned>(reserved) + ip);
+}
+
+/// What `classify` says must be what the first `lookup` does with the same URL.
+void expectSameAsLookup(const vu_cctld& table, std::string_view url, const vu_domain& found) {
+  int length = 0;
+  int reserved = 0;
+  unsigned ip = 0;
+  const char* start = nullptr;
+  const std::string copy(url);
+  const std::string message =
+      messageOf([&] { start = table.lookup(copy.c_str(), length, ip, reserved); });
+  ASSERT_EQ(message.empty(), found.status == VU_SUCCESS) << url;
+  ASSERT_EQ(ip, found.ipAddress) << url;
+  if (start == nullptr) {
+    ASSERT_EQ(nullptr, found.domain.data()) << url;
+    return;
+  }
+  std::string_view domain(start, static_cast<std::size_t>(length));
+  if (!domain.empty() && domain.back() == '.') domain.remove_suffix(1);
+  ASSERT_EQ(domain, found.domain) << url;
+  ASSERT_EQ(start - copy.c_str(), found.domain.data() - url.data()) << url;
+}
+
+TEST(Lookup, AgreesWithThePlainTelling) {
+  const std::vector<std::string> pieces = {
+      "a",   "b", "co",  "xy",          "CO",   "ltd", "x-y", "-",    "_",     "1",         "254",
+      "255", "0", "007", "99999999999", ".",    ".",   ".",   ".",    "..",    "/",         ":",
+      "?",   "@", "://", "http://",     "\xc3", "%",   "\t",  "host", "co.xy", ".ltd.co.xy"};
+  const struct {
+    const char* content;
+    const char* defaultDomain;
+  } tables[] = {{"co.xy 3\n", ""},
+                {"co.xy 2\nxy 1\n", "corp.xy"},
+                {"co.xy 4\nltd.co.xy 4\na.b 3\n", ""},
+                {"ltd.co.xy 6\nx-y.co 3\nCO.xy 3\n1.255 3\n*.b 3\n!a.b 2\na..b 2\n-a.b 3\n", ""}};
+  std::mt19937 random(4);
+  for (const auto& each : tables) {
+    const TemporaryFile file(each.content);
+    const vu_cctld table(file.path(), each.defaultDomain);
+    PlainTable plain;
+    plain.load(file.path());
+    plain.defaultDomain = each.defaultDomain;
+    for (int i = 0; i < 50000; ++i) {
+      const std::string url = vu::test::randomText(random, pieces, 10);
+      ASSERT_EQ(outcome(plain, url), outcome(table, url)) << url;
+      const vu::test::ExactCopy copy(url);
+      expectSameAsLookup(table, copy.view(), table.classify(copy.view()));
+      const vu_domain byList = table.classify(copy.view(), vu_match::publicSuffix);
+      ASSERT_EQ(byList.status == VU_COUNTRY_CODE_NOT_A_DOMAIN,
+                table.classify(copy.view()).status == VU_COUNTRY_CODE_NOT_A_DOMAIN);
+      ASSERT_EQ(byList.host, table.classify(copy.view()).host);
+    }
+  }
+}
+
+TEST(Lookup, ClassifySays) {
+  const vu_cctld table(nullptr);
+  EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, table.classify({}).status);
+  EXPECT_EQ(VU_SUCCESS, table.classify("").status);
+  EXPECT_NE(nullptr, table.classify("").domain.data());
+  EXPECT_TRUE(table.classify("1.2.3.4").isAddress);
+  EXPECT_FALSE(table.classify("...").isAddress);
+  EXPECT_EQ("..", table.classify("...").domain);
+  EXPECT_EQ(VU_COUNTRY_CODE_TOO_SHORT, table.classify("host", vu_match::publicSuffix).status);
+  EXPECT_EQ(VU_COUNTRY_CODE_NOT_A_DOMAIN, table.classify({"a\0.b.c", 6}).status);
+  EXPECT_EQ("b.c", table.classify({"a.\0b.c", 6}).domain);
+}
+
+TEST(Lookup, AllocatesNothing) {
+  const TemporaryFile file("co.xy 3\n*.ck 3\n");
+  const vu_cctld table(file.path(), "corp.xy");
+  const long before = allocations;
+  for (const char* url :
+       {"http://www.shop.co.xy/", "10.0.0.1", "a.b.c.CK", "host", "x@y", "co.xy"}) {
+    table.classify(url);
+    table.classify(url, vu_match::publicSuffix);
+  }
+  int length = 0;
+  int reserved = 0;
+  unsigned ip = 0;
+  table.lookup("http://www.shop.co.xy/", length, ip, reserved);
+  EXPECT_EQ(before, allocations);
+  // The counter does count.
+  EXPECT_NE("", std::string(100, 'x'));
+  EXPECT_LT(before, allocations);
+}
+
+TEST(Lookup, HostileHostsTakeTimeInProportion) {
+  std::string deep = "a";
+  for (int i = 0; i < 511; ++i) deep += ".a";
+  const TemporaryFile file(deep + " 32767\nb.a 32767\n");
+  const vu_cctld table(file.path());
+  std::string labels;
+  for (int i = 0; i < 500000; ++i) labels += "a.";
+  for (const std::string& host : {std::string(1000000, '.'), labels, labels + "b.a", "b." + labels,
+                                  std::string(1000000, '-'), std::string(1000000, 'a')}) {
+    for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
+      const auto begin = std::chrono::steady_clock::now();
+      for (int i = 0; i < 10; ++i) table.classify(host, match);
+      const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+      EXPECT_LT(took.count(), 2) << host.substr(0, 10);  // a quadratic way takes minutes
+    }
+  }
+}
+
+TEST(Lookup, OneTableServesManyThreads) {
+  const TemporaryFile file("co.xy 3\n");
+  const vu_cctld table(file.path());
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&table, t] {
+      const std::string domain = "shop" + std::to_string(t) + ".co.xy";
+      const std::string url = "http://www." + domain + "/";
+      for (int i = 0; i < 5000; ++i) {
+        std::string found;
+        unsigned ip = 0;
+        table.lookup(url.c_str(), found, ip);
+        ASSERT_EQ(domain, found);
+        ASSERT_EQ(domain, table.classify(url, vu_match::publicSuffix).domain);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(PublicSuffix, FollowsTheRules) {
+  const TemporaryFile file(
+      "com 2\nuk 2\nco.uk 3\nck 2\n*.ck 3\n!www.ck 2\nJp 2\nkobe.jp 3\n*.KOBE.jp 4\n!city.kobe.jp "
+      "3\n"
+      "*.deep.x 4\nb.a.deep.x 5\n");
+  const vu_cctld table(file.path());
+  const struct {
+    const char* host;
+    vu_status status;
+    const char* domain;
+  } rows[] = {
+      {"www.shop.com", VU_SUCCESS, "shop.com"},
+      {"Www.Shop.Co.Uk.", VU_SUCCESS, "Shop.Co.Uk"},
+      {"co.uk", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
+      {"com", VU_COUNTRY_CODE_TOO_SHORT, ""},
+      {"unlisted.top", VU_SUCCESS, "unlisted.top"},
+      {"a.unlisted.top", VU_SUCCESS, "unlisted.top"},
+      {"x.ck", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
+      {"a.x.ck", VU_SUCCESS, "a.x.ck"},
+      {"www.ck", VU_SUCCESS, "www.ck"},
+      {"a.www.ck", VU_SUCCESS, "www.ck"},
+      {"kobe.jp", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
+      {"a.kobe.JP", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
+      {"b.a.kobe.jp", VU_SUCCESS, "b.a.kobe.jp"},
+      {"c.b.a.kobe.jp", VU_SUCCESS, "b.a.kobe.jp"},
+      {"a.city.kobe.jp", VU_SUCCESS, "city.kobe.jp"},
+      {"deep.x", VU_SUCCESS, "deep.x"},  // "*.deep.x" needs a label
+      {"a.deep.x", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
+      {"b.a.deep.x", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
+      {"c.b.a.deep.x", VU_SUCCESS, "c.b.a.deep.x"},
+      {"c.b.z.deep.x", VU_SUCCESS, "b.z.deep.x"},
+      {"1.2.3.4", VU_SUCCESS, "1.2.3.4"},
+      {"a@b.com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+  };
+  for (const auto& row : rows) {
+    const vu_domain found = table.classify(row.host, vu_match::publicSuffix);
+    EXPECT_EQ(row.status, found.status) << row.host;
+    EXPECT_EQ(row.domain, found.domain) << row.host;
+  }
+}
+
+}  // namespace

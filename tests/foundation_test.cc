@@ -1,0 +1,234 @@
+#include "vu/foundation.h"
+
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "tests/support.h"
+
+using vu::test::messageOf;
+
+namespace {
+
+TEST(Status, LooksUpBothWays) {
+  static constexpr sizeT_string_pair none[] = {{0, nullptr}};
+  static constexpr sizeT_string_pair twice[] = {{1, "a"}, {1, "b"}, {2, "a"}, {0, nullptr}};
+  const struct {
+    const char* key;
+    unsigned value;
+    const sizeT_string_pair* table;
+    unsigned bound;
+    const char* byString;  // "" when the value is found
+    const char* byValue;
+  } rows[] = {
+      {"OPERATION SUCCESS", 0, statusTable, 1, "", ""},
+      {"MALFORMED URL", 1003, statusTable, 10001, "", ""},
+      {"WEB UNKNOWN ERROR", 10000, statusTable, 10001, "", ""},
+      {"WEB UNKNOWN ERROR", 10000, statusTable, 10000,
+       "findValueByString:: Index for [WEB UNKNOWN ERROR] is not found",
+       "findStringByValue:: Value for index [10000] is not found"},
+      {"COUNTRY CODE NOT INITIALISED", 200, statusTable, 13,
+       "findValueByString:: Index for [COUNTRY CODE NOT INITIALISED] is not found",
+       "findStringByValue:: Value for index [200] is not found"},
+      {"url not found", 4294967295U, statusTable, 10001,
+       "findValueByString:: Index for [url not found] is not found",
+       "findStringByValue:: Value for index [4294967295] is not found"},
+      {"OPERATION SUCCESS", 0, statusTable, 0, "findValueByString:: Maximum index undefined",
+       "findStringByValue:: Maximum index undefined"},
+      {"", 0, none, 9, "findValueByString:: Index for [] is not found",
+       "findStringByValue:: Value for index [0] is not found"},
+      {"a", 1, twice, 9, "", ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.key) + " below " + std::to_string(row.bound));
+    EXPECT_EQ(row.byString, messageOf([&] {
+                EXPECT_EQ(row.value, findValueByString(row.key, row.table, row.bound));
+              }));
+    EXPECT_EQ(row.byValue, messageOf([&] {
+                EXPECT_STREQ(row.key, findStringByValue(row.value, row.table, row.bound));
+              }));
+  }
+}
+
+TEST(Status, TableHasEveryCodeInOrder) {
+  std::string all;
+  for (const auto* row = statusTable; row->string != nullptr; ++row) {
+    all += std::to_string(row->value) + " ";
+  }
+  EXPECT_EQ("0 101 200 201 202 203 204 999 1000 1001 1002 1003 10000 ", all);
+}
+
+TEST(Exception, CopiesKeepTheText) {
+  const vu_exception first("abc");
+  const vu_exception copy(first);  // NOLINT(performance-unnecessary-copy-initialization)
+  const std::exception& base = copy;
+  EXPECT_STREQ("abc", base.what());
+  EXPECT_STREQ("abc", vu_exception(std::string("abc")).what());
+}
+
+/// What str2val makes of a text, as text; the message in brackets when it throws.
+template <typename T>
+std::string convert(const std::string& text, bool flag) {
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  const std::string message = messageOf([&] { out << +str2val<T>(text, flag); });
+  return message.empty() ? out.str() : "<" + message + ">";
+}
+
+TEST(Conversion, ReadsNumbers) {
+  const struct {
+    std::string (*read)(const std::string&, bool);
+    const char* text;
+    bool flag;
+    const char* expected;
+  } rows[] = {
+      {convert<int>, "  42abc", false, "42"},
+      {convert<int>, "abc", false, "<bad conversion [abc]>"},
+      {convert<int>, "", true, "<empty string T>"},
+      {convert<int>, "0x1f", false, "31"},
+      {convert<int>, "0X1F", false, "0"},
+      {convert<int>, " 0x1f", false, "0"},
+      {convert<int>, "0x1F", true, "31"},
+      {convert<int>, "0x", false, "<bad conversion [0x]>"},
+      {convert<int>, "99999999999", false, "<bad conversion [99999999999]>"},
+      {convert<unsigned short>, "70000", false, "<bad conversion [70000]>"},
+      {convert<unsigned short>, "-1", false, "65535"},
+      {convert<double>, "1.5e3", false, "1500"},
+      {convert<double>, "0x10", false, "0"},
+      {convert<double>, "1.234,5", false, "1.234"},
+      {convert<unsigned char>, "300", false, "44"},
+      {convert<unsigned char>, "-1", false, "255"},
+      {convert<unsigned char>, "ff", true, "255"},
+      {convert<unsigned char>, "0x41", false, "65"},
+      {convert<unsigned char>, "A", false, "<bad conversion>"},
+      {convert<unsigned char>, "", false, "<empty string>"},
+      {convert<signed char>, "200", false, "-56"},
+      {convert<signed char>, "x", false, "<bad conversion>"},
+      {convert<signed char>, "", true, "<empty string>"},
+      {convert<float>, " 2.5", false, "2.5"},
+      {convert<float>, "2.5kg", false, "<Impure float value>"},
+      {convert<float>, "2.5kg", true, "2.5"},
+      {convert<float>, "", false, "0"},
+      {convert<float>, "kg", false, "<Impure float value>"},
+      {convert<float>, "kg", true, "0"},
+      {convert<float>, "0x10", false, "16"},
+      {convert<float>, "1e300", false, "inf"},
+      {convert<long double>, "2.5", false, "2.5"},  // by the stream
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.expected, row.read(row.text, row.flag)) << row.text;
+  EXPECT_EQ(" x ", str2val<std::string>(" x ", true));
+  EXPECT_EQ("Impure float value", messageOf([] { str2val<float>(std::string("1\0", 2)); }));
+}
+
+/// Reads `text` the plain way and compares.
+template <typename T>
+void compareWithStream(const std::string& text, bool hex) {
+  std::stringstream stream(text);
+  stream.imbue(std::locale::classic());
+  if (hex || text.compare(0, 2, "0x") == 0) stream >> std::hex;
+  T expected{};
+  const bool good = static_cast<bool>(stream >> expected);
+  T value{};
+  const std::string message = messageOf([&] { value = str2val<T>(text, hex); });
+  ASSERT_EQ(good ? "" : "bad conversion [" + text + "]", message) << text;
+  if (!good) return;
+  ASSERT_EQ(expected, value) << text;
+  ASSERT_EQ(std::signbit(static_cast<double>(expected)), std::signbit(static_cast<double>(value)));
+}
+
+TEST(Conversion, AgreesWithAStream) {
+  const std::vector<std::string> pieces = {
+      "0",          "1",  "7",    "9",   "f",   "F",   "x",     "0x",    "0X",
+      "+",          "-",  " ",    "\t",  ".",   ",",   "e",     "E",     "e3",
+      "'",          "_",  "1e30", "e-9", "32",  "65",  "32767", "65535", "2147483647",
+      "4294967295", "48", "36",   "00",  "inf", "nan", "p1",    "\xa0"};
+  std::mt19937 random(1);
+  for (int i = 0; i < 60000; ++i) {
+    const std::string text = vu::test::randomText(random, pieces, 6);
+    if (text.empty()) continue;
+    const bool hex = i % 3 == 0;
+    compareWithStream<int>(text, hex);
+    compareWithStream<long>(text, hex);
+    compareWithStream<unsigned int>(text, hex);
+    compareWithStream<unsigned short>(text, hex);
+    compareWithStream<short>(text, hex);
+    compareWithStream<unsigned long long>(text, hex);
+    compareWithStream<double>(text, hex);
+  }
+}
+
+TEST(Conversion, WritesNumbers) {
+  EXPECT_EQ("1234567", val2str(1234567));
+  EXPECT_EQ("-2147483648", val2str(std::numeric_limits<int>::min(), -1, nullptr));
+  EXPECT_EQ("-3", val2str(-3L));
+  EXPECT_EQ("4294967295", val2str(4294967295U));
+  EXPECT_EQ("5", val2str(5, 2));
+  EXPECT_EQ("ff", val2str(255, -1, std::hex));
+  EXPECT_EQ("1234.50", val2str(1234.5, 2));
+  EXPECT_EQ("1234.5", val2str(1234.5));
+  EXPECT_EQ("1", val2str(true));
+  EXPECT_EQ("true", val2str(true, -1, std::boolalpha));
+}
+
+TEST(Conversion, ComparesStrictly) {
+  EXPECT_TRUE(close2Val(1.0F, 1.25F, 0.5F));
+  EXPECT_FALSE(close2Val(1.0F, 1.5F, 0.5F));
+  EXPECT_FALSE(close2Val(1.0F, 0.5F, 0.5F));
+  EXPECT_FALSE(close2Val(2.0F, 1.0F, 0.5F));
+  EXPECT_TRUE(close2Val(16777216.0F, 16777216.0F, 0.25F));  // in float both edges would meet it
+}
+
+TEST(Utilities, SkipSpace) {
+  const struct {
+    const char* text;
+    unsigned remaining;
+    unsigned skipped;
+  } rows[] = {{"  \tab", 5, 3},    {"  \tab", 1, 1}, {"ab", 2, 0},
+              {" \n\v\f\r", 5, 5}, {"\xa0", 1, 0},   {"", 0, 0}};
+  for (const auto& row : rows) {
+    const vu::test::ExactCopy copy({row.text, row.remaining});
+    const char* cursor = copy.view().data();
+    unsigned remaining = row.remaining;
+    skipSpace(&cursor, remaining);
+    EXPECT_EQ(row.skipped, static_cast<unsigned>(cursor - copy.view().data())) << row.text;
+    EXPECT_EQ(row.remaining - row.skipped, remaining) << row.text;
+  }
+}
+
+TEST(Utilities, PrintHexical) {
+  const unsigned char bytes[] = {0x0a, 0xff, 0x00};
+  EXPECT_EQ("0x0a 0xff\n0x00", printHexical(bytes, 3, 2, true));
+  EXPECT_EQ("0x0a 0xff 0x00\n", printHexical(bytes, 3, 3, true));
+  EXPECT_EQ("0x0a 0xff 0x00", printHexical(bytes, 3, 0, true));
+  EXPECT_EQ("0aff00", printHexical(bytes, 3, 2, false));
+  EXPECT_EQ("", printHexical(bytes, 0, 2, true));
+  EXPECT_EQ("", printHexical(bytes, -1, 2, true));
+}
+
+TEST(Utilities, TimeDifference) {
+  const struct {
+    timeval end, start;
+    double seconds, microseconds;
+  } rows[] = {{{10, 200000}, {8, 700000}, 1.5, 1500000},
+              {{5, 0}, {6, 500000}, 0.5, 500000},
+              {{5, 1}, {6, 0}, 0.000001, 1},
+              {{7, 0}, {5, 0}, 2, 2000000}};
+  for (const auto& row : rows) {
+    EXPECT_DOUBLE_EQ(row.seconds, TimeDifference(row.end, row.start, false));
+    EXPECT_DOUBLE_EQ(row.microseconds, TimeDifference(row.end, row.start, true));
+    const timespec end{row.end.tv_sec, row.end.tv_usec * 1000 + 999};
+    const timespec start{row.start.tv_sec, row.start.tv_usec * 1000};
+    EXPECT_DOUBLE_EQ(row.seconds + 999e-9, TimeDifference(end, start, false));
+    EXPECT_DOUBLE_EQ(row.microseconds, TimeDifference(end, start, true));
+  }
+}
+
+TEST(Utilities, NumericLength) {
+  EXPECT_EQ(1U, numericLength(0));
+  EXPECT_EQ(1U, numericLength(9));
+  EXPECT_EQ(2U, numericLength(10));
+  EXPECT_EQ(10U, numericLength(4294967295U));
+}
+
+}  // namespace

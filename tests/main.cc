@@ -1,0 +1,20 @@
+// Runs the tests in the locale of the environment, which must have decimal commas when asked for.
+
+#include <cstdlib>
+#include <iostream>
+#include <locale>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  if (std::getenv("VU_TEST_DECIMAL_COMMA") != nullptr) {
+    std::locale::global(std::locale(""));
+    const auto& form = std::use_facet<std::numpunct<char>>(std::locale());
+    if (form.decimal_point() != ',' || form.grouping().empty()) {
+      std::cerr << "this locale has no decimal comma\n";
+      return 1;
+    }
+  }
+  return RUN_ALL_TESTS();
+}

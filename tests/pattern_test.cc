@@ -1,0 +1,199 @@
+#include "vu/pattern.h"
+
+#include <pcre.h>
+#include <pthread.h>
+
+#include <chrono>
+#include <climits>
+#include <new>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "tests/support.h"
+
+using vu::test::messageOf;
+
+namespace {
+
+TEST(Pattern, RefusesWhatDoesNotCompile) {
+  EXPECT_EQ("vu_pcre: Empty Regular Expression", messageOf([] { vu_pcre(nullptr, 2, 1); }));
+  EXPECT_EQ("PCRE Compile Error [2] missing )", messageOf([] { vu_pcre("a(", 2, -1); }));
+  EXPECT_EQ("PCRE Compile Error [0] nothing to repeat", messageOf([] { vu_pcre("*", 2, 0); }));
+  EXPECT_THROW(vu_pcre("a", -1, 0), std::bad_array_new_length);
+  EXPECT_THROW(vu_pcre("a", INT_MAX, 0), std::bad_array_new_length);
+  EXPECT_NE("", messageOf([] { vu_pcre(std::string(100000, '(').c_str(), 2, 0); }));
+}
+
+TEST(Pattern, FindsLabels) {
+  vu_pcre label("([a-z0-9][-_a-z0-9]*)", 2, 1);
+  const char* subject = "HOST.Name";
+  EXPECT_EQ(0, label.getContextOffset());
+  ASSERT_EQ(2, label.execute(subject, 9, 0, 0));
+  int length = 0;
+  EXPECT_EQ(subject, label.getResult(1, subject, length));
+  EXPECT_EQ(4, length);
+  EXPECT_EQ("HOST", label.getResultStr(1, subject));
+  EXPECT_EQ(4, label.getContextOffset());
+  ASSERT_EQ(2, label.execute(subject, 9, 4, 0));
+  EXPECT_EQ(5, label.results()[0]);
+  EXPECT_EQ(9, label.results()[1]);
+  EXPECT_EQ(-1, label.execute(subject, 9, 4, PCRE_ANCHORED));
+  EXPECT_EQ(0, label.results()[4]);
+  for (const int index : {2, 3, -1, INT_MIN, INT_MAX}) {
+    EXPECT_EQ("vu_pcre::getResult : Index out of range : 1 - 2",
+              messageOf([&] { label.getResult(index, subject, length); }));
+  }
+  EXPECT_EQ(PCRE_ERROR_NULL, label.execute(nullptr, 1, 0, 0));
+  EXPECT_EQ(PCRE_ERROR_BADLENGTH, label.execute(subject, -1, 0, 0));
+  EXPECT_EQ(PCRE_ERROR_BADOFFSET, label.execute(subject, 9, 10, 0));
+}
+
+TEST(Pattern, EmptyAndUnsetPairs) {
+  vu_pcre empty("", 2, -1);
+  ASSERT_EQ(1, empty.execute("abc", 3, 0, 0));
+  int length = 77;
+  EXPECT_EQ(nullptr, empty.getResult(0, "abc", length));
+  EXPECT_EQ(77, length);
+  EXPECT_EQ("vu_pcre::getResult : Empty result for index 0",
+            messageOf([&] { empty.getResultStr(0, "abc"); }));
+  vu_pcre optional("(a)?(b)", 4, -1);
+  ASSERT_EQ(3, optional.execute("b", 1, 0, 0));
+  EXPECT_EQ(-1, optional.results()[2]);
+  EXPECT_EQ(nullptr, optional.getResult(1, "b", length));
+  EXPECT_EQ(nullptr, optional.getResult(3, "b", length));
+  EXPECT_EQ("b", optional.getResultStr(2, "b"));
+}
+
+TEST(Pattern, DotMatchesALineEndOnlyByDefault) {
+  EXPECT_EQ(1, vu_pcre("a.b", 1, -1).execute("a\nb", 3, 0, 0));
+  EXPECT_EQ(-1, vu_pcre("a.b", 1, 0).execute("a\nb", 3, 0, 0));
+}
+
+TEST(Pattern, VectorTooSmall) {
+  vu_pcre three("(a)(b)(c)", 2, -1);
+  EXPECT_EQ("PCRE Output vector too small", messageOf([&] { three.execute("abc", 3, 0, 0); }));
+  EXPECT_EQ(-1, three.execute("xyz", 3, 0, 0));
+  EXPECT_EQ("PCRE Output vector too small",
+            messageOf([] { vu_pcre("", 0, 0).execute("", 0, 0, 0); }));
+  int vector[6] = {};
+  EXPECT_EQ(0, three.match("abc", 3, 0, 0, vector, 6));
+  EXPECT_EQ(3, vector[1]);
+}
+
+/// Patterns and subjects over a small alphabet, through the object and through PCRE's interpreter,
+/// with vectors that are sometimes too small.
+TEST(Pattern, AgreesWithTheInterpreter) {
+  const std::vector<std::string> parts = {
+      "a",   "b",   "c", ".", "(",    ")",   "(?:",    "|",   "*",   "+",     "?",    "*?", "+?",
+      "\\1", "\\b", "^", "$", "[ab]", "(?=", "(?<=a)", "{2}", "\\w", "(a|b)", "(.*)", "++"};
+  const std::vector<std::string> letters = {"a", "b", "c", "ab", " ", "\n"};
+  std::mt19937 random(2);
+  int matched = 0;
+  for (int i = 0; i < 40000; ++i) {
+    const std::string pattern = vu::test::randomText(random, parts, 8);
+    const char* text = nullptr;
+    int offset = 0;
+    const std::unique_ptr<pcre, void (*)(void*)> plain(
+        pcre_compile(pattern.c_str(), PCRE_DOTALL, &text, &offset, nullptr), pcre_free);
+    const int pairs = 1 + static_cast<int>(random() % 4);
+    if (!plain) {
+      EXPECT_NE("", messageOf([&] { vu_pcre(pattern.c_str(), pairs, -1); })) << pattern;
+      continue;
+    }
+    const vu_pcre ours(pattern.c_str(), pairs, -1);
+    for (int k = 0; k < 4; ++k) {
+      const vu::test::ExactCopy subject(vu::test::randomText(random, letters, 8));
+      const int size = static_cast<int>(subject.view().size());
+      const int start = k == 3 ? size / 2 : 0;
+      const int options = k == 2 ? PCRE_NOTEMPTY : 0;
+      std::vector<int> expected(static_cast<std::size_t>(pairs) * 3);
+      std::vector<int> got(expected);
+      const int result = pcre_exec(plain.get(), nullptr, subject.view().data(), size, start,
+                                   options, expected.data(), pairs * 3);
+      ASSERT_EQ(result,
+                ours.match(subject.view().data(), size, start, options, got.data(), pairs * 3))
+          << pattern << " on " << subject.view();
+      expected.resize(static_cast<std::size_t>(pairs) * 2);
+      got.resize(static_cast<std::size_t>(pairs) * 2);
+      ASSERT_TRUE(result < 0 || expected == got) << pattern << " on " << subject.view();
+      matched += result > 0 ? 1 : 0;
+    }
+  }
+  EXPECT_GT(matched, 10000);
+}
+
+/// On a small stack either limit may be met first.
+void searchHostile(bool onSmallStack) {
+  const struct {
+    const char* pattern;
+    std::size_t length;
+    int expected;
+  } rows[] = {{"^(a|b)*$", 5000000, PCRE_ERROR_RECURSIONLIMIT},
+              {"^(a|b)*$", 20000, PCRE_ERROR_RECURSIONLIMIT},
+              {"(a+)+$", 40, PCRE_ERROR_MATCHLIMIT},
+              {"(a|aa)+$", 60, PCRE_ERROR_MATCHLIMIT},
+              {"^(a(?1)?)", 1000000, PCRE_ERROR_RECURSIONLIMIT}};
+  for (const auto& row : rows) {
+    vu_pcre pattern(row.pattern, 3, -1);
+    const std::string subject = std::string(row.length, 'a') + '!';
+    const auto begin = std::chrono::steady_clock::now();
+    const int result = pattern.execute(subject.data(), static_cast<int>(subject.size()), 0, 0);
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+    EXPECT_TRUE(result == row.expected || (onSmallStack && result == PCRE_ERROR_RECURSIONLIMIT))
+        << row.pattern << " of " << row.length;
+    EXPECT_LT(took.count(), 0.5) << row.pattern;
+  }
+}
+
+TEST(Pattern, HostileSearchesEndSoon) { searchHostile(false); }
+
+TEST(Pattern, HostileSearchesEndSoonOnASmallStack) {
+  for (const std::size_t size : {std::size_t{128} << 10, std::size_t{1} << 20}) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, size));
+    pthread_t thread;
+    ASSERT_EQ(0, pthread_create(
+                     &thread, &attributes,
+                     [](void*) -> void* {
+                       searchHostile(true);
+                       return nullptr;
+                     },
+                     nullptr));
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+  }
+}
+
+/// What the just-in-time code cannot hold on its stack, the interpreter finds.
+TEST(Pattern, DeepMatchesAreFound) {
+  for (const std::size_t length : {500U, 1300U, 1500U, 2500U}) {
+    vu_pcre pattern("^(a|b)*$", 2, -1);
+    const std::string subject(length, 'b');
+    EXPECT_EQ(2, pattern.execute(subject.data(), static_cast<int>(length), 0, 0)) << length;
+    EXPECT_EQ(static_cast<int>(length), pattern.getContextOffset());
+  }
+  vu_pcre lazy("<(.*?)>", 2, -1);
+  const std::string text = "<" + std::string(3000000, 'a') + ">";
+  EXPECT_EQ(2, lazy.execute(text.data(), static_cast<int>(text.size()), 0, 0));
+}
+
+TEST(Pattern, OnePatternServesManyThreads) {
+  const vu_pcre pattern("(\\d+)-(\\d+)", 3, -1);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&pattern, t] {
+      const std::string subject = std::string(static_cast<std::size_t>(t), 'x') + "12-345";
+      for (int i = 0; i < 2000; ++i) {
+        int vector[9];
+        ASSERT_EQ(3,
+                  pattern.match(subject.data(), static_cast<int>(subject.size()), 0, 0, vector, 9));
+        ASSERT_EQ(t, vector[0]);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace

@@ -1,0 +1,83 @@
+// What the tests share.
+
+#ifndef VU_TESTS_SUPPORT_H_
+#define VU_TESTS_SUPPORT_H_
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vu/foundation.h"
+
+namespace vu::test {
+
+/// The text of the vu_exception that `action` throws, or "" when it throws nothing.
+template <typename Action>
+std::string messageOf(Action action) {
+  try {
+    action();
+  } catch (const vu_exception& failure) {
+    return failure.what();
+  }
+  return "";
+}
+
+/// A file with the given content; gone with the object.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(std::string_view content = "") {
+    const int file = mkstemp(path_.data());
+    if (file < 0) throw std::runtime_error("no temporary file");
+    close(file);
+    rewrite(content);
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() { unlink(path_.c_str()); }
+
+  void rewrite(std::string_view content) { std::ofstream(path_, std::ios::binary) << content; }
+  const char* path() const { return path_.c_str(); }
+
+ private:
+  std::string path_ = "/tmp/vu-test-XXXXXX";
+};
+
+inline std::string contentOf(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+/// A copy of a text on the heap without a byte to spare, so that the address sanitizer sees every
+/// read outside of it.
+class ExactCopy {
+ public:
+  explicit ExactCopy(std::string_view text) : bytes_(new char[text.size()]), size_(text.size()) {
+    if (!text.empty()) std::memcpy(bytes_.get(), text.data(), text.size());
+  }
+  std::string_view view() const { return {bytes_.get(), size_}; }
+
+ private:
+  std::unique_ptr<char[]> bytes_;
+  std::size_t size_;
+};
+
+/// Joins up to `most` random pieces.
+inline std::string randomText(std::mt19937& random, const std::vector<std::string>& pieces,
+                              std::size_t most) {
+  std::string text;
+  for (std::size_t n = random() % (most + 1); n > 0; --n) text += pieces[random() % pieces.size()];
+  return text;
+}
+
+}  // namespace vu::test
+
+#endif  // VU_TESTS_SUPPORT_H_

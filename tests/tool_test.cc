@@ -1,0 +1,175 @@
+// The vu tool as a person or a pipe uses it: what it prints where, and how it ends.
+
+#include <sys/wait.h>
+
+#include <gtest/gtest.h>
+
+#include "tests/support.h"
+
+using vu::test::TemporaryFile;
+
+namespace {
+
+struct Result {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+/// Runs a shell command line in which "vu" is the tool.
+Result run(const std::string& command, std::string_view input = "") {
+  const TemporaryFile in(input);
+  const TemporaryFile out;
+  const TemporaryFile err;
+  const std::string line = "vu() { " + std::string(VU_TOOL) + " \"$@\"; }; { " + command + "; } <" +
+                           in.path() + " >" + out.path() + " 2>" + err.path();
+  const int status = std::system(line.c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, vu::test::contentOf(out.path()),
+          vu::test::contentOf(err.path())};
+}
+
+/// `expected` within `text`; an empty one means an empty text.
+bool says(const std::string& text, const std::string& expected) {
+  return expected.empty() ? text.empty() : text.find(expected) != std::string::npos;
+}
+
+TEST(Tool, AnswersEveryCommandLine) {
+  const TemporaryFile suffixes("co.xy 3\n");
+  const TemporaryFile broken("co.xy 3\nnet.xy\n");
+  const TemporaryFile list(
+      "// ===BEGIN ICANN DOMAINS===\nxy\n*.ck\n!www.ck\nb\xc3\xbc.xy\n"
+      "// ===END ICANN DOMAINS===\n// ===BEGIN PRIVATE DOMAINS===\n"
+      "blog.xy comment\na.blog.xy\n// ===END PRIVATE DOMAINS===\n");
+  const std::string s = std::string(" --suffixes ") + suffixes.path() + " ";
+  const std::string tsv = "vu classify --format tsv" + s;
+  const struct {
+    std::string command;
+    std::string input;
+    int status;
+    std::string out;
+    std::string err;
+  } rows[] = {
+      {tsv + "http://a.b.co.xy/ 1.2.3.4", "", 0,
+       "0\tOPERATION SUCCESS\tb.co.xy\t\thttp://a.b.co.xy/\n"
+       "0\tOPERATION SUCCESS\t1.2.3.4\t1.2.3.4\t1.2.3.4\n",
+       ""},
+      {tsv, "co.xy\r\nhost\n\na@b", 1,
+       "204\tCOUNTRY CODE - PURE DOMAIN\t\t\tco.xy\n203\tCOUNTRY CODE - TOO SHORT\t\t\thost\n"
+       "0\tOPERATION SUCCESS\t\t\t\n202\tCOUNTRY CODE - NOT A DOMAIN\t\t\ta@b\n",
+       ""},
+      {tsv + "-d corp.xy host ''", "", 0, "\thost.corp.xy\t\thost\n0\tOPERATION SUCCESS\t\t\t\n",
+       ""},
+      {tsv + "--only-failed", "a.xy\nco.xy\n", 1, "204\tCOUNTRY CODE - PURE DOMAIN\t\t\tco.xy\n",
+       ""},
+      {tsv, "a.b/\t\\\x01\xff\n", 0, "\ta.b\t\ta.b/\\t\\\\\x01\xff\n", ""},
+      {"vu classify --format csv" + s, "a.b/\"x\",y\n", 0,
+       "0,OPERATION SUCCESS,a.b,,\"a.b/\"\"x\"\",y\"\n", ""},
+      {"vu classify --format jsonl" + s, "1.2.3.4/\xff\"\n", 0,
+       "{\"status\":0,\"text\":\"OPERATION "
+       "SUCCESS\",\"domain\":\"1.2.3.4\",\"address\":\"1.2.3.4\","
+       "\"url\":\"1.2.3.4/\xef\xbf\xbd\\\"\"}\n",
+       ""},
+      {"vu classify" + s, "a.b/\x1b[31m\n", 0, "a.b/\\x1b[31m\n", ""},
+      {"vu classify --summary" + s, "a.b.xy\nc.b.xy\nhost\n", 1, "b.xy",
+       "2   66.7 %    0 OPERATION SUCCESS\n"},
+      {"vu classify --summary" + s, "a.b.xy\nc.b.xy\nd.xy\n", 0, "b.xy",
+       "2  b.xy  ##############################\n             1  d.xy  ###############\n"},
+      {"vu classify www.a.co.uk", "", 0, "  a.co.uk ", ""},
+      {"vu classify a.b.kobe.jp x.b.kobe.jp -m public-suffix", "", 0, "  a.b.kobe.jp ", ""},
+      {tsv + "-f - -f " + suffixes.path(), "a.b\n", 1, "\ta.b\n202\t", ""},
+      {tsv + "-f /nowhere -f -", "a.b\n", 1, "", "vu: cannot open /nowhere: No such file"},
+      {tsv + "-f /tmp", "", 1, "", "vu: cannot read /tmp: Is a directory"},
+      {tsv + "a.b >/dev/full", "", 1, "", "vu: cannot write standard output: No space left"},
+      {"vu classify --suffixes /nowhere a.b", "", 1, "",
+       "definition file [/nowhere] open error : No such file"},
+      {"vu classify a.b --suffixes " + std::string(broken.path()), "", 1, "",
+       "Read Error at [2]-th record"},
+      {"vu classify --format xml", "", 2, "", "xml not in"},
+      {"vu classify --match longest", "", 2, "", "longest not in"},
+      {"vu classify --threads 0", "", 2, "", "--threads"},
+      {"vu classify --nothing", "", 2, "", "--nothing"},
+      {"vu clasify", "", 2, "", "there is no command clasify"},
+      {"vu", "", 2, "", "Usage: vu"},
+      {"vu --version", "", 0, "vu 0.", ""},
+      {"vu classify --help", "", 0, "--default-domain", ""},
+      {"vu status 1003", "", 0, "1003\tMALFORMED URL\n", ""},
+      {"vu status 'URL Not Found'", "", 0, "999\tURL Not Found\n", ""},
+      {"vu status 99999999999", "", 1, "", "no such status: 99999999999"},
+      {"vu status nothing", "", 1, "", "no such status: nothing"},
+      {"vu status | wc -l", "", 0, "13\n", ""},
+      {"vu suffixes build " + std::string(list.path()), "", 0,
+       "xy 2\n*.ck 3\n!www.ck 2\nxn--b-eha.xy 3\nblog.xy 3\na.blog.xy 4\n",
+       "cannot honour 3:\n  1 are wildcards, which only"},
+      {"vu suffixes build --section private " + std::string(list.path()), "", 0,
+       "blog.xy 3\na.blog.xy 4\n", "cannot honour 1:\n  1 are longer than another listed suffix"},
+      {"vu suffixes build - --section icann", "// nothing\n", 1, "", "no suffix rules"},
+      {"vu suffixes build -", "xy\na b\n#!/bin/sh\n", 1, "", "standard input:3: not a suffix rule"},
+      {"vu suffixes build /nowhere", "", 1, "", "cannot open /nowhere"},
+      {"vu suffixes build - -o /nowhere/x", "xy\n", 1, "", "cannot write /nowhere/x"},
+      {"vu suffixes build - -o /dev/full", "xy\n", 1, "", "cannot write /dev/full: No space left"},
+      {"vu suffixes check " + std::string(broken.path()), "", 1, "",
+       std::string(broken.path()) + ":2: bad record after 1 good"},
+      {"vu suffixes check /nowhere", "", 1, "", "cannot open /nowhere"},
+      {"vu suffixes check /dev/stdin",
+       "co.xy 4\nco.xy 3\nxy 2\nltd.co.xy 3\n*.ck 3\n?? 2\na.b.c.d.e 3\n", 0,
+       "records: 7\ndistinct suffixes: 6\nlargest label count: 4\nduplicates: 1\n"
+       "  1 stand again, such as co.xy in lines 1 and 2\nnever matched by the shortest rule: 5\n"
+       "  1 are no host names, so nothing can match them, such as ?? in line 6\n"
+       "  1 are wildcards or exceptions, for public-suffix matching only, such as *.ck in line 5\n"
+       "  1 are single labels, for public-suffix matching only, such as xy in line 3\n"
+       "  1 have more labels than the largest label count, such as a.b.c.d.e in line 7\n"
+       "  1 are longer than another listed suffix, which wins, such as ltd.co.xy in line 4 "
+       "(co.xy is listed)\n",
+       ""},
+      {tsv + "| head -n 1", std::string(3000000, '\n'), 0, "0\tOPERATION SUCCESS\t\t\t\n", ""},
+  };
+  for (const auto& row : rows) {
+    const Result result = run(row.command, row.input);
+    EXPECT_EQ(row.status, result.status) << row.command;
+    EXPECT_PRED2(says, result.out, row.out) << row.command;
+    EXPECT_PRED2(says, result.err, row.err) << row.command;
+  }
+}
+
+TEST(Tool, FailedBuildLeavesTheOldFile) {
+  const TemporaryFile file("co.xy 3\n");
+  EXPECT_EQ(1, run("vu suffixes build - -o " + std::string(file.path()), "??\n").status);
+  EXPECT_EQ("co.xy 3\n", vu::test::contentOf(file.path()));
+  EXPECT_EQ(0, run("vu suffixes build - -o " + std::string(file.path()), "xy\n").status);
+  EXPECT_EQ("xy 2\n", vu::test::contentOf(file.path()));
+}
+
+/// Rows stay in order and whole, however the input is cut into blocks and spread over threads.
+TEST(Tool, RowsStayInOrder) {
+  std::string input;
+  std::string expected;
+  for (int i = 0; i < 200000; ++i) {
+    const std::string domain = "shop" + std::to_string(i) + ".xy";
+    input += "http://www." + domain + "/\n";
+    expected += "0\tOPERATION SUCCESS\t" + domain + "\t\thttp://www." + domain + "/\n";
+  }
+  const std::string longLine = "a.b/" + std::string(5000000, 'c');
+  input += longLine;
+  expected += "0\tOPERATION SUCCESS\ta.b\t\t" + longLine + "\n";
+  const TemporaryFile file(input);
+  for (const char* threads : {"1", "2", "7"}) {
+    const std::string options = std::string(" --format tsv --threads ") + threads;
+    EXPECT_TRUE(expected == run("vu classify" + options, input).out) << threads;
+    EXPECT_TRUE(expected == run("cat | vu classify" + options, input).out) << threads;
+    EXPECT_TRUE(expected == run("vu classify" + options + " --file " + file.path()).out) << threads;
+  }
+}
+
+/// A program that feeds one line and waits for its row gets it.
+TEST(Tool, AnswersEachLineAtOnce) {
+  const Result result =
+      run("d=$(mktemp -d); mkfifo $d/in $d/out; " + std::string(VU_TOOL) +
+          " classify --format tsv <$d/in >$d/out & exec 3>$d/in 4<$d/out; "
+          "for h in a.com b.org; do echo $h >&3; read -r row <&4; echo \"$row\"; done; "
+          "exec 3>&-; wait; rm -r $d");
+  EXPECT_EQ(0, result.status);
+  EXPECT_EQ("0\tOPERATION SUCCESS\ta.com\t\ta.com\n0\tOPERATION SUCCESS\tb.org\t\tb.org\n",
+            result.out);
+}
+
+}  // namespace

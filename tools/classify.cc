@@ -1,0 +1,217 @@
+// vu classify: URLs in, one row each out, in order. Blocks of whole lines are classified in threads
+// of their own while the next ones are read; memory holds no more than a few blocks.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <future>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <thread>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/choice.h"
+#include "tools/command.h"
+#include "tools/files.h"
+#include "tools/rows.h"
+#include "tools/suffix_list.h"
+#include "tools/summary.h"
+
+namespace vu::tool {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct ClassifyOptions {
+  std::vector<std::string> urls;
+  std::vector<std::string> files;
+  std::string suffixes;
+  std::string defaultDomain;
+  RowWriter::Choices rows;
+  std::size_t threads = std::max(1U, std::thread::hardware_concurrency());
+  bool summary = false;
+};
+
+const std::map<std::string, vu_match> kMatches = {{"shortest", vu_match::shortest},
+                                                  {"public-suffix", vu_match::publicSuffix}};
+const std::map<std::string, RowFormat> kFormats = {{"table", RowFormat::table},
+                                                   {"tsv", RowFormat::tsv},
+                                                   {"csv", RowFormat::csv},
+                                                   {"jsonl", RowFormat::jsonl}};
+
+double secondsSince(Clock::time_point start) {
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+/// A line on standard error that tells how far the work is, when somebody can see it and the rows
+/// go elsewhere. Gone when the object goes.
+class Progress {
+ public:
+  ~Progress() { clear(); }
+
+  void show(std::uint64_t urls) {
+    if (!wanted_ || secondsSince(shown_) < 0.5) return;
+    shown_ = Clock::now();
+    const double rate = static_cast<double>(urls) / secondsSince(start_);
+    std::cerr << "\r" << grouped(urls) << " URLs, " << grouped(static_cast<std::uint64_t>(rate))
+              << " a second   " << std::flush;
+    visible_ = true;
+  }
+
+  void clear() {
+    if (visible_) std::cerr << "\r\033[K" << std::flush;
+    visible_ = false;
+  }
+
+ private:
+  bool wanted_ = isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0;
+  bool visible_ = false;
+  Clock::time_point start_ = Clock::now();
+  Clock::time_point shown_ = start_;
+};
+
+/// A block of lines with what became of it.
+struct Batch {
+  std::string lines;
+  std::string rows;
+  Tally tally;
+};
+
+class Classifier {
+ public:
+  Classifier(const vu_cctld& table, const ClassifyOptions& options)
+      : writer_(table, options.rows), threads_(options.threads) {}
+
+  void classify(const std::string& url) {
+    Batch batch;
+    writer_.write(url, batch.rows, batch.tally);
+    finish(batch);
+  }
+
+  void classifyFile(const std::string& path) {
+    LineBlocks blocks(path);
+    auto lines = std::make_unique<Batch>();
+    while (blocks.next(lines->lines)) {
+      if (threads_ > 1 && blocks.wasFull()) {
+        start(std::move(lines));
+      } else {
+        // Little is there: whoever feeds us may be waiting for its rows.
+        finishAll();
+        writer_.writeLines(lines->lines, lines->rows, lines->tally);
+        finish(*lines);
+      }
+      lines = std::make_unique<Batch>();
+    }
+    finishAll();
+  }
+
+  Summary& summary() { return summary_; }
+  void clearProgress() { progress_.clear(); }
+
+ private:
+  using Working = std::future<std::unique_ptr<Batch>>;
+
+  void start(std::unique_ptr<Batch> batch) {
+    if (working_.size() == threads_) finishFirst();
+    working_.push_back(std::async(
+        std::launch::async,
+        [this](std::unique_ptr<Batch> mine) {
+          writer_.writeLines(mine->lines, mine->rows, mine->tally);
+          return mine;
+        },
+        std::move(batch)));
+  }
+
+  void finishFirst() {
+    const std::unique_ptr<Batch> batch = working_.front().get();
+    working_.pop_front();
+    finish(*batch);
+  }
+
+  void finishAll() {
+    while (!working_.empty()) finishFirst();
+  }
+
+  void finish(const Batch& batch) {
+    summary_.add(batch.tally);
+    progress_.show(summary_.urls());
+    writeOut(batch.rows);
+  }
+
+  RowWriter writer_;
+  std::size_t threads_;
+  std::deque<Working> working_;
+  Summary summary_;
+  Progress progress_;
+};
+
+int classify(ClassifyOptions options) {
+  // Nothing is printed before it is known that every input can be read.
+  for (const std::string& path : options.files) checkReadable(path);
+  const std::unique_ptr<vu_cctld> table = makeTable(options.suffixes, options.defaultDomain);
+  if (options.urls.empty() && options.files.empty()) {
+    options.files.emplace_back("-");
+    if (isatty(STDIN_FILENO) == 1) std::cerr << "vu: reading URLs, one a line; end with Ctrl-D\n";
+  }
+  options.rows.countDomains = options.summary;
+  if (options.rows.format == RowFormat::table && isatty(STDOUT_FILENO) == 1) {
+    writeOut(RowWriter::titles());
+  }
+
+  const Clock::time_point start = Clock::now();
+  Classifier classifier(*table, options);
+  for (const std::string& url : options.urls) classifier.classify(url);
+  for (const std::string& path : options.files) classifier.classifyFile(path);
+  classifier.clearProgress();
+  if (options.summary) std::cerr << classifier.summary().text(secondsSince(start));
+  return classifier.summary().refused() > 0 ? kRefused : kDone;
+}
+
+}  // namespace
+
+void addClassify(CLI::App& app, int& exitStatus) {
+  auto options = std::make_shared<ClassifyOptions>();
+  CLI::App* command =
+      app.add_subcommand("classify", "Cut each URL down to its registered domain, a row each");
+  command
+      ->add_option("URL", options->urls,
+                   "URLs or host names. Without any, and without --file,\n"
+                   "standard input is read, one a line")
+      ->option_text(" ");
+  command->add_option("-f,--file", options->files, "Files of URLs, one a line; - is standard input")
+      ->option_text("FILE...");
+  command
+      ->add_option(
+          "-s,--suffixes", options->suffixes,
+          "Definition file of suffixes; otherwise the\nsystem's Public Suffix List is used")
+      ->option_text("FILE");
+  command
+      ->add_option(
+          "-d,--default-domain", options->defaultDomain,
+          "What host names of a single label are completed\nwith; otherwise they are refused")
+      ->option_text("DOMAIN");
+  addChoice(*command, "-m,--match", options->rows.match, kMatches,
+            "shortest: the shortest listed suffix of two labels\nor more (default). public-suffix: "
+            "the rules of the\nPublic Suffix List");
+  addChoice(*command, "--format", options->rows.format, kFormats,
+            "table (default), tsv, csv or jsonl. Columns: status,\ntext, domain, address, URL");
+  command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");
+  command->add_option("-j,--threads", options->threads, "How many threads; one a core otherwise")
+      ->check(CLI::Range(1, 1024))
+      ->option_text("N");
+  command->add_flag(
+      "--summary", options->summary,
+      "Afterwards, on standard error: rows by status,\nfrequent domains, URLs a second");
+  command->footer(
+      "Exit status: 0 done, 1 a URL was refused or an input could not be read, 2 wrong usage.\n"
+      "In tsv a tab, line end or backslash inside a field is written \\t, \\n, \\r, \\\\; in a "
+      "table\n"
+      "all but printable ASCII is written \\xNN; in jsonl what is not UTF-8 becomes U+FFFD.");
+  command->callback([options, &exitStatus] { exitStatus = classify(*options); });
+}
+
+}  // namespace vu::tool

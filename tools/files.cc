@@ -1,0 +1,142 @@
+#include "tools/files.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "tools/command.h"
+
+namespace vu::tool {
+namespace {
+
+constexpr std::size_t kBlock = std::size_t{1} << 20;
+
+[[noreturn]] void refuse(const std::string& what) {
+  throw Refusal(what + ": " + std::strerror(errno));
+}
+
+int openOrStandardInput(const std::string& path) {
+  if (path == "-") return STDIN_FILENO;
+  const int number = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (number < 0) refuse("cannot open " + path);
+  return number;
+}
+
+/// Writes all of `text`; false with errno set when that fails.
+bool writeAll(int file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(file, text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+void writeDirectly(const std::string& path, std::string_view text) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (file < 0) refuse("cannot write " + path);
+  const Descriptor closer(file);
+  if (!writeAll(file, text)) refuse("cannot write " + path);
+}
+
+}  // namespace
+
+Descriptor::~Descriptor() {
+  if (number_ > STDERR_FILENO) close(number_);
+}
+
+std::string displayName(const std::string& path) { return path == "-" ? "standard input" : path; }
+
+LineBlocks::LineBlocks(const std::string& path)
+    : path_(displayName(path)), file_(openOrStandardInput(path)) {}
+
+bool LineBlocks::next(std::string& block) {
+  block.clear();
+  block.swap(rest_);
+  std::size_t lines = 0;  // the bytes of whole lines
+  std::size_t searched = 0;
+  while (!atEnd_ && (lines == 0 || (block.size() < kBlock && moreIsThere()))) {
+    if (!readMore(block)) break;
+    const std::size_t lineEnd = std::string_view(block).substr(searched).rfind('\n');
+    if (lineEnd != std::string_view::npos) lines = searched + lineEnd + 1;
+    searched = block.size();
+  }
+  wasFull_ = block.size() >= kBlock;
+  if (atEnd_) return !block.empty();
+  rest_.assign(block, lines, std::string::npos);
+  block.resize(lines);
+  return true;
+}
+
+/// Adds what one read gives to `block`; false at the end of the file.
+bool LineBlocks::readMore(std::string& block) {
+  const std::size_t had = block.size();
+  block.resize(had + kBlock);
+  ssize_t got = 0;
+  do {
+    got = read(file_.number(), block.data() + had, kBlock);
+  } while (got < 0 && errno == EINTR);
+  block.resize(had + static_cast<std::size_t>(got < 0 ? 0 : got));
+  if (got < 0) refuse("cannot read " + path_);
+  atEnd_ = got == 0;
+  return !atEnd_;
+}
+
+bool LineBlocks::moreIsThere() const {
+  pollfd waiting{file_.number(), POLLIN, 0};
+  return poll(&waiting, 1, 0) > 0;
+}
+
+void checkReadable(const std::string& path) {
+  if (path == "-") return;
+  // Not by opening it: a named pipe can be opened once only.
+  struct stat status {};
+  if (access(path.c_str(), R_OK) != 0 || stat(path.c_str(), &status) != 0) {
+    refuse("cannot open " + path);
+  }
+  if (S_ISDIR(status.st_mode)) {
+    errno = EISDIR;
+    refuse("cannot read " + path);
+  }
+}
+
+void writeOut(std::string_view text) {
+  if (writeAll(STDOUT_FILENO, text)) return;
+  if (errno == EPIPE) throw ReaderGone();
+  refuse("cannot write standard output");
+}
+
+void replaceFile(const std::string& path, std::string_view text) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    writeDirectly(path, text);
+    return;
+  }
+  const std::string beside = path + ".new" + std::to_string(getpid());
+  try {
+    writeDirectly(beside, text);
+    if (std::rename(beside.c_str(), path.c_str()) != 0) refuse("cannot write " + path);
+  } catch (...) {
+    const int error = errno;
+    unlink(beside.c_str());
+    errno = error;
+    throw;
+  }
+}
+
+std::string readFile(const std::string& path) {
+  LineBlocks blocks(path);
+  std::string text;
+  std::string block;
+  while (blocks.next(block)) text += block;
+  return text;
+}
+
+}  // namespace vu::tool

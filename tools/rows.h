@@ -1,0 +1,65 @@
+// The rows of `vu classify`: one a URL, in the form that was asked for.
+
+#ifndef VU_TOOLS_ROWS_H_
+#define VU_TOOLS_ROWS_H_
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "vu/domain.h"
+
+namespace vu::tool {
+
+enum class RowFormat { table, tsv, csv, jsonl };
+
+/// What a batch of URLs came to.
+struct Tally {
+  std::uint64_t urls = 0;
+  std::array<std::uint64_t, 5> byStatus{};  ///< In the order of `countedStatuses`.
+  std::unordered_map<std::string_view, std::uint64_t> domains;  ///< Views into the batch.
+};
+
+/// The statuses that a URL can have.
+inline constexpr std::array<vu_status, 5> countedStatuses = {
+    VU_SUCCESS, VU_COUNTRY_CODE_EMPTY_URL, VU_COUNTRY_CODE_NOT_A_DOMAIN, VU_COUNTRY_CODE_TOO_SHORT,
+    VU_COUNTRY_CODE_PURE_DOMAIN};
+
+/// The text that the service's table has for a status.
+const char* statusText(vu_status status);
+
+/// A text as a terminal may be shown it, which obeys control characters: everything but printable
+/// ASCII becomes "\xNN".
+std::string visible(std::string_view text);
+
+/// Classifies URLs and writes their rows. Threads: one writer may serve several at once.
+class RowWriter {
+ public:
+  struct Choices {
+    vu_match match = vu_match::shortest;
+    RowFormat format = RowFormat::table;
+    bool onlyFailed = false;
+    bool countDomains = false;
+  };
+
+  RowWriter(const vu_cctld& table, Choices choices) : table_(table), choices_(choices) {}
+
+  /// The titles of the table form, with a line end.
+  static std::string titles();
+
+  /// Adds the row of one URL to `out` and counts it in `tally`.
+  void write(std::string_view url, std::string& out, Tally& tally) const;
+
+  /// The same for every line of `block`; "\n" and "\r\n" end a line, the last end may be missing.
+  void writeLines(std::string_view block, std::string& out, Tally& tally) const;
+
+ private:
+  const vu_cctld& table_;
+  Choices choices_;
+};
+
+}  // namespace vu::tool
+
+#endif  // VU_TOOLS_ROWS_H_
