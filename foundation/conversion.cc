@@ -80,27 +80,27 @@ bool readDouble(const std::string& text, double& value) {
 }  // namespace vu::detail
 
 template <>
-unsigned char str2val<unsigned char>(const std::string& text, bool hex) {
-  return static_cast<unsigned char>(byteValue(text, hex));
+unsigned char str2val<unsigned char>(const std::string& text, bool flag) {
+  return static_cast<unsigned char>(byteValue(text, flag));
 }
 
 template <>
-signed char str2val<signed char>(const std::string& text, bool hex) {
-  return static_cast<signed char>(byteValue(text, hex));
+signed char str2val<signed char>(const std::string& text, bool flag) {
+  return static_cast<signed char>(byteValue(text, flag));
 }
 
 template <>
-float str2val<float>(const std::string& text, bool acceptTrailing) {
+float str2val<float>(const std::string& text, bool flag) {
   char* stop = nullptr;
   const double value = strtod_l(text.c_str(), &stop, classicLocale());
-  if (!acceptTrailing && stop != text.c_str() + text.size()) {
+  if (!flag && stop != text.c_str() + text.size()) {
     throw vu_exception("Impure float value");
   }
   return static_cast<float>(value);
 }
 
 template <>
-std::string str2val<std::string>(const std::string& text, bool /*ignored*/) {
+std::string str2val<std::string>(const std::string& text, bool /*flag*/) {
   return text;
 }
 

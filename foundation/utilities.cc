@@ -63,7 +63,8 @@ double TimeDifference(const timespec& end, const timespec& start, bool microseco
   const Difference d = difference(std::int64_t{end.tv_sec} - start.tv_sec,
                                   std::int64_t{end.tv_nsec} - start.tv_nsec, 1000000000);
   const auto seconds = static_cast<double>(d.seconds);
-  return microseconds ? seconds * 1e6 + static_cast<double>(d.fraction / 1000)
+  const std::int64_t wholeMicroseconds = d.fraction / 1000;
+  return microseconds ? seconds * 1e6 + static_cast<double>(wholeMicroseconds)
                       : seconds + static_cast<double>(d.fraction) / 1e9;
 }
 

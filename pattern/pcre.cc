@@ -21,8 +21,8 @@ namespace {
 constexpr unsigned long kSteps = 1'000'000;
 constexpr unsigned long kStepsPerByte = 16;
 constexpr unsigned long kMostSteps = 10'000'000;  // PCRE's own default
-constexpr std::size_t kInterpreterStack = 4 * 1024 * 1024;
-constexpr std::size_t kStackReserve = 64 * 1024;
+constexpr std::size_t kInterpreterStack = std::size_t{4} << 20;
+constexpr std::size_t kStackReserve = std::size_t{64} << 10;
 
 /// What pcre_exec can do in just-in-time code; with any other option it interprets.
 constexpr int kJitOptions =

@@ -10,7 +10,7 @@
 namespace vu::detail {
 namespace {
 
-constexpr std::size_t kUnknown = 128 * 1024;
+constexpr std::size_t kUnknown = std::size_t{128} << 10;
 
 struct Stack {
   std::uintptr_t low = 0;

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <deque>
 #include <iomanip>
-#include <regex>
 #include <set>
 #include <thread>
 
@@ -190,11 +189,13 @@ TEST(Table, ReadsAsFscanfDoes) {
   const std::vector<std::string> pieces = {"a.b", "co",   ".xy", "C", " ",  "\n",
                                            "\t",  "\r\n", "3",   "4", "12", "-",
                                            "+",   "*.",   "007", "#", "3x", "\v"};
+  vu_pcre tenDigits("[0-9]{10}", 1, 0);
   std::mt19937 random(3);
   TemporaryFile file;
   for (int i = 0; i < 6000; ++i) {
     const std::string content = vu::test::randomText(random, pieces, 12);
-    if (std::regex_search(content, std::regex("[0-9]{10}"))) continue;  // depends on long's width
+    const int size = static_cast<int>(content.size());
+    if (tenDigits.execute(content.data(), size, 0, 0) > 0) continue;  // hangs on the width of long
     file.rewrite(content);
     PlainTable plain;
     vu_cctld table(nullptr);

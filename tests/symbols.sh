@@ -5,4 +5,4 @@
 set -eu
 # Copies of the standard library's templates are weak, and not ours to promise.
 nm --dynamic --defined-only --demangle "$1" | sed 's/^[0-9a-f]* //' |
-  grep -vE '^[WVu] (void )?std::' | LC_ALL=C sort -u | diff "$2" -
+  grep -vE '^[WVu] (void )?std::' | cut -c 3- | LC_ALL=C sort -u | diff "$2" -

@@ -70,7 +70,7 @@ bool LineBlocks::next(std::string& block) {
   }
   wasFull_ = block.size() >= kBlock;
   if (atEnd_) return !block.empty();
-  rest_.assign(block, lines, std::string::npos);
+  rest_ = block.substr(lines);
   block.resize(lines);
   return true;
 }

@@ -123,7 +123,7 @@ VU_EXPORT const char* findStringByValue(unsigned int value, const sizeT_string_p
 // Text and numbers
 
 /// The number at the start of `text`, as `stream >> value` reads it: leading white space is
-/// skipped, a sign is accepted, what follows the number is ignored. With `hex`, or when the text
+/// skipped, a sign is accepted, what follows the number is ignored. With `flag`, or when the text
 /// begins with exactly "0x", integers are read as hexadecimal, with or without "0x" or "0X" in
 /// front; `double` is always decimal. T is an integer type, double, or any type that has
 /// `operator>>`.
@@ -132,26 +132,26 @@ VU_EXPORT const char* findStringByValue(unsigned int value, const sizeT_string_p
 ///   "empty string T"                    when text is empty;
 ///   "bad conversion [" + text + "]"     when there is no number, or one that T cannot hold.
 template <typename T>
-T str2val(const std::string& text, bool hex = false);
+T str2val(const std::string& text, bool flag = false);
 
 /// A byte, read as an `int` (so "65" is 65, not '6') and cut to its low 8 bits: "300" is 44.
 /// Throws vu_exception "empty string" or "bad conversion".
 template <>
-VU_EXPORT unsigned char str2val<unsigned char>(const std::string& text, bool hex);
+VU_EXPORT unsigned char str2val<unsigned char>(const std::string& text, bool flag);
 /// The same with the low 8 bits as a signed byte: "200" is -56.
 template <>
-VU_EXPORT signed char str2val<signed char>(const std::string& text, bool hex);
+VU_EXPORT signed char str2val<signed char>(const std::string& text, bool flag);
 
 /// A float, read as `strtod` reads the whole text (so "inf", "nan" and "0x1p4" are numbers here)
 /// and narrowed; beyond the range of float it is an infinity, and an empty text is 0.
-/// `acceptTrailing` allows other characters behind the number, or in place of it, which is then 0.
+/// `flag` allows other characters behind the number, or in place of it, which is then 0.
 /// Throws vu_exception "Impure float value" when something follows the number and may not.
 template <>
-VU_EXPORT float str2val<float>(const std::string& text, bool acceptTrailing);
+VU_EXPORT float str2val<float>(const std::string& text, bool flag);
 
 /// A copy of the text; never fails, the flag is ignored.
 template <>
-VU_EXPORT std::string str2val<std::string>(const std::string& text, bool ignored);
+VU_EXPORT std::string str2val<std::string>(const std::string& text, bool flag);
 
 /// `value` as text, as `stream << value` writes it: first in fixed notation with `precision` digits
 /// when that is 0 or more, then through `manipulator` (such as std::hex) when there is one. Neither
@@ -250,17 +250,17 @@ std::string writeByStream(const T& value, int precision,
 }  // namespace vu::detail
 
 template <typename T>
-T str2val(const std::string& text, bool hex) {
+T str2val(const std::string& text, bool flag) {
   if (text.empty()) throw vu_exception("empty string T");
-  const bool hexadecimal = hex || (text[0] == '0' && text[1] == 'x');
+  const bool hex = flag || (text[0] == '0' && text[1] == 'x');
   T value{};
   bool good = false;
   if constexpr (vu::detail::isInteger<T>) {
-    good = vu::detail::readInteger(text, hexadecimal, value);
+    good = vu::detail::readInteger(text, hex, value);
   } else if constexpr (std::is_same_v<T, double>) {
     good = vu::detail::readDouble(text, value);
   } else {
-    good = vu::detail::readByStream(text, hexadecimal, value);
+    good = vu::detail::readByStream(text, hex, value);
   }
   if (!good) throw vu_exception("bad conversion [" + text + "]");
   return value;
