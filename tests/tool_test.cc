@@ -1,6 +1,8 @@
 // The vu tool as a person or a pipe uses it: what it prints where, and how it ends.
 
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -158,6 +160,38 @@ TEST(Tool, RowsStayInOrder) {
     EXPECT_TRUE(expected == run("cat | vu classify" + options, input).out) << threads;
     EXPECT_TRUE(expected == run("vu classify" + options + " --file " + file.path()).out) << threads;
   }
+}
+
+/// The largest memory, in KiB, of a shell command line and its children.
+long peakMemory(const std::string& command) {
+  const pid_t child = fork();
+  if (child == 0) {
+    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    _exit(127);
+  }
+  int status = 0;
+  rusage usage{};
+  EXPECT_EQ(child, wait4(child, &status, 0, &usage));
+  EXPECT_EQ(0, status);
+  return usage.ru_maxrss;
+}
+
+TEST(Tool, MemoryDoesNotGrowWithTheInput) {
+  setenv("ASAN_OPTIONS", "quarantine_size_mb=1", 1);  // the address sanitizer keeps what is freed
+  const auto classify = [](const std::string& lines) {
+    return "yes http://www.shop.co.uk/index.html | head -n " + lines + " | " + VU_TOOL +
+           " classify --format tsv --threads 2 >/dev/null";
+  };
+  const long small = peakMemory(classify("100000"));
+  EXPECT_LT(peakMemory(classify("1000000")), small + 20000);
+}
+
+/// On a terminal that the rows do not go to, work of more than half a second says how far it is.
+TEST(Tool, ShowsProgressOnATerminal) {
+  const std::string work = std::string("(echo a.b; sleep 1; echo c.d) | ") + VU_TOOL + " classify";
+  EXPECT_NE(std::string::npos,
+            run("script -qec '" + work + " >/dev/null' /dev/null").out.find("2 URLs"));
+  EXPECT_EQ(std::string::npos, run("script -qec '" + work + "' /dev/null").out.find("2 URLs"));
 }
 
 /// A program that feeds one line and waits for its row gets it.
