@@ -15,7 +15,13 @@ write_basic_package_version_file(vuConfigVersion.cmake COMPATIBILITY SameMajorVe
 install(FILES ${PROJECT_BINARY_DIR}/vuConfig.cmake ${PROJECT_BINARY_DIR}/vuConfigVersion.cmake
         DESTINATION ${package_dir})
 
-# pkg-config finds the prefix from where vu.pc stands.
+# pkg-config finds the prefix from where vu.pc stands, unless the folders are absolute.
 file(RELATIVE_PATH VU_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+foreach(dir LIBDIR INCLUDEDIR)
+  set(VU_PC_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${dir}}")
+    set(VU_PC_${dir} "${CMAKE_INSTALL_${dir}}")
+  endif()
+endforeach()
 configure_file(cmake/vu.pc.in vu.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vu.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

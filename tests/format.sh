@@ -1,4 +1,6 @@
 #!/bin/sh
 # Whether every source file is in the house format.
 set -eu
-git ls-files '*.cc' '*.h' | xargs clang-format --dry-run --Werror
+files=$(git ls-files '*.cc' '*.h')
+[ -n "$files" ]
+echo "$files" | xargs clang-format --dry-run --Werror

@@ -20,5 +20,7 @@ int main(int argc, char** argv) {
       return 1;
     }
   }
-  return RUN_ALL_TESTS();
+  const int result = RUN_ALL_TESTS();
+  // A filter that fits nothing has tested nothing.
+  return testing::UnitTest::GetInstance()->test_to_run_count() > 0 ? result : 1;
 }

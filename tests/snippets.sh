@@ -7,7 +7,7 @@ for page; do
     function check(   content, line) {
       while ((getline line <file) > 0) content = content line "\n"
       close(file)
-      if (index(content, block) == 0) {
+      if (block == "" || index(content, block) == 0) {
         print page ": the block under " file " does not stand there"
         bad = 1
       }
