@@ -71,7 +71,7 @@ Cut cutPublicSuffix(const SuffixTree& tree, std::string_view host) noexcept {
       onTree = node != SuffixTree::kNone;
       if (onTree) listings = tree.listings(node);
     }
-    if ((listings & vu::detail::kException) != 0) return {VU_SUCCESS, label.data()};
+    if ((listings & vu::detail::kException) != 0 && count > 1) return {VU_SUCCESS, label.data()};
     if ((listings & vu::detail::kRule) != 0) {
       suffixLabels = count;
       domain = nullptr;
@@ -110,9 +110,10 @@ vu_domain classifyOrThrow(const vu_cctld& table, const char* url, unsigned int& 
 int load(const char* path, std::set<std::string>& suffixes, SuffixTree& tree, int& maxLabels) {
   DefinitionFile file(path);
   if (!file.isOpen()) {
+    const int error = errno;
     throw vu_exception(std::string("Top level domain definition file [") +
                        (path != nullptr ? path : "NULL") +
-                       "] open error : " + std::strerror(errno));
+                       "] open error : " + std::strerror(error));
   }
   int count = 0;
   while (!file.atEnd()) {
@@ -142,7 +143,7 @@ vu_cctld::vu_cctld(const char* tldFile, const char* defaultDomain)
   if (tldFile != nullptr) {
     try {
       initSet(tldFile);
-    } catch (...) {
+    } catch (const std::exception&) {
       // A daemon starts without its table too: the object keeps what was read.
     }
   }
@@ -177,9 +178,13 @@ vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcep
     return result;
   }
   const std::string_view host = result.host = vu::detail::cutHost(url);
+  if (host.size() > std::numeric_limits<int>::max()) {
+    result.status = VU_COUNTRY_CODE_NOT_A_DOMAIN;
+    return result;
+  }
   const HostScan scan = vu::detail::scanHost(host);
   Cut cut{VU_SUCCESS, host.data()};
-  if (scan.kind == HostScan::malformed || host.size() > std::numeric_limits<int>::max()) {
+  if (scan.kind == HostScan::malformed) {
     cut = {VU_COUNTRY_CODE_NOT_A_DOMAIN, nullptr};
     result.ipAddress = scan.ipAddress;
   } else if (scan.kind == HostScan::address) {

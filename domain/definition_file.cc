@@ -8,7 +8,7 @@
 namespace vu::detail {
 namespace {
 
-bool isDigit(int c) { return c >= '0' && c <= '9'; }
+bool isDigit(int c) { return c >= 0 && vu::detail::isDigit(static_cast<char>(c)); }
 bool isSpace(int c) { return c >= 0 && vu::detail::isSpace(static_cast<char>(c)); }
 
 }  // namespace

@@ -46,7 +46,7 @@ class DefinitionFile {
   bool readLabels();
 
   std::unique_ptr<std::FILE, Close> file_;
-  std::array<char, 65536> block_;
+  std::array<char, 4096> block_;
   std::size_t at_ = 0;
   std::size_t size_ = 0;
   bool atEnd_ = false;

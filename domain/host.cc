@@ -7,6 +7,8 @@
 #include <array>
 #include <cstddef>
 
+#include "vu/foundation.h"
+
 namespace vu::detail {
 namespace {
 
@@ -23,13 +25,13 @@ constexpr std::array<unsigned char, 256> makeClasses() {
 
 constexpr std::array<unsigned char, 256> kClasses = makeClasses();
 
-constexpr std::size_t kLastSchemeEnd = 14;
+constexpr std::size_t kLastSchemeStart = 14;  // where "://" may begin at the latest
 
 /// Adds a label to the address when it is a number below 255.
 bool addNumber(std::string_view label, std::uint32_t& address) noexcept {
   unsigned value = 0;
   for (const char c : label) {
-    if (c < '0' || c > '9') return false;
+    if (!isDigit(c)) return false;
     value = std::min(value * 10 + static_cast<unsigned>(c - '0'), 255U);
   }
   if (value == 255) return false;
@@ -56,12 +58,10 @@ bool isHostName(std::string_view name) noexcept {
 }
 
 std::string_view cutHost(std::string_view url) noexcept {
-  const std::size_t colon = url.substr(0, kLastSchemeEnd + 3).find("://");
+  const std::size_t colon = url.substr(0, kLastSchemeStart + 3).find("://");
   if (colon != std::string_view::npos) url.remove_prefix(colon + 3);
-  const char* const begin = url.data();
-  const char* const end =
-      std::find_if(begin, begin + url.size(), [](char c) { return c == '/' || c == ':'; });
-  return {begin, static_cast<std::size_t>(end - begin)};
+  url = url.substr(0, url.find('/'));
+  return url.substr(0, url.find(':'));
 }
 
 HostScan scanHost(std::string_view host) noexcept {

@@ -20,8 +20,8 @@ std::uint64_t mix(std::uint64_t value) {
   return value ^ value >> 32;
 }
 
-/// Any spread will do: hosts cannot change what the table holds, and a label that meets the wrong
-/// entries costs one comparison each.
+/// A fixed hash will do: who writes the definition file is trusted not to make labels collide, and
+/// hosts cannot add any.
 std::uint32_t hashOf(SuffixTree::Node parent, std::string_view label) {
   std::uint64_t hash = mix(parent + (std::uint64_t{label.size()} << 32));
   while (!label.empty()) {

@@ -12,6 +12,8 @@
 
 #include "vu/foundation.h"
 
+using vu::detail::isDigit;
+
 namespace {
 
 /// The classic locale for the C functions; made of static data, it cannot fail.
@@ -19,8 +21,6 @@ locale_t classicLocale() {
   static const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
   return classic;
 }
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 /// The byte forms of str2val, which differ from the general form in their messages.
 int byteValue(const std::string& text, bool hex) {

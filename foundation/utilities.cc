@@ -1,8 +1,8 @@
 // White space, hexadecimal text, time differences, digit counts.
 
-#include <array>
-#include <charconv>
+#include <algorithm>
 #include <cstddef>
+#include <limits>
 
 #include "vu/foundation.h"
 
@@ -14,12 +14,20 @@ struct Difference {
   std::int64_t fraction;
 };
 
+/// `end` minus `start`, held within the range of the type.
+std::int64_t subtract(std::int64_t end, std::int64_t start) {
+  std::int64_t result = 0;
+  if (!__builtin_sub_overflow(end, start, &result)) return result;
+  return end < 0 ? std::numeric_limits<std::int64_t>::min()
+                 : std::numeric_limits<std::int64_t>::max();
+}
+
 Difference difference(std::int64_t seconds, std::int64_t fraction, std::int64_t perSecond) {
   if (fraction < 0) {
     fraction += perSecond;
-    --seconds;
+    seconds = subtract(seconds, 1);
   }
-  return {seconds < 0 ? 0 : seconds, fraction};
+  return {std::max<std::int64_t>(seconds, 0), fraction};
 }
 
 }  // namespace
@@ -35,16 +43,18 @@ std::string printHexical(const unsigned char* bytes, int count, int perLine, boo
   static constexpr char digits[] = "0123456789abcdef";
   std::string text;
   if (count <= 0) return text;
-  text.reserve(static_cast<std::size_t>(count) * (formatted ? 5 : 2));
-  for (int written = 1; written <= count; ++written) {
+  const auto size = static_cast<std::size_t>(count);
+  const std::size_t line = perLine > 0 ? static_cast<std::size_t>(perLine) : size + 1;
+  text.reserve(size * (formatted ? 5 : 2));
+  for (std::size_t written = 1; written <= size; ++written) {
     const unsigned char byte = bytes[written - 1];
     if (formatted) text += "0x";
     text += digits[byte >> 4];
     text += digits[byte & 15];
     if (!formatted) continue;
-    if (perLine > 0 && written % perLine == 0) {
+    if (written % line == 0) {
       text += '\n';
-    } else if (written < count) {
+    } else if (written < size) {
       text += ' ';
     }
   }
@@ -52,16 +62,16 @@ std::string printHexical(const unsigned char* bytes, int count, int perLine, boo
 }
 
 double TimeDifference(const timeval& end, const timeval& start, bool microseconds) {
-  const Difference d = difference(std::int64_t{end.tv_sec} - start.tv_sec,
-                                  std::int64_t{end.tv_usec} - start.tv_usec, 1000000);
+  const Difference d =
+      difference(subtract(end.tv_sec, start.tv_sec), subtract(end.tv_usec, start.tv_usec), 1000000);
   const auto seconds = static_cast<double>(d.seconds);
   const auto fraction = static_cast<double>(d.fraction);
   return microseconds ? seconds * 1e6 + fraction : seconds + fraction / 1e6;
 }
 
 double TimeDifference(const timespec& end, const timespec& start, bool microseconds) {
-  const Difference d = difference(std::int64_t{end.tv_sec} - start.tv_sec,
-                                  std::int64_t{end.tv_nsec} - start.tv_nsec, 1000000000);
+  const Difference d = difference(subtract(end.tv_sec, start.tv_sec),
+                                  subtract(end.tv_nsec, start.tv_nsec), 1000000000);
   const auto seconds = static_cast<double>(d.seconds);
   const std::int64_t wholeMicroseconds = d.fraction / 1000;
   return microseconds ? seconds * 1e6 + static_cast<double>(wholeMicroseconds)

@@ -22,7 +22,7 @@ constexpr unsigned long kSteps = 1'000'000;
 constexpr unsigned long kStepsPerByte = 16;
 constexpr unsigned long kMostSteps = 10'000'000;  // PCRE's own default
 constexpr std::size_t kInterpreterStack = std::size_t{4} << 20;
-constexpr std::size_t kStackReserve = std::size_t{64} << 10;
+constexpr std::size_t kJitStack = std::size_t{64} << 10;  // 32 KiB, and as much to spare
 
 /// What pcre_exec can do in just-in-time code; with any other option it interprets.
 constexpr int kJitOptions =
@@ -54,8 +54,7 @@ unsigned long recursionLimit() {
   static const int answer = pcre_exec(nullptr, nullptr, nullptr, -999, -999, 0, nullptr, 0);
   const std::size_t frame = answer < 0 ? static_cast<std::size_t>(-answer) : 1024;
   const std::size_t room = vu::detail::stackRoom();
-  const std::size_t usable = room > kStackReserve ? (room - kStackReserve) / 4 * 3 : 0;
-  return static_cast<unsigned long>(std::min(usable, kInterpreterStack) / frame);
+  return static_cast<unsigned long>(std::min(room / 2, kInterpreterStack) / frame);
 }
 
 /// The study data for a search without just-in-time code, with the limits for this subject.
@@ -107,8 +106,8 @@ vu_pcre::~vu_pcre() = default;
 
 int vu_pcre::match(const char* subject, int length, int startOffset, int options, int* ovector,
                    int ovecsize) const {
-  const bool hasRoom = ovecsize / 3 >= patternPairs_;
-  if (hasRoom && isJitCompiled(extra_.get()) && (options & ~kJitOptions) == 0) {
+  if (isJitCompiled(extra_.get()) && (options & ~kJitOptions) == 0 &&
+      ovecsize / 3 >= patternPairs_ && vu::detail::stackRoom() >= kJitStack) {
     const int result = pcre_exec(regex_.get(), extra_.get(), subject, length, startOffset, options,
                                  ovector, ovecsize);
     if (!gaveUp(result)) return result;

@@ -13,14 +13,16 @@ namespace {
 constexpr std::size_t kUnknown = std::size_t{128} << 10;
 
 struct Stack {
-  std::uintptr_t low = 0;
-  std::uintptr_t high = 0;
+  std::uintptr_t low;
+  std::uintptr_t high;  // 0: not known yet, or the system could not tell
 };
 
-Stack findStack() noexcept {
-  Stack stack;
+// Reached on every search: the model spares the call that finds a library's thread data.
+thread_local Stack stack __attribute__((tls_model("initial-exec"))) = {0, 0};
+
+void findStack() noexcept {
   pthread_attr_t attributes;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return stack;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
   void* base = nullptr;
   std::size_t size = 0;
   if (pthread_attr_getstack(&attributes, &base, &size) == 0) {
@@ -28,13 +30,12 @@ Stack findStack() noexcept {
     stack.high = stack.low + size;
   }
   pthread_attr_destroy(&attributes);
-  return stack;
 }
 
 }  // namespace
 
 std::size_t stackRoom() noexcept {
-  static thread_local const Stack stack = findStack();
+  if (stack.high == 0) findStack();
   const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
   return here > stack.low && here <= stack.high ? here - stack.low : kUnknown;
 }

@@ -1,5 +1,3 @@
-// Counts what operator new hands out.
-
 #include "tests/allocations.h"
 
 #include <cstdlib>
@@ -7,10 +5,12 @@
 
 namespace vu::test {
 std::atomic<long> allocations{0};
+std::atomic<long> allocationsLeft{-1};
 }  // namespace vu::test
 
 void* operator new(std::size_t size) {
   ++vu::test::allocations;
+  if (vu::test::allocationsLeft >= 0 && vu::test::allocationsLeft-- == 0) throw std::bad_alloc();
   if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
   throw std::bad_alloc();
 }

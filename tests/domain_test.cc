@@ -1,6 +1,6 @@
 #include "vu/domain.h"
 
-#include <sys/stat.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <chrono>
@@ -17,6 +17,7 @@
 #include "vu/pattern.h"
 
 using vu::test::allocations;
+using vu::test::allocationsLeft;
 using vu::test::messageOf;
 using vu::test::TemporaryFile;
 
@@ -181,19 +182,39 @@ TEST(Table, LoadsRecords) {
     EXPECT_EQ(row.maxLabels, table.maxLabels());
     const vu_cctld constructed(file.path(), "corp.xy");  // never throws for its file
     EXPECT_EQ(row.suffixes, constructed.suffixCount());
+    EXPECT_EQ(row.maxLabels, constructed.maxLabels());
     EXPECT_EQ("corp.xy", constructed.defaultDomain());
   }
 }
 
 TEST(Table, ReadsAsFscanfDoes) {
-  const std::vector<std::string> pieces = {"a.b", "co",   ".xy", "C", " ",  "\n",
-                                           "\t",  "\r\n", "3",   "4", "12", "-",
-                                           "+",   "*.",   "007", "#", "3x", "\v"};
+  const std::vector<std::string> pieces = {"a.b",
+                                           "co",
+                                           ".xy",
+                                           "C",
+                                           " ",
+                                           "\n",
+                                           "\t",
+                                           "\r\n",
+                                           "3",
+                                           "4",
+                                           "12",
+                                           "-",
+                                           "+",
+                                           "*.",
+                                           "007",
+                                           "#",
+                                           "3x",
+                                           "\v",
+                                           std::string("\0", 1)};
   vu_pcre tenDigits("[0-9]{10}", 1, 0);
   std::mt19937 random(3);
   TemporaryFile file;
+  std::string records;  // more than are read at a time
+  for (int i = 0; i < 3000; ++i) records += "a" + std::to_string(i * i) + ".xy 3\n";
   for (int i = 0; i < 6000; ++i) {
-    const std::string content = vu::test::randomText(random, pieces, 12);
+    std::string content = vu::test::randomText(random, pieces, 12);
+    if (i % 1000 == 0) content = records + content;
     const int size = static_cast<int>(content.size());
     if (tenDigits.execute(content.data(), size, 0, 0) > 0) continue;  // hangs on the width of long
     file.rewrite(content);
@@ -240,6 +261,26 @@ TEST(Table, FailuresLeaveWhatIsPromised) {
   EXPECT_EQ(9, table.maxLabels());  // never lowered
   EXPECT_EQ("shop.co.xy", table.classify("shop.co.xy").domain);
   EXPECT_EQ("shop.co.xy", table.classify("shop.ltd.shop.co.xy").domain);
+}
+
+TEST(Table, MemoryThatRunsOutChangesNothing) {
+  const TemporaryFile old("co.xy 3\n");
+  const TemporaryFile file("ltd.xy 5\na-long-label-indeed.ltd.xy 5\n*.ck 3\nCO.XY 4\n");
+  vu_cctld table(old.path());
+  bool failed = true;
+  for (long left = 0; failed; ++left) {
+    failed = false;
+    allocationsLeft = left;
+    try {
+      table.reload(file.path());
+    } catch (const std::bad_alloc&) {
+      failed = true;
+    }
+    allocationsLeft = -1;
+    ASSERT_EQ(failed ? 1 : 4, table.suffixCount()) << left;
+    ASSERT_EQ(failed ? "a.co.xy" : "co.xy", table.classify("a.co.xy").domain) << left;
+    ASSERT_EQ(failed ? 3 : 5, table.maxLabels()) << left;
+  }
 }
 
 TEST(Lookup, WorkedExamples) {
@@ -293,6 +334,11 @@ TEST(Lookup, WorkedExamples) {
   EXPECT_EQ("Top Level Domain lookup error : Empty URL",
             messageOf([&] { table.lookup(nullptr, length, ip, reserved); }));
   EXPECT_EQ(0U, static_cast<unsigned>(length) + static_cast<unsigned>(reserved) + ip);
+  std::string domain = "unchanged";
+  EXPECT_EQ("Top Level Domain lookup error : Empty URL",
+            messageOf([&] { table.lookup(nullptr, domain, ip); }));
+  EXPECT_EQ("unchanged", domain);
+  EXPECT_EQ(0, table.lookup("shop.xy", domain, ip));
 }
 
 /// What `classify` says must be what the first `lookup` does with the same URL.
@@ -357,9 +403,23 @@ TEST(Lookup, ClassifySays) {
   EXPECT_FALSE(table.classify("...").isAddress);
   EXPECT_EQ("..", table.classify("...").domain);
   EXPECT_EQ(VU_COUNTRY_CODE_TOO_SHORT, table.classify("host", vu_match::publicSuffix).status);
+  const vu_cctld completing(nullptr, "corp.xy");
+  EXPECT_EQ(VU_SUCCESS, completing.classify("host", vu_match::publicSuffix).status);
+  EXPECT_EQ(nullptr, completing.classify("host", vu_match::publicSuffix).domain.data());
   EXPECT_EQ(VU_COUNTRY_CODE_NOT_A_DOMAIN, table.classify({"a\0.b.c", 6}).status);
   EXPECT_EQ("b.c", table.classify({"a.\0b.c", 6}).domain);
 }
+
+#ifndef __SANITIZE_THREAD__  // which keeps several times as much memory beside it
+TEST(Lookup, RefusesHostsThatAnIntCannotMeasure) {
+  const std::size_t size = std::size_t{1} << 31;
+  void* zeros = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(MAP_FAILED, zeros);
+  const std::string_view host(static_cast<const char*>(zeros), size);
+  EXPECT_EQ(VU_COUNTRY_CODE_NOT_A_DOMAIN, vu_cctld(nullptr).classify(host).status);
+  munmap(zeros, size);
+}
+#endif
 
 TEST(Lookup, AllocatesNothing) {
   const TemporaryFile file("co.xy 3\n*.ck 3\n");
@@ -422,7 +482,7 @@ TEST(PublicSuffix, FollowsTheRules) {
   const TemporaryFile file(
       "com 2\nuk 2\nco.uk 3\nck 2\n*.ck 3\n!www.ck 2\nJp 2\nkobe.jp 3\n*.KOBE.jp 4\n!city.kobe.jp "
       "3\n"
-      "*.deep.x 4\nb.a.deep.x 5\n");
+      "*.deep.x 4\nb.a.deep.x 5\n!one 1\n");
   const vu_cctld table(file.path());
   const struct {
     const char* host;
@@ -449,6 +509,7 @@ TEST(PublicSuffix, FollowsTheRules) {
       {"b.a.deep.x", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
       {"c.b.a.deep.x", VU_SUCCESS, "c.b.a.deep.x"},
       {"c.b.z.deep.x", VU_SUCCESS, "b.z.deep.x"},
+      {"one", VU_COUNTRY_CODE_TOO_SHORT, ""},
       {"1.2.3.4", VU_SUCCESS, "1.2.3.4"},
       {"a@b.com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
   };

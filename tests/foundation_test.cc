@@ -51,12 +51,26 @@ TEST(Status, LooksUpBothWays) {
   }
 }
 
-TEST(Status, TableHasEveryCodeInOrder) {
+TEST(Status, TableIsThePublishedOne) {
   std::string all;
   for (const auto* row = statusTable; row->string != nullptr; ++row) {
-    all += std::to_string(row->value) + " ";
+    all += std::to_string(row->value) + " " + row->string + "\n";
   }
-  EXPECT_EQ("0 101 200 201 202 203 204 999 1000 1001 1002 1003 10000 ", all);
+  EXPECT_EQ(R"(0 OPERATION SUCCESS
+101 QUERY_TYPE_NOT_FOUND
+200 COUNTRY CODE NOT INITIALISED
+201 COUNTRY CODE - EMPTY URL
+202 COUNTRY CODE - NOT A DOMAIN
+203 COUNTRY CODE - TOO SHORT
+204 COUNTRY CODE - PURE DOMAIN
+999 URL Not Found
+1000 REPUTATION ERROR TYPE
+1001 REPUTATION BELOW THRESHOLD
+1002 COMPUTE REPUTATION
+1003 MALFORMED URL
+10000 WEB UNKNOWN ERROR
+)",
+            all);
 }
 
 TEST(Exception, CopiesKeepTheText) {
@@ -201,6 +215,7 @@ TEST(Utilities, PrintHexical) {
   EXPECT_EQ("0x0a 0xff\n0x00", printHexical(bytes, 3, 2, true));
   EXPECT_EQ("0x0a 0xff 0x00\n", printHexical(bytes, 3, 3, true));
   EXPECT_EQ("0x0a 0xff 0x00", printHexical(bytes, 3, 0, true));
+  EXPECT_EQ("0x0a 0xff 0x00", printHexical(bytes, 3, -1, true));
   EXPECT_EQ("0aff00", printHexical(bytes, 3, 2, false));
   EXPECT_EQ("", printHexical(bytes, 0, 2, true));
   EXPECT_EQ("", printHexical(bytes, -1, 2, true));

@@ -17,8 +17,9 @@
 //           table, while nobody runs `initSet` or `reload` on it.
 // Errors:   `classify` has none, its status tells; the others throw vu_exception.
 // Lifetime: results are views into the caller's URL. A table is not copied.
-// Cost:     look-ups take time in proportion to the URL, whatever the table holds, and allocate
-//           nothing; memory of a table is in proportion to its file.
+// Cost:     look-ups take time in proportion to the URL, whatever numbers the table holds; memory of
+//           a table is in proportion to its file. `classify`, and the first `lookup` unless it
+//           throws, allocate nothing.
 
 #ifndef VU_DOMAIN_H_
 #define VU_DOMAIN_H_
@@ -59,11 +60,11 @@ struct vu_domain {
   /// The host within the URL; empty when there is none.
   std::string_view host;
   /// The registered domain or the address, from its first label to the end of the host, less one
-  /// trailing dot. Empty after a refusal and for an empty host. A view without data when the host
+  /// trailing dot. Empty for an empty host. A view without data after a refusal, and when the host
   /// is a single label that the caller completes: host + "." + defaultDomain().
   std::string_view domain;
-  /// Of an address: the last four numbers, one a byte, the first of them in the highest. After 202:
-  /// what the numbers in front of the offending label add up to. Otherwise 0.
+  /// Of an address: its last four numbers, one a byte, the last of them in the lowest. After 202: the
+  /// same of the numbers that the host begins with. Otherwise 0.
   std::uint32_t ipAddress;
   /// Whether the host is at least one label and all are numbers below 255.
   bool isAddress;
@@ -89,9 +90,8 @@ class VU_EXPORT vu_cctld {
   /// Throws vu_exception:
   ///   "Top level domain definition file [" + path + "] open error : " + the system's text
   ///       (a null path is written "NULL"); the table is empty then;
-  ///   "Top level domain : Read Error at [" + N + "]-th record", N being one more than the number
-  ///   of
-  ///       distinct suffixes read so far, which stay in the table.
+  ///   "Top level domain : Read Error at [" + N + "]-th record", N being one more than the
+  ///       number of distinct suffixes read so far, which stay in the table.
   int initSet(const char* path);
 
   /// The same, all or nothing: whatever it throws, the table is as it was.
@@ -132,7 +132,7 @@ class VU_EXPORT vu_cctld {
   std::string defaultDomain_;
   std::set<std::string> tldSet_;
   int maxLabels_ = 2;
-  // What a label is. Look-ups scan for labels directly; the tests hold the two together.
+  // What a label is, as an expression. Look-ups find labels by a direct scan with the same result.
   std::unique_ptr<vu_pcre> labelRegex_;
   // The suffixes of tldSet_ once more, arranged for look-ups.
   std::unique_ptr<vu::detail::SuffixTree> tree_;

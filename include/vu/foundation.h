@@ -2,10 +2,10 @@
 // codes, conversion between text and numbers, and a few small helpers.
 //
 //   try {
-//     int port = str2val<int>("8080");                                       // 8080
-//     std::string text = val2str(port, -1, std::hex);                        // "1f90"
-//     const char* meaning = findStringByValue(204, statusTable, 10001);      // "COUNTRY CODE -
-//     ..." unsigned int code = findValueByString("MALFORMED URL", statusTable, 10001);  // 1003
+//     int port = str2val<int>("8080");                                 // 8080
+//     std::string text = val2str(port, -1, std::hex);                  // "1f90"
+//     const char* meaning = findStringByValue(999, statusTable, 10001);  // "URL Not Found"
+//     unsigned int code = findValueByString(meaning, statusTable, 10001);  // 999
 //   } catch (const vu_exception& failure) {
 //     std::cerr << failure.what() << '\n';
 //   }
@@ -104,18 +104,16 @@ inline constexpr sizeT_string_pair statusTable[] = {
 /// search ends at the first row whose code reaches it. The comparison is exact, case included.
 ///
 /// Throws vu_exception:
-///   "findValueByString:: Maximum index undefined"                when maxIndex is 0;
-///   "findValueByString:: Index for [" + key + "] is not found"   when no row below it has the
-///   text.
+///   "findValueByString:: Maximum index undefined"               when maxIndex is 0;
+///   "findValueByString:: Index for [" + key + "] is not found"  when no row below it has the text.
 VU_EXPORT unsigned int findValueByString(std::string key, const sizeT_string_pair* table,
                                          unsigned int maxIndex);
 
 /// The text of a code in `table`, by the same rules. The result points into the table.
 ///
 /// Throws vu_exception:
-///   "findStringByValue:: Maximum index undefined"                      when maxIndex is 0;
-///   "findStringByValue:: Value for index [" + value + "] is not found" when no row below it has
-///   it.
+///   "findStringByValue:: Maximum index undefined"                when maxIndex is 0;
+///   "findStringByValue:: Value for index [" + value + "] is not found"  when no row below has it.
 VU_EXPORT const char* findStringByValue(unsigned int value, const sizeT_string_pair* table,
                                         unsigned int maxIndex);
 
@@ -125,8 +123,8 @@ VU_EXPORT const char* findStringByValue(unsigned int value, const sizeT_string_p
 /// The number at the start of `text`, as `stream >> value` reads it: leading white space is
 /// skipped, a sign is accepted, what follows the number is ignored. With `flag`, or when the text
 /// begins with exactly "0x", integers are read as hexadecimal, with or without "0x" or "0X" in
-/// front; `double` is always decimal. T is an integer type, double, or any type that has
-/// `operator>>`.
+/// front; `double` is always decimal. T is an integer type that a stream reads in digits (`short` to
+/// `unsigned long long`), double, or any other type that has `operator>>`.
 ///
 /// Throws vu_exception:
 ///   "empty string T"                    when text is empty;
@@ -203,6 +201,7 @@ inline constexpr bool isInteger = isOneOf<T, short, unsigned short, int, unsigne
 
 /// White space of the classic locale.
 constexpr bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 /// Reads a double as a stream does. False leaves `value` unspecified.
 VU_EXPORT bool readDouble(const std::string& text, double& value);

@@ -9,8 +9,7 @@
 //   }
 //
 // Threads:  `execute` and the readers of its result belong to one thread at a time. `match` is
-// const
-//           and keeps nothing, so any number of threads may call it on one object at once.
+//           const and keeps nothing: any number of threads may call it on one object at once.
 // Errors:   vu_exception with the texts given below. No match, and what PCRE itself reports, are
 //           results.
 // Lifetime: nothing is copied: results point into the caller's subject. An object owns its compiled
@@ -91,8 +90,8 @@ class VU_EXPORT vu_pcre {
   /// Results are those of PCRE's interpreter. PCRE's just-in-time code runs first where the machine
   /// has it, and whatever it gives up is done again by the interpreter. That one may take a million
   /// matching steps at each starting position and 16 more for each byte, ten million at the most
-  /// (-8, PCRE_ERROR_MATCHLIMIT, beyond), and about 4 MiB of stack, less in a thread that has not
-  /// that much left (-21, PCRE_ERROR_RECURSIONLIMIT, beyond).
+  /// (-8, PCRE_ERROR_MATCHLIMIT, beyond), and half of what is left of its thread's stack, 4 MiB at the
+  /// most (-21, PCRE_ERROR_RECURSIONLIMIT, beyond).
   int match(const char* subject, int length, int startOffset, int options, int* ovector,
             int ovecsize) const;
 
