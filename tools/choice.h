@@ -18,7 +18,7 @@ void addChoice(CLI::App& command, const std::string& names, Value& value,
   command
       .add_option_function<std::string>(
           names, [&value, &words](const std::string& word) { value = words.at(word); }, description)
-      ->check(CLI::IsMember(&words))
+      ->check(CLI::IsMember(&words).description("one word"))
       ->option_text("WORD");
 }
 

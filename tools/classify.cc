@@ -10,10 +10,12 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <system_error>
 #include <thread>
 
 #include <CLI/CLI.hpp>
 
+#include "domain/host.h"
 #include "tools/choice.h"
 #include "tools/command.h"
 #include "tools/files.h"
@@ -42,6 +44,8 @@ const std::map<std::string, RowFormat> kFormats = {{"table", RowFormat::table},
                                                    {"tsv", RowFormat::tsv},
                                                    {"csv", RowFormat::csv},
                                                    {"jsonl", RowFormat::jsonl}};
+
+constexpr int kMany = 1 << 20;
 
 double secondsSince(Clock::time_point start) {
   return std::chrono::duration<double>(Clock::now() - start).count();
@@ -113,23 +117,31 @@ class Classifier {
   void clearProgress() { progress_.clear(); }
 
  private:
-  using Working = std::future<std::unique_ptr<Batch>>;
+  struct Working {
+    std::unique_ptr<Batch> batch;
+    std::future<void> done;
+  };
 
   void start(std::unique_ptr<Batch> batch) {
     if (working_.size() == threads_) finishFirst();
-    working_.push_back(std::async(
-        std::launch::async,
-        [this](std::unique_ptr<Batch> mine) {
-          writer_.writeLines(mine->lines, mine->rows, mine->tally);
-          return mine;
-        },
-        std::move(batch)));
+    const auto work = [this, mine = batch.get()] {
+      writer_.writeLines(mine->lines, mine->rows, mine->tally);
+    };
+    std::future<void> done;
+    try {
+      done = std::async(std::launch::async, work);
+    } catch (const std::system_error&) {
+      // The system has no thread for us: the batch is done here, when its turn comes.
+      done = std::async(std::launch::deferred, work);
+    }
+    working_.push_back({std::move(batch), std::move(done)});
   }
 
   void finishFirst() {
-    const std::unique_ptr<Batch> batch = working_.front().get();
+    Working first = std::move(working_.front());
     working_.pop_front();
-    finish(*batch);
+    first.done.get();
+    finish(*first.batch);
   }
 
   void finishAll() {
@@ -181,19 +193,28 @@ void addClassify(CLI::App& app, int& exitStatus) {
       ->add_option("URL", options->urls,
                    "URLs or host names. Without any, and without --file,\n"
                    "standard input is read, one a line")
-      ->option_text(" ");
+      ->option_text(" ")
+      ->expected(kMany)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false);  // or "[a,b]" would be taken apart
   command->add_option("-f,--file", options->files, "Files of URLs, one a line; - is standard input")
-      ->option_text("FILE...");
+      ->option_text("FILE...")
+      ->expected(1, kMany)
+      ->allow_extra_args(false);
   command
       ->add_option(
           "-s,--suffixes", options->suffixes,
           "Definition file of suffixes; otherwise the\nsystem's Public Suffix List is used")
-      ->option_text("FILE");
+      ->option_text("FILE")
+      ->check([](const std::string& path) { return path.empty() ? "the name is empty" : ""; });
   command
       ->add_option(
           "-d,--default-domain", options->defaultDomain,
           "What host names of a single label are completed\nwith; otherwise they are refused")
-      ->option_text("DOMAIN");
+      ->option_text("DOMAIN")
+      ->check([](const std::string& domain) {
+        return vu::detail::isHostName(domain) ? "" : "not a domain name: " + domain;
+      });
   addChoice(*command, "-m,--match", options->rows.match, kMatches,
             "shortest: the shortest listed suffix of two labels\nor more (default). public-suffix: "
             "the rules of the\nPublic Suffix List");
@@ -201,7 +222,7 @@ void addClassify(CLI::App& app, int& exitStatus) {
             "table (default), tsv, csv or jsonl. Columns: status,\ntext, domain, address, URL");
   command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");
   command->add_option("-j,--threads", options->threads, "How many threads; one a core otherwise")
-      ->check(CLI::Range(1, 1024))
+      ->check(CLI::Range(1, 256, "a number"))
       ->option_text("N");
   command->add_flag(
       "--summary", options->summary,

@@ -20,10 +20,12 @@ class Refusal : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Each adds its sub-command, which sets `exitStatus` when it has run.
+/// Adds its sub-command, which sets `exitStatus` when it has run and something was refused.
 void addClassify(CLI::App& app, int& exitStatus);
-void addStatus(CLI::App& app, int& exitStatus);
-void addSuffixes(CLI::App& app, int& exitStatus);
+
+// Each adds its sub-command, which either does what it is asked or throws Refusal.
+void addStatus(CLI::App& app);
+void addSuffixes(CLI::App& app);
 
 }  // namespace vu::tool
 

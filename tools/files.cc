@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
+#include <memory>
 
 #include "tools/command.h"
 
@@ -28,28 +28,62 @@ int openOrStandardInput(const std::string& path) {
   return number;
 }
 
+/// After a read or write has failed: whether it is to be tried again, because a signal came or,
+/// with a file that somebody has set not to block, because it was not ready. Waits until it is.
+bool shouldTryAgain(int file, short event) {
+  if (errno == EINTR) return true;
+  if (errno != EAGAIN) return false;
+  pollfd waiting{file, event, 0};
+  poll(&waiting, 1, -1);
+  return true;
+}
+
 /// Writes all of `text`; false with errno set when that fails.
 bool writeAll(int file, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = write(file, text.data(), text.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return false;
-    text.remove_prefix(static_cast<std::size_t>(written));
+    if (written >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+    } else if (!shouldTryAgain(file, POLLOUT)) {
+      return false;
+    }
   }
   return true;
 }
 
-void writeDirectly(const std::string& path, std::string_view text) {
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (file < 0) refuse("cannot write " + path);
-  const Descriptor closer(file);
-  if (!writeAll(file, text)) refuse("cannot write " + path);
+/// Writes a new file beside `target`, with these permissions, and puts it in its place. False with
+/// errno set and nothing left behind when that fails.
+bool putInPlace(const std::string& target, mode_t permissions, std::string_view text) {
+  std::string beside = target + ".XXXXXX";
+  const int number = mkstemp(beside.data());
+  if (number < 0) return false;
+  const Descriptor file(number);
+  if (writeAll(number, text) && fchmod(number, permissions) == 0 &&
+      std::rename(beside.c_str(), target.c_str()) == 0) {
+    return true;
+  }
+  const int error = errno;
+  unlink(beside.c_str());
+  errno = error;
+  return false;
+}
+
+/// Where a path leads to, all links followed; the path itself when there is nothing.
+std::string resolved(const std::string& path) {
+  const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
+  return real != nullptr ? real.get() : path;
+}
+
+mode_t permissionsOfNewFiles() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return 0666 & ~mask;
 }
 
 }  // namespace
 
 Descriptor::~Descriptor() {
-  if (number_ > STDERR_FILENO) close(number_);
+  if (number_ != STDIN_FILENO) close(number_);
 }
 
 std::string displayName(const std::string& path) { return path == "-" ? "standard input" : path; }
@@ -82,7 +116,7 @@ bool LineBlocks::readMore(std::string& block) {
   ssize_t got = 0;
   do {
     got = read(file_.number(), block.data() + had, kBlock);
-  } while (got < 0 && errno == EINTR);
+  } while (got < 0 && shouldTryAgain(file_.number(), POLLIN));
   block.resize(had + static_cast<std::size_t>(got < 0 ? 0 : got));
   if (got < 0) refuse("cannot read " + path_);
   atEnd_ = got == 0;
@@ -115,20 +149,19 @@ void writeOut(std::string_view text) {
 
 void replaceFile(const std::string& path, std::string_view text) {
   struct stat status {};
-  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    writeDirectly(path, text);
-    return;
+  const bool exists = stat(path.c_str(), &status) == 0;
+  bool done = false;
+  if (exists && !S_ISREG(status.st_mode)) {
+    const int number = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (number >= 0) {
+      const Descriptor file(number);
+      done = writeAll(number, text);
+    }
+  } else {
+    done =
+        putInPlace(resolved(path), exists ? status.st_mode & 07777 : permissionsOfNewFiles(), text);
   }
-  const std::string beside = path + ".new" + std::to_string(getpid());
-  try {
-    writeDirectly(beside, text);
-    if (std::rename(beside.c_str(), path.c_str()) != 0) refuse("cannot write " + path);
-  } catch (...) {
-    const int error = errno;
-    unlink(beside.c_str());
-    errno = error;
-    throw;
-  }
+  if (!done) refuse("cannot write " + path);
 }
 
 std::string readFile(const std::string& path) {

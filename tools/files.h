@@ -13,7 +13,7 @@ namespace vu::tool {
 /// Thrown when whoever reads our output has gone away: not a failure.
 struct ReaderGone {};
 
-/// An open file descriptor. Closes it, unless it is standard input or output.
+/// A file descriptor, closed with the object unless it is standard input.
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}

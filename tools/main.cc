@@ -1,7 +1,11 @@
 // vu: the library's subsystems for a person or a pipe.
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -9,6 +13,7 @@
 
 #include "tools/command.h"
 #include "tools/files.h"
+#include "tools/rows.h"
 #include "vu/foundation.h"
 #include "vu/version.h"
 
@@ -16,12 +21,24 @@ namespace {
 
 constexpr char kExitStatus[] = "Exit status: 0 done, 1 something was refused, 2 wrong usage.";
 
+/// A program may be started without standard input, output or error. The next file that it opens
+/// would then be taken for one of them: their places are filled, so that using them fails.
+void fillStandardPlaces() {
+  for (int place = STDIN_FILENO; place <= STDERR_FILENO; ++place) {
+    if (fcntl(place, F_GETFD) >= 0) continue;
+    open("/dev/null", place == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 /// What a person reads who has mistyped something.
 std::string explainUsage(const CLI::App* app, const CLI::Error& error) {
   const std::vector<std::string> unknown = app->remaining(true);
-  const bool unknownCommand = error.get_name() == "RequiredError" && !unknown.empty();
-  const std::string what = unknownCommand ? "there is no command " + unknown.front() : error.what();
-  return "vu: " + what + "\nTry \"vu --help\" or \"vu COMMAND --help\".\n";
+  std::string what = error.what();
+  if (error.get_name() == "RequiredError" && !unknown.empty()) {
+    const char* const kind = unknown.front()[0] == '-' ? "option " : "command ";
+    what = std::string("there is no ") + kind + unknown.front();
+  }
+  return "vu: " + vu::tool::visible(what) + "\nTry \"vu --help\" or \"vu COMMAND --help\".\n";
 }
 
 int run(int argc, char** argv) {
@@ -32,8 +49,8 @@ int run(int argc, char** argv) {
   app.failure_message(explainUsage);
   app.footer(kExitStatus);  // Sub-commands take it over as it is now.
   vu::tool::addClassify(app, exitStatus);
-  vu::tool::addSuffixes(app, exitStatus);
-  vu::tool::addStatus(app, exitStatus);
+  vu::tool::addSuffixes(app);
+  vu::tool::addStatus(app);
   app.footer(std::string(kExitStatus) + "\n\"vu COMMAND --help\" explains a command.");
 
   if (argc == 1) {
@@ -43,7 +60,10 @@ int run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? vu::tool::kDone : vu::tool::kWrongUsage;
+    std::ostringstream out;
+    const bool asked = app.exit(error, out, std::cerr) == 0;
+    vu::tool::writeOut(out.str());
+    return asked ? vu::tool::kDone : vu::tool::kWrongUsage;
   }
   return exitStatus;
 }
@@ -51,14 +71,16 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A reader that goes away is noticed by the write that fails.
+  fillStandardPlaces();
+  // A reader that goes away, or a file that may not grow, is noticed by the write that fails.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     return run(argc, argv);
   } catch (const vu::tool::ReaderGone&) {
     return vu::tool::kDone;
   } catch (const std::exception& failure) {
-    std::cerr << "vu: " << failure.what() << '\n';
+    std::cerr << "vu: " << vu::tool::visible(failure.what()) << '\n';
     return vu::tool::kRefused;
   }
 }

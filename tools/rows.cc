@@ -8,6 +8,9 @@
 namespace vu::tool {
 namespace {
 
+/// Longer names exist nowhere and would only fill the memory of those that count them.
+constexpr std::size_t kLongestCounted = 253;
+
 /// A classified URL, as every form of row shows it.
 struct Row {
   vu_status status;
@@ -106,8 +109,9 @@ void appendJson(std::string& out, const Row& row) {
   out += object.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+/// The columns in front of the URL.
 void appendColumns(std::string& out, std::string_view status, std::string_view text,
-                   std::string_view domain, std::string_view address, std::string_view url) {
+                   std::string_view domain, std::string_view address) {
   const auto column = [&out](std::string_view cell, std::size_t width) {
     out += cell;
     out.append(cell.size() < width ? width - cell.size() : 0, ' ');
@@ -117,13 +121,13 @@ void appendColumns(std::string& out, std::string_view status, std::string_view t
   column(text, 27);
   column(domain, 28);
   column(address, 15);
-  out += url;
 }
 
 void appendAligned(std::string& out, const Row& row) {
   appendColumns(out, val2str(static_cast<unsigned int>(row.status)), statusText(row.status),
                 row.domain.empty() ? "-" : visible(row.domain),
-                row.address.empty() ? "-" : row.address, visible(row.url));
+                row.address.empty() ? "-" : row.address);
+  appendVisible(out, row.url);
 }
 
 }  // namespace
@@ -139,27 +143,32 @@ const char* statusText(vu_status status) {
   return texts[placeOf(status)];
 }
 
-std::string visible(std::string_view text) {
+void appendVisible(std::string& out, std::string_view text) {
   static constexpr char digits[] = "0123456789abcdef";
-  std::string shown;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte < 0x7F) {
-      shown += c;
+    if (c == '\\') {
+      out += "\\\\";
+    } else if (byte >= 0x20 && byte < 0x7F) {
+      out += c;
     } else {
-      shown += "\\x";
-      shown += digits[byte >> 4];
-      shown += digits[byte & 15];
+      out += "\\x";
+      out += digits[byte >> 4];
+      out += digits[byte & 15];
     }
   }
+}
+
+std::string visible(std::string_view text) {
+  std::string shown;
+  appendVisible(shown, text);
   return shown;
 }
 
 std::string RowWriter::titles() {
   std::string line;
-  appendColumns(line, "STATUS", "TEXT", "DOMAIN", "ADDRESS", "URL");
-  line += '\n';
-  return line;
+  appendColumns(line, "STATUS", "TEXT", "DOMAIN", "ADDRESS");
+  return line + "URL\n";
 }
 
 void RowWriter::write(std::string_view url, std::string& out, Tally& tally) const {
@@ -175,7 +184,9 @@ void RowWriter::write(std::string_view url, std::string& out, Tally& tally) cons
     row.domain = completed;
   }
   if (found.isAddress) row.address = address = dotted(found.ipAddress);
-  if (choices_.countDomains && !found.domain.empty()) ++tally.domains[found.domain];
+  if (choices_.countDomains && !row.domain.empty() && row.domain.size() <= kLongestCounted) {
+    ++tally.domains[std::string(row.domain)];
+  }
   if (choices_.onlyFailed && found.status == VU_SUCCESS) return;
 
   switch (choices_.format) {

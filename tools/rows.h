@@ -19,7 +19,7 @@ enum class RowFormat { table, tsv, csv, jsonl };
 struct Tally {
   std::uint64_t urls = 0;
   std::array<std::uint64_t, 5> byStatus{};  ///< In the order of `countedStatuses`.
-  std::unordered_map<std::string_view, std::uint64_t> domains;  ///< Views into the batch.
+  std::unordered_map<std::string, std::uint64_t> domains;
 };
 
 /// The statuses that a URL can have.
@@ -30,8 +30,9 @@ inline constexpr std::array<vu_status, 5> countedStatuses = {
 /// The text that the service's table has for a status.
 const char* statusText(vu_status status);
 
-/// A text as a terminal may be shown it, which obeys control characters: everything but printable
-/// ASCII becomes "\xNN".
+/// Adds a text as a terminal may be shown it, which obeys control characters: everything but
+/// printable ASCII becomes "\xNN", and a backslash "\\".
+void appendVisible(std::string& out, std::string_view text);
 std::string visible(std::string_view text);
 
 /// Classifies URLs and writes their rows. Threads: one writer may serve several at once.

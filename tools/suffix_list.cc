@@ -16,6 +16,8 @@
 namespace vu::tool {
 namespace {
 
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::size_t kLongestToken = 1023;  // of a definition file
 constexpr char kSystemList[] = "/usr/share/publicsuffix/public_suffix_list.dat";
 
 /// The ASCII form of an international name; empty when it has none.
@@ -89,7 +91,7 @@ SuffixRule parseRule(std::string_view text) {
   const bool ascii = std::all_of(name.begin(), name.end(),
                                  [](char c) { return static_cast<unsigned char>(c) < 0x80; });
   std::string converted = ascii ? name : asciiForm(name);
-  if (!vu::detail::isHostName(converted)) return {"", 0};
+  if (!vu::detail::isHostName(converted) || text.size() > kLongestToken) return {"", 0};
   const auto labels = 1 + static_cast<int>(std::count(converted.begin(), converted.end(), '.'));
   // An exception is itself what is registered; under any other rule one label more is.
   const int registered = mark == "!" ? labels : labels + static_cast<int>(mark.size() / 2) + 1;
@@ -100,6 +102,9 @@ std::vector<SuffixRule> parseSuffixList(std::string_view list, const std::string
                                         Section section) {
   std::vector<SuffixRule> rules;
   SectionFilter filter(section);
+  if (list.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+    list.remove_prefix(kByteOrderMark.size());
+  }
   for (int number = 1; !list.empty(); ++number) {
     const std::size_t lineEnd = list.find('\n');
     std::string_view line = list.substr(0, lineEnd);
@@ -108,6 +113,7 @@ std::vector<SuffixRule> parseSuffixList(std::string_view list, const std::string
       filter.readComment(line);
       continue;
     }
+    while (!line.empty() && vu::detail::isSpace(line[0])) line.remove_prefix(1);
     // A rule ends at the first white space.
     line = line.substr(
         0, static_cast<std::size_t>(std::find_if(line.begin(), line.end(), vu::detail::isSpace) -
@@ -120,7 +126,10 @@ std::vector<SuffixRule> parseSuffixList(std::string_view list, const std::string
     }
     rules.push_back(std::move(rule));
   }
-  if (rules.empty()) throw Refusal("no suffix rules of that section in " + name);
+  if (rules.empty()) {
+    throw Refusal(
+        (section == Section::all ? "no suffix rules in " : "no rules of that section in ") + name);
+  }
   return rules;
 }
 
@@ -144,10 +153,11 @@ std::string_view shorterSuffix(const std::set<std::string, std::less<>>& suffixe
 std::unique_ptr<vu_cctld> makeTable(const std::string& path, const std::string& defaultDomain) {
   auto table = std::make_unique<vu_cctld>(nullptr, defaultDomain.c_str());
   if (!path.empty()) {
+    checkReadable(path);
     try {
       table->initSet(path.c_str());
     } catch (const vu_exception& failure) {
-      throw Refusal(path + ": " + failure.what());
+      throw Refusal(path + ": " + failure.what() + "; \"vu suffixes check\" tells in which line");
     }
     return table;
   }

@@ -35,9 +35,10 @@ struct Kind {
     if (count++ == 0) example = each;
   }
 
-  void print(std::ostream& out, const char* meaning) const {
-    if (count > 0)
-      out << "  " << grouped(count) << " " << meaning << ", such as " << example << "\n";
+  /// A line about them; "" when there are none.
+  std::string line(const char* meaning) const {
+    if (count == 0) return "";
+    return "  " + grouped(count) + " " + meaning + ", such as " + visible(example) + "\n";
   }
 };
 
@@ -73,9 +74,9 @@ void reportBuild(const std::vector<SuffixRule>& rules, const BuildOptions& optio
             << (lost == 0 ? "the shortest rule honours them all"
                           : "the shortest rule cannot honour " + grouped(lost) + ":")
             << "\n";
-  wildcards.print(std::cerr, "are wildcards, which only public-suffix matching reads");
-  exceptions.print(std::cerr, "are exceptions, which only public-suffix matching reads");
-  shadowed.print(std::cerr, "are longer than another listed suffix, which wins");
+  std::cerr << wildcards.line("are wildcards, which only public-suffix matching reads");
+  std::cerr << exceptions.line("are exceptions, which only public-suffix matching reads");
+  std::cerr << shadowed.line("are longer than another listed suffix, which wins");
 }
 
 void build(const BuildOptions& options) {
@@ -99,12 +100,13 @@ struct Contents {
 };
 
 Contents readContents(const std::string& path) {
-  vu::detail::DefinitionFile file(path.c_str());
+  checkReadable(path);
+  vu::detail::DefinitionFile file(path == "-" ? "/dev/stdin" : path.c_str());
   if (!file.isOpen()) throw Refusal("cannot open " + path + ": " + std::strerror(errno));
   Contents contents;
   while (!file.atEnd()) {
     if (!file.read()) {
-      throw Refusal(path + ":" + std::to_string(file.line()) + ": bad record after " +
+      throw Refusal(displayName(path) + ":" + std::to_string(file.line()) + ": bad record after " +
                     grouped(contents.records) +
                     " good ones; a record is a suffix of at most 1023 bytes, white space and the "
                     "number of labels of a domain under it");
@@ -120,7 +122,7 @@ Contents readContents(const std::string& path) {
   return contents;
 }
 
-void reportUnmatchable(const Contents& contents) {
+std::string unmatchable(const Contents& contents) {
   SuffixSet suffixes;
   for (const auto& [suffix, line] : contents.lines) suffixes.insert(suffix);
   Kind patterns;
@@ -144,27 +146,27 @@ void reportUnmatchable(const Contents& contents) {
   }
   const std::uint64_t all =
       patterns.count + misspelled.count + single.count + tooLong.count + shadowed.count;
-  std::cout << "never matched by the shortest rule: " << grouped(all) << "\n";
-  misspelled.print(std::cout, "are no host names, so nothing can match them");
-  patterns.print(std::cout, "are wildcards or exceptions, for public-suffix matching only");
-  single.print(std::cout, "are single labels, for public-suffix matching only");
-  tooLong.print(std::cout, "have more labels than the largest label count");
-  shadowed.print(std::cout, "are longer than another listed suffix, which wins");
+  std::string report = "never matched by the shortest rule: " + grouped(all) + "\n";
+  report += misspelled.line("are no host names, so nothing can match them");
+  report += patterns.line("are wildcards or exceptions, for public-suffix matching only");
+  report += single.line("are single labels, for public-suffix matching only");
+  report += tooLong.line("have more labels than the largest label count");
+  report += shadowed.line("are longer than another listed suffix, which wins");
+  return report;
 }
 
 void check(const std::string& path) {
   const Contents contents = readContents(path);
-  std::cout << "records: " << grouped(contents.records) << "\n"
-            << "distinct suffixes: " << grouped(contents.lines.size()) << "\n"
-            << "largest label count: " << contents.largest << "\n"
-            << "duplicates: " << grouped(contents.duplicates.count) << "\n";
-  contents.duplicates.print(std::cout, "stand again");
-  reportUnmatchable(contents);
+  writeOut("records: " + grouped(contents.records) +
+           "\ndistinct suffixes: " + grouped(contents.lines.size()) +
+           "\nlargest label count: " + std::to_string(contents.largest) +
+           "\nduplicates: " + grouped(contents.duplicates.count) + "\n" +
+           contents.duplicates.line("stand again") + unmatchable(contents));
 }
 
 }  // namespace
 
-void addSuffixes(CLI::App& app, int& /*exitStatus*/) {
+void addSuffixes(CLI::App& app) {
   CLI::App* suffixes =
       app.add_subcommand("suffixes", "Make and check the definition files of domain suffixes");
   suffixes->require_subcommand(1);
@@ -184,7 +186,9 @@ void addSuffixes(CLI::App& app, int& /*exitStatus*/) {
   auto path = std::make_shared<std::string>();
   CLI::App* checking = suffixes->add_subcommand(
       "check", "Tell what a definition file holds, or where its first bad record is");
-  checking->add_option("FILE", *path, "The definition file")->required()->option_text(" ");
+  checking->add_option("FILE", *path, "The definition file; - is standard input")
+      ->required()
+      ->option_text(" ");
   checking->callback([path] { check(*path); });
 }
 

@@ -58,6 +58,7 @@ std::string Summary::text(double seconds) const {
 }
 
 std::string Summary::statusLines() const {
+  if (urls_ == 0) return "";
   std::string lines = "Rows by status\n";
   for (std::size_t i = 0; i < byStatus_.size(); ++i) {
     if (byStatus_[i] == 0) continue;

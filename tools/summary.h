@@ -15,9 +15,9 @@ namespace vu::tool {
 
 /// Counts the most frequent names of a stream in bounded memory, by the algorithm of Misra and
 /// Gries
-/// ("Finding repeated elements", 1982): when the places run out, every count is lowered by one and
-/// those that reach 0 make room. A count is then too low, by `shortfall` at the most; until that
-/// first happens all counts are exact.
+/// ("Finding repeated elements", 1982). When the places run out, all counts are lowered by the
+/// least of them, and those that reach 0 make room. A count is then too low, by `shortfall` at the
+/// most; until that first happens all counts are exact.
 class FrequentNames {
  public:
   explicit FrequentNames(std::size_t places) : places_(places) {}
