@@ -13,6 +13,7 @@ configure_package_config_file(cmake/vuConfig.cmake.in vuConfig.cmake
                               INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(vuConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/vuConfig.cmake ${PROJECT_BINARY_DIR}/vuConfigVersion.cmake
+              cmake/FindPCRE.cmake
         DESTINATION ${package_dir})
 
 # pkg-config finds the prefix from where vu.pc stands, unless the folders are absolute.
