@@ -19,36 +19,28 @@ TEST(Status, LooksUpBothWays) {
     unsigned value;
     const sizeT_string_pair* table;
     unsigned bound;
-    const char* byString;  // "" when the value is found
-    const char* byValue;
-  } rows[] = {
-      {"OPERATION SUCCESS", 0, statusTable, 1, "", ""},
-      {"MALFORMED URL", 1003, statusTable, 10001, "", ""},
-      {"WEB UNKNOWN ERROR", 10000, statusTable, 10001, "", ""},
-      {"WEB UNKNOWN ERROR", 10000, statusTable, 10000,
-       "findValueByString:: Index for [WEB UNKNOWN ERROR] is not found",
-       "findStringByValue:: Value for index [10000] is not found"},
-      {"COUNTRY CODE NOT INITIALISED", 200, statusTable, 13,
-       "findValueByString:: Index for [COUNTRY CODE NOT INITIALISED] is not found",
-       "findStringByValue:: Value for index [200] is not found"},
-      {"url not found", 4294967295U, statusTable, 10001,
-       "findValueByString:: Index for [url not found] is not found",
-       "findStringByValue:: Value for index [4294967295] is not found"},
-      {"OPERATION SUCCESS", 0, statusTable, 0, "findValueByString:: Maximum index undefined",
-       "findStringByValue:: Maximum index undefined"},
-      {"", 0, none, 9, "findValueByString:: Index for [] is not found",
-       "findStringByValue:: Value for index [0] is not found"},
-      {"a", 1, twice, 9, "", ""},
-  };
+    bool found;
+  } rows[] = {{"OPERATION SUCCESS", 0, statusTable, 1, true},
+              {"WEB UNKNOWN ERROR", 10000, statusTable, 10001, true},
+              {"WEB UNKNOWN ERROR", 10000, statusTable, 10000, false},
+              {"COUNTRY CODE NOT INITIALISED", 200, statusTable, 13, false},
+              {"url not found", 4294967295U, statusTable, 10001, false},
+              {"", 0, none, 9, false},
+              {"a", 1, twice, 9, true}};
   for (const auto& row : rows) {
-    SCOPED_TRACE(std::string(row.key) + " below " + std::to_string(row.bound));
-    EXPECT_EQ(row.byString, messageOf([&] {
+    const std::string key = std::string("[") + row.key + "] is not found";
+    const std::string value = "[" + std::to_string(row.value) + "] is not found";
+    EXPECT_EQ(row.found ? "" : "findValueByString:: Index for " + key, messageOf([&] {
                 EXPECT_EQ(row.value, findValueByString(row.key, row.table, row.bound));
               }));
-    EXPECT_EQ(row.byValue, messageOf([&] {
+    EXPECT_EQ(row.found ? "" : "findStringByValue:: Value for index " + value, messageOf([&] {
                 EXPECT_STREQ(row.key, findStringByValue(row.value, row.table, row.bound));
               }));
   }
+  EXPECT_EQ("findValueByString:: Maximum index undefined",
+            messageOf([] { findValueByString("OPERATION SUCCESS", statusTable, 0); }));
+  EXPECT_EQ("findStringByValue:: Maximum index undefined",
+            messageOf([] { findStringByValue(0, statusTable, 0); }));
 }
 
 TEST(Status, TableIsThePublishedOne) {
@@ -97,19 +89,11 @@ TEST(Conversion, ReadsNumbers) {
     bool flag;
     const char* expected;
   } rows[] = {
-      {convert<int>, "  42abc", false, "42"},
       {convert<int>, "abc", false, "<bad conversion [abc]>"},
       {convert<int>, "", true, "<empty string T>"},
       {convert<int>, "0x1f", false, "31"},
-      {convert<int>, "0X1F", false, "0"},
-      {convert<int>, " 0x1f", false, "0"},
-      {convert<int>, "0x1F", true, "31"},
       {convert<int>, "0x", false, "<bad conversion [0x]>"},
-      {convert<int>, "99999999999", false, "<bad conversion [99999999999]>"},
       {convert<unsigned short>, "70000", false, "<bad conversion [70000]>"},
-      {convert<unsigned short>, "-1", false, "65535"},
-      {convert<double>, "1.5e3", false, "1500"},
-      {convert<double>, "0x10", false, "0"},
       {convert<double>, "1.234,5", false, "1.234"},
       {convert<unsigned char>, "300", false, "44"},
       {convert<unsigned char>, "-1", false, "255"},
