@@ -16,9 +16,9 @@
 #include <CLI/CLI.hpp>
 
 #include "domain/host.h"
-#include "tools/choice.h"
 #include "tools/command.h"
 #include "tools/files.h"
+#include "tools/options.h"
 #include "tools/rows.h"
 #include "tools/suffix_list.h"
 #include "tools/summary.h"
@@ -189,14 +189,9 @@ void addClassify(CLI::App& app, int& exitStatus) {
   auto options = std::make_shared<ClassifyOptions>();
   CLI::App* command =
       app.add_subcommand("classify", "Cut each URL down to its registered domain, a row each");
-  command
-      ->add_option("URL", options->urls,
-                   "URLs or host names. Without any, and without --file,\n"
-                   "standard input is read, one a line")
-      ->option_text(" ")
-      ->expected(kMany)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->allow_extra_args(false);  // or "[a,b]" would be taken apart
+  addOperands(*command, "URL", options->urls,
+              "URLs or host names. Without any, and without --file,\n"
+              "standard input is read, one a line");
   command->add_option("-f,--file", options->files, "Files of URLs, one a line; - is standard input")
       ->option_text("FILE...")
       ->expected(1, kMany)

@@ -20,8 +20,9 @@ class Refusal : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Adds its sub-command, which sets `exitStatus` when it has run and something was refused.
+// Each adds its sub-command, which sets `exitStatus` when it has run.
 void addClassify(CLI::App& app, int& exitStatus);
+void addSettings(CLI::App& app, int& exitStatus);
 
 // Each adds its sub-command, which either does what it is asked or throws Refusal.
 void addStatus(CLI::App& app);

@@ -49,6 +49,7 @@ int run(int argc, char** argv) {
   app.failure_message(explainUsage);
   app.footer(kExitStatus);  // Sub-commands take it over as it is now.
   vu::tool::addClassify(app, exitStatus);
+  vu::tool::addSettings(app, exitStatus);
   vu::tool::addSuffixes(app);
   vu::tool::addStatus(app);
   app.footer(std::string(kExitStatus) + "\n\"vu COMMAND --help\" explains a command.");

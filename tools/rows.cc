@@ -38,28 +38,6 @@ std::string dotted(std::uint32_t address) {
   return text;
 }
 
-/// Tabs, line ends and backslashes would end a field or be taken for such: "\t", "\n", "\r", "\\".
-void appendTabSafe(std::string& out, std::string_view text) {
-  for (const char c : text) {
-    switch (c) {
-      case '\t':
-        out += "\\t";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      default:
-        out += c;
-    }
-  }
-}
-
 void appendTabSeparated(std::string& out, const Row& row) {
   appendNumber(out, row.status);
   out += '\t';
@@ -141,6 +119,27 @@ const char* statusText(vu_status status) {
     return all;
   }();
   return texts[placeOf(status)];
+}
+
+void appendTabSafe(std::string& out, std::string_view text) {
+  for (const char c : text) {
+    switch (c) {
+      case '\t':
+        out += "\\t";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      default:
+        out += c;
+    }
+  }
 }
 
 void appendVisible(std::string& out, std::string_view text) {

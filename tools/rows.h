@@ -35,6 +35,10 @@ const char* statusText(vu_status status);
 void appendVisible(std::string& out, std::string_view text);
 std::string visible(std::string_view text);
 
+/// Adds a text as a field between tabs, in which tabs, line ends and backslashes would end it or be
+/// taken for such: "\t", "\n", "\r", "\\".
+void appendTabSafe(std::string& out, std::string_view text);
+
 /// Classifies URLs and writes their rows. Threads: one writer may serve several at once.
 class RowWriter {
  public:

@@ -11,9 +11,9 @@
 
 #include "domain/definition_file.h"
 #include "domain/host.h"
-#include "tools/choice.h"
 #include "tools/command.h"
 #include "tools/files.h"
+#include "tools/options.h"
 #include "tools/suffix_list.h"
 #include "tools/summary.h"
 #include "vu/domain.h"

@@ -3,6 +3,7 @@
 #ifndef VU_VU_H_
 #define VU_VU_H_
 
+#include "vu/config.h"
 #include "vu/domain.h"
 #include "vu/foundation.h"
 #include "vu/pattern.h"

@@ -1,10 +1,11 @@
-// An option whose value is one of a few words.
+// Kinds of options that several commands have.
 
-#ifndef VU_TOOLS_CHOICE_H_
-#define VU_TOOLS_CHOICE_H_
+#ifndef VU_TOOLS_OPTIONS_H_
+#define VU_TOOLS_OPTIONS_H_
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -22,6 +23,17 @@ void addChoice(CLI::App& command, const std::string& names, Value& value,
       ->option_text("WORD");
 }
 
+/// Adds operands: any number of arguments that are no options, each taken as it was typed. The
+/// ordinary way of CLI11 would take "[a,b]" apart.
+inline void addOperands(CLI::App& command, const std::string& name,
+                        std::vector<std::string>& operands, const std::string& description) {
+  command.add_option(name, operands, description)
+      ->option_text(" ")
+      ->expected(1 << 20)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false);
+}
+
 }  // namespace vu::tool
 
-#endif  // VU_TOOLS_CHOICE_H_
+#endif  // VU_TOOLS_OPTIONS_H_

@@ -1,0 +1,188 @@
+// The command line: rows of the option table become records, and the system's getopt tells which
+// options are there.
+
+#include <unistd.h>
+
+#include <cstring>
+#include <limits>
+
+#include "vu/config.h"
+
+namespace {
+
+/// Makes getopt forget where it was. A parse that ends inside a group of letters leaves a pointer
+/// into its argument vector behind, which nothing but the start of another parse clears.
+class GetoptState {
+ public:
+  GetoptState() {
+    optind = 0;  // for the GNU library: forget everything, then go on as with 1
+    opterr = 0;
+  }
+  GetoptState(const GetoptState&) = delete;
+  GetoptState& operator=(const GetoptState&) = delete;
+  ~GetoptState() {
+    if (finished_) return;
+    static char name[] = "";
+    char* const nothing[] = {name, nullptr};
+    optind = 0;
+    getopt(1, nothing, "");
+    optarg = nullptr;
+  }
+
+  /// The parse has come to its end; optind tells the caller where the operands are.
+  void finish() {
+    finished_ = true;
+    if (optind == 0) optind = 1;
+  }
+
+ private:
+  bool finished_ = false;
+};
+
+/// The letters as getopt wants them: "b:d:A:c:v:P:DVx:".
+std::string getoptLetters(const vu_opt_helper* table) {
+  std::string letters;
+  bool hasKeys = false;
+  for (const vu_opt_helper* row = table; row->name != nullptr && row->option != 0; ++row) {
+    if (row->option == 'x') hasKeys = true;
+    if (row->option == 'x' || row->option == 'X') continue;
+    letters += row->option;
+    if (row->type != 'b') letters += ':';
+  }
+  return hasKeys ? letters + "x:" : letters;
+}
+
+}  // namespace
+
+vu_getopt::vu_getopt(int argc, char* const* argv, vu_opt_helper* table)
+    : argc_(argc), argv_(argv), optTable_(table != nullptr ? table : opt_helper) {
+  if (argv == nullptr && argc != 0) throw vu_exception("Empty Argument vector");
+  if (optTable_->name == nullptr) throw vu_exception("Empty Option Definition");
+  getOptions();
+}
+
+vu_getopt::~vu_getopt() = default;
+
+int vu_getopt::getOptions() {
+  optCount_ = 0;
+  while (optTable_[optCount_].name != nullptr) ++optCount_;
+  const auto slots = static_cast<std::size_t>(optCount_) + 1;
+  params_ = std::make_unique<config_helper[]>(slots);
+  fileText_ = std::make_unique<std::string[]>(slots);
+  origins_.assign(slots, {Origin::byDefault, 0, 0});
+  paths_.clear();
+  for (int row = 0; row < optCount_; ++row) {
+    params_[static_cast<std::size_t>(row)] = {optTable_[row].name, optTable_[row].type,
+                                              optTable_[row].value};
+  }
+  const std::string letters = getoptLetters(optTable_);
+  if (argc_ != 0 && argv_ != nullptr) runCommandLine(letters);
+  return 0;
+}
+
+void vu_getopt::runCommandLine(const std::string& letters) {
+  GetoptState state;
+  while (true) {
+    // A letter of value 255 is -1 as a char, and ends the options like it.
+    const auto option = static_cast<signed char>(getopt(argc_, argv_, letters.c_str()));
+    if (option == -1) break;
+    if (option == '?' || setOptions(static_cast<char>(option), optarg) != 0) usageMsg();
+  }
+  state.finish();
+}
+
+int vu_getopt::setOptions(char option, const char* argument) {
+  if (option == 'x' || option == 'X') return setKeyAndValue(option, argument);
+  for (int row = 0; row < optCount_; ++row) {
+    if (optTable_[row].option != option) continue;
+    const config_helper& record = params_[static_cast<std::size_t>(row)];
+    if (option == 'c') setConfigFile(argument);
+    const Origin origin{Origin::commandLine, 0, 0};
+    if (record.type == 'b') {
+      const long count = flagCount(record.value);
+      setFlag(row, count < std::numeric_limits<long>::max() ? count + 1 : count, origin);
+    } else {
+      if (argument == nullptr) return -1;
+      setText(row, argument, origin);
+    }
+    return 0;
+  }
+  return -1;
+}
+
+/// "key=value" for the first row of this letter whose name begins with the key.
+int vu_getopt::setKeyAndValue(char option, const char* argument) {
+  const char* const equals = argument != nullptr ? std::strchr(argument, '=') : nullptr;
+  if (equals == nullptr) return -1;
+  const auto keyLength = static_cast<std::size_t>(equals - argument);
+  const Origin origin{Origin::commandLine, 0, 0};
+  for (int row = 0; row < optCount_; ++row) {
+    const vu_opt_helper& each = optTable_[row];
+    if (each.option != option || std::strncmp(each.name, argument, keyLength) != 0) continue;
+    if (each.type == 'b') {
+      setFlag(row, static_cast<long>(str2val<unsigned int>(equals + 1)), origin);
+    } else {
+      setText(row, equals + 1, origin);
+    }
+    return 0;
+  }
+  return -1;
+}
+
+void vu_getopt::setFlag(int row, long count, const Origin& origin) {
+  setText(row, flagValue(count), origin);
+}
+
+void vu_getopt::setText(int row, const char* text, const Origin& origin) {
+  const auto at = static_cast<std::size_t>(row);
+  params_[at].value = text;
+  origins_[at] = origin;
+}
+
+void vu_getopt::usageMsg() const {
+  const char* const program = argc_ > 0 && argv_ != nullptr ? argv_[0] : nullptr;
+  std::string text =
+      std::string("\nUsage: ") + (program != nullptr ? program : "") + " [OPTIONS] \n";
+  for (const vu_opt_helper* row = optTable_; row->name != nullptr; ++row) {
+    if (row->option == 'X') continue;
+    if (row != optTable_) text += '\n';
+    text += std::string("  -") + row->option + ' ';
+    text += row->description != nullptr ? row->description : "";
+    text += " [";
+    if (row->type == 'b') {
+      text += val2str(flagCount(row->value));
+    } else if (row->value != nullptr) {
+      text += row->value;
+    }
+    text += ']';
+  }
+  throw vu_exception(text);
+}
+
+const char* vu_getopt::getOptItem(const char* name, int& type) const {
+  type = 0;
+  for (int row = 0; row < optCount_ && name != nullptr; ++row) {
+    const config_helper& record = params_[static_cast<std::size_t>(row)];
+    if (std::strcmp(record.name, name) != 0) continue;
+    type = static_cast<signed char>(record.type);
+    return record.value;
+  }
+  throw vu_exception(std::string("Unknown Parameter ") + (name != nullptr ? name : "NULL"));
+}
+
+std::string vu_getopt::origin(int index) const {
+  if (index < 0 || index >= optCount_) {
+    throw vu_exception("vu_getopt::origin: Index out of range [" + val2str(index) + "]");
+  }
+  const Origin& origin = origins_[static_cast<std::size_t>(index)];
+  switch (origin.kind) {
+    case Origin::byDefault:
+      return "default";
+    case Origin::commandLine:
+      return "command line";
+    case Origin::file:
+      return paths_[origin.path] + ":" + val2str(origin.line);
+    default:
+      return "set by program";
+  }
+}

@@ -1,0 +1,422 @@
+#include "vu/config.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <climits>
+#include <map>
+
+#include <gtest/gtest.h>
+
+#include "tests/allocations.h"
+#include "tests/support.h"
+
+using vu::test::allocationsLeft;
+using vu::test::messageOf;
+using vu::test::TemporaryFile;
+
+namespace {
+
+/// An argument vector of its own memory; the first argument is the program's name.
+class Arguments {
+ public:
+  explicit Arguments(std::vector<std::string> texts) : texts_(std::move(texts)) {
+    for (std::string& each : texts_) vector_.push_back(each.data());
+    vector_.push_back(nullptr);
+  }
+  int count() const { return static_cast<int>(texts_.size()); }
+  char* const* vector() const { return vector_.data(); }
+
+ private:
+  std::vector<std::string> texts_;
+  std::vector<char*> vector_;
+};
+
+/// "daemon" and the words of a line; FILE stands for a path.
+Arguments words(const std::string& line, const std::string& path = "") {
+  std::vector<std::string> all = {"daemon"};
+  std::istringstream stream(line);
+  for (std::string each; stream >> each;) {
+    const std::size_t file = each.find("FILE");
+    all.push_back(file == std::string::npos ? each : each.replace(file, 4, path));
+  }
+  return Arguments(all);
+}
+
+constexpr char kUsage[] = R"(
+Usage: daemon [OPTIONS] 
+  -b <IP>:<port> bind to specified address for updates [10535]
+  -d <IP>:<port> bind to specified address for DNS queries [53]
+  -A hash size of VU system [24]
+  -c user defined configuration file [none]
+  -v Debug Logging (verbose) level [2]
+  -P Show profiling status [0]
+  -D Toggle executable as Daemon [0]
+  -V Toggle syslog logging mode [0]
+  -x Toggle signal (SIGTERM) handling [0]
+  -x User defined parameter (-x userdata=value) [value]
+  -x Cipher operation type (-x ciphertype=[0|1|2]) [0]
+  -x System Identification (-x systemID=kpm0001) []
+  -x is a server (-x isServer=0) [0])";
+
+/// What a parse with the default table changes, as "name=value name=value", or its message.
+std::string outcome(const Arguments& arguments) {
+  std::string changes;
+  const std::string message = messageOf([&] {
+    const vu_getopt parser(arguments.count(), arguments.vector(), nullptr);
+    for (int i = 0; i < parser.optCount(); ++i) {
+      const config_helper& record = parser.params()[i];
+      const bool flag = record.type == 'b';
+      const std::string value = flag ? val2str(flagCount(record.value)) : record.value;
+      if (flag ? flagCount(record.value) == 0 : value == opt_helper[i].value) continue;
+      changes += (changes.empty() ? "" : " ") + std::string(record.name) + "=" + value;
+    }
+  });
+  return message == kUsage ? "usage" : message.empty() ? changes : "<" + message + ">";
+}
+
+TEST(CommandLine, SetsParameters) {
+  const struct {
+    const char* line;
+    const char* expected;
+  } rows[] = {
+      {"", ""},
+      {"-v 5 -v7", "debug=7"},
+      {"-D -D", "isdaemon=2"},
+      {"-DVD operand -v3", "debug=3 isdaemon=2 syslog=1"},
+      {"-D -- -V", "isdaemon=1"},
+      {"-x userdata=a=b -x systemID=", "userdata=a=b"},
+      {"-x sys=kpm0002", "systemID=kpm0002"},
+      {"-x s=1 -x=2", "signal=2"},
+      {"-x userdata", "usage"},
+      {"-x ciphertype=1", "usage"},
+      {"-x signals=1", "usage"},
+      {"-X signal=1", "usage"},
+      {"-v 5 -z", "usage"},
+      {"-b", "usage"},
+      {"-D -h", "usage"},
+      {"-c /nowhere", "<Cannot open configuration file [/nowhere]>"},
+      {"-c /tmp", "<Cannot open configuration file [/tmp]>"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.expected, outcome(words(row.line))) << row.line;
+  // Other users of getopt find it as at the start, also after a failure inside a group of letters.
+  EXPECT_EQ("usage", outcome(words("-DzV")));
+  const Arguments others = words("-V");
+  EXPECT_EQ(1, optind);
+  EXPECT_EQ('V', getopt(others.count(), others.vector(), "V"));
+  EXPECT_EQ("Empty Argument vector", messageOf([] { vu_getopt(1, nullptr, nullptr); }));
+  EXPECT_EQ("", messageOf([] { vu_getopt(0, nullptr, nullptr); }));
+}
+
+TEST(CommandLine, ReadsTables) {
+  vu_opt_helper none[] = {{nullptr, 0, 0, nullptr, nullptr}};
+  EXPECT_EQ("Empty Option Definition", messageOf([&] { vu_getopt(0, nullptr, none); }));
+  vu_opt_helper table[] = {{"hidden", 'X', 's', "h", "never shown"},
+                           {"level", 'l', 'b', flagValue(-3), "level"},
+                           {"key", 'x', 'b', flagValue(LONG_MAX), nullptr},
+                           {"late", 'c', 's', "", "file"},
+                           {nullptr, 0, 0, nullptr, nullptr}};
+  const TemporaryFile file("hidden seen\nkey 9223372036854775807\nlate lost\n");
+  const Arguments arguments = words("-l -x k=0x10 -l -cFILE", file.path());
+  vu_getopt parser(arguments.count(), arguments.vector(), table);
+  int type = 7;
+  EXPECT_STREQ("seen", parser.getOptItem("hidden", type));
+  EXPECT_EQ('s', type);
+  EXPECT_EQ(-1, flagCount(parser.getOptItem("level", type)));
+  EXPECT_EQ('b', type);
+  EXPECT_STREQ(file.path(), parser.getOptItem("late", type));
+  EXPECT_EQ(file.path() + std::string(":1"), parser.origin(0));
+  EXPECT_EQ("command line", parser.origin(1));
+  EXPECT_EQ("Unknown Parameter nosuch", messageOf([&] { parser.getOptItem("nosuch", type); }));
+  EXPECT_EQ(0, type);
+  EXPECT_EQ(
+      "\nUsage: daemon [OPTIONS] \n\n  -l level [-3]\n  -x  [9223372036854775807]\n  -c file []",
+      messageOf([&] { parser.usageMsg(); }));
+
+  // Direct calls.
+  EXPECT_EQ(0, parser.setOptions('X', "hid=by hand"));
+  EXPECT_STREQ("by hand", parser.getOptItem("hidden", type));
+  EXPECT_EQ(-1, parser.setOptions('x', nullptr));
+  EXPECT_EQ(-1, parser.setOptions('q', "1"));
+  EXPECT_EQ("bad conversion [many]", messageOf([&] { parser.setOptions('x', "key=many"); }));
+  testing::internal::CaptureStdout();
+  EXPECT_EQ("Null configuration file definition",
+            messageOf([&] { parser.setOptions('c', nullptr); }));
+  EXPECT_EQ("NULL\n", testing::internal::GetCapturedStdout());
+  parser.parseConfigLine("level 5");
+  EXPECT_EQ("set by program", parser.origin(1));
+  EXPECT_EQ(0, parser.getOptions());  // starts again from the defaults
+  EXPECT_EQ(-1, flagCount(parser.getOptItem("level", type)));
+  EXPECT_EQ(-1, vu_getopt(0, nullptr, nullptr).setOptions('v', nullptr));
+  EXPECT_EQ(0U,
+            messageOf([] { vu_getopt(0, nullptr, nullptr).usageMsg(); }).find("\nUsage:  [OPT"));
+}
+
+/// The plain telling, for a process of its own: getopt's state is the process's.
+std::string plainOutcome(const Arguments& arguments) {
+  std::map<std::string, std::string> values;
+  std::map<std::string, int> counts;
+  opterr = 0;
+  optind = 0;  // the parent may have parsed before
+  for (int c; (c = getopt(arguments.count(), arguments.vector(), "b:d:A:c:v:P:DVx:")) != -1;) {
+    const std::string argument = optarg != nullptr ? optarg : "";
+    const std::size_t equals = argument.find('=');
+    bool taken = false;
+    for (const vu_opt_helper* row = opt_helper; row->name != nullptr && !taken; ++row) {
+      const std::string name = row->name;
+      if (row->option != c) continue;
+      taken =
+          c != 'x' || (equals != std::string::npos && name.find(argument.substr(0, equals)) == 0);
+      if (!taken) continue;
+      if (row->type == 'b') ++counts[name];
+      if (row->type != 'b') values[name] = c == 'x' ? argument.substr(equals + 1) : argument;
+    }
+    if (!taken) return "usage";
+  }
+  std::string changes;
+  for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
+    std::string value = counts.count(row->name) != 0 ? std::to_string(counts[row->name]) : "";
+    if (values.count(row->name) != 0) value = values[row->name];
+    const bool set = counts.count(row->name) + values.count(row->name) != 0;
+    if (!set || (row->type != 'b' && value == row->value)) continue;
+    changes += (changes.empty() ? "" : " ") + std::string(row->name) + "=" + value;
+  }
+  return changes;
+}
+
+/// The result of `plainOutcome` in a child process.
+std::string outcomeInChild(const Arguments& arguments) {
+  int ends[2];
+  if (pipe(ends) != 0) return "no pipe";
+  const pid_t child = fork();
+  if (child == 0) {
+    const std::string text = plainOutcome(arguments);
+    _exit(write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
+  }
+  close(ends[1]);
+  std::string text;
+  char block[512];
+  for (ssize_t got; (got = read(ends[0], block, sizeof block)) > 0;) {
+    text.append(block, static_cast<std::size_t>(got));
+  }
+  close(ends[0]);
+  int status = -1;
+  waitpid(child, &status, 0);
+  return status == 0 ? text : "child failed";
+}
+
+TEST(CommandLine, AgreesWithGetopt) {
+  const std::vector<std::string> pieces = {
+      "-",  "--", "D",  "V",  "v", "b", "x",   "5",        "=",  " -x",   " -D", " -v",
+      " s", " ",  " z", "-h", " ", " ", "sys", "userdata", "is", " -xs=", " -b5"};
+  std::mt19937 random(5);
+  int good = 0;
+  for (int i = 0; i < 1500; ++i) {
+    const std::string line = vu::test::randomText(random, pieces, 9);
+    // Each parse has its memory to itself: what an earlier one has left behind would be seen.
+    const std::string expected = outcomeInChild(words(line));
+    ASSERT_EQ(expected, outcome(words(line))) << line;
+    good += expected == "usage" ? 0 : 1;
+  }
+  EXPECT_GT(good, 300);
+}
+
+TEST(ConfigFile, SetsParameters) {
+  const struct {
+    std::string content;
+    const char* line;
+    const char* expected;  // without conffile
+  } rows[] = {
+      {"", "-c FILE", ""},
+      {"\n  \t\n# debug 4\n  # debug 5", "-c FILE", ""},
+      {"  debug\t3  # note\r\n   systemID   kpm0002   # site id", "-c FILE",
+       "debug=3 systemID=kpm0002"},
+      {"debug 3 4\ndebug #5", "-c FILE", "debug=#5"},
+      {"debug\ndebug=3\n-debug 3\nhash_size=24\n\xef\xbb\xbf"
+       "debug 3\n",
+       "-c FILE", ""},
+      {"debug 3\nisdaemon 1\n", "-v 5 -c FILE -D -D", "debug=3 isdaemon=3"},
+      {"debug 3\n", "-c FILE -v 5", "debug=5"},
+      {"isdaemon 0x10\nsyslog -2", "-c FILE", "isdaemon=16 syslog=-2"},
+      {"conffile other\n", "-c FILE", ""},
+      {"Debug 3\n", "-c FILE", "<Unknown configure parameter in conf_file : Debug>"},
+      {"debug 3\nnosuch 1\n", "-c FILE", "<Unknown configure parameter in conf_file : nosuch>"},
+      {"isdaemon yes\n", "-c FILE", "<bad conversion [yes]>"},
+      {std::string("de\0bug 1\n\0\xff\ndebug \x01\n", 20), "-c FILE", "debug=\x01"},
+      {"debug " + std::string(5000000, '7') + "\n" + std::string(5000000, ' ') + "x",
+       "-c FILE -v 1", "debug=1"},
+      {std::string(5000000, 'a') + "=\n" + std::string(5000000, '#'), "-c FILE", ""},
+  };
+  for (const auto& row : rows) {
+    const TemporaryFile file(row.content);
+    std::string got = outcome(words(row.line, file.path()));
+    const std::string own = "conffile=" + std::string(file.path());
+    const std::size_t at = got.find(own);
+    if (at != std::string::npos)
+      got.erase(at > 0 ? at - 1 : at, own.size() + (got.size() > own.size()));
+    EXPECT_EQ(row.expected, got) << row.content.substr(0, 60);
+  }
+}
+
+/// What a value is read as, as text; the message in brackets when it is not.
+std::string item(const vu_config& store, const char* name, char type) {
+  config_value value{};
+  const std::string message = messageOf([&] { value = store.getConfItem(name); });
+  if (!message.empty()) return "<" + message + ">";
+  unsigned char bytes[sizeof value];
+  std::memcpy(bytes, &value, sizeof value);
+  const std::size_t used = type == 'p' || type == 'u'   ? 2
+                           : type == 'd' || type == 'l' ? 4
+                                                        : sizeof value;
+  for (std::size_t i = used; i < sizeof value; ++i) EXPECT_EQ(0, bytes[i]) << type;
+  switch (type) {
+    case 'd':
+      return val2str(value.asInt);
+    case 'e':
+      return val2str(value.asDouble);
+    case 'l':
+      return val2str(value.asUInt);
+    case 'p':
+    case 'u':
+      return val2str(value.asUShort);
+    case 0:
+      return value.asText == nullptr ? "zero" : "not zero";
+    default:
+      return value.asText;
+  }
+}
+
+TEST(Store, ConvertsByTypeLetter) {
+  const struct {
+    char type;
+    const char* text;
+    const char* expected;
+  } rows[] = {{'d', "0x1F", "31"},
+              {'d', "abc", "<bad conversion [abc]>"},
+              {'d', "", "<empty string T>"},
+              {'e', "0.5", "0.5"},
+              {'e', "1,5", "1"},
+              {'l', "4294967295", "4294967295"},
+              {'p', "8080", "8080"},
+              {'p', "70000", "<bad conversion [70000]>"},
+              {'u', "70000", "4464"},
+              {'s', "a b", "a b"},
+              {'q', "", ""},
+              {0, "abc", "zero"}};
+  vu_config store(nullptr);
+  const std::string* reference = nullptr;
+  for (const auto& row : rows) {
+    store.setParam("name", row.text, row.type);
+    EXPECT_EQ(row.expected, item(store, "name", row.type)) << row.type << row.text;
+    char type = 7;
+    const std::string& text = store.getParam("name", type);
+    EXPECT_EQ(row.type, type);
+    EXPECT_EQ(row.text, text);
+    EXPECT_TRUE(reference == nullptr || reference == &text);  // the reference stays
+    reference = &text;
+  }
+  store.setParam("flag", flagValue(-1), 'b');
+  EXPECT_EQ("-1", item(store, "flag", 'd'));
+  EXPECT_EQ("set by program", store.origin("flag"));
+}
+
+TEST(Store, RefusesAndKeepsWhatItHas) {
+  char type = 7;
+  vu_config store(nullptr);
+  EXPECT_EQ("Unknown Get Parameter [x]", messageOf([&] { store.getParam("x", type); }));
+  EXPECT_EQ(0, type);
+  EXPECT_EQ("Unknown Get Parameter [x]", messageOf([&] { store.origin("x"); }));
+  EXPECT_EQ("unknown parameter", messageOf([&] { store.getConfItem("x"); }));
+  const config_helper records[] = {{"a", 's', "1"}, {"b", 's', nullptr}, {nullptr, 0, nullptr}};
+  EXPECT_EQ("Null value for parameter [b]", messageOf([&] { store.configParams(records); }));
+  EXPECT_EQ("Unknown Get Parameter [a]", messageOf([&] { store.getParam("a"); }));
+  EXPECT_EQ("Null value for parameter [b]", messageOf([&] { store.setParam("b", nullptr, 'd'); }));
+  EXPECT_EQ("vu_config::setConfParam: Null name",
+            messageOf([&] { store.setParam(nullptr, "", 's'); }));
+  store.setConfParam(nullptr);
+  EXPECT_EQ(0, store.configParams(nullptr));
+  const config_helper good[] = {{"a", 's', "1"}, {"b", 'b', nullptr}, {nullptr, 0, nullptr}};
+  EXPECT_EQ(2, store.configParams(good));
+  EXPECT_EQ("0", vu_config(good).getParam("b"));
+  vu_opt_helper table[] = {{"c", 'c', 's', "", ""}, {"d", 'd', 's', nullptr, ""}, {}};
+  EXPECT_EQ("Null value for parameter [d]",
+            messageOf([&] { store.initConfig(0, nullptr, table); }));
+  EXPECT_EQ("Unknown Get Parameter [c]", messageOf([&] { store.getParam("c"); }));
+  EXPECT_DEATH(
+      {
+        allocationsLeft = 0;
+        store.getParam("a name too long to be found without memory");
+      },
+      "");
+}
+
+/// Everything a store holds of the default table, with the origins.
+std::string contents(const vu_config& store) {
+  std::string all;
+  for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
+    char type = 0;
+    const std::string& text = store.getParam(row->name, type);
+    all +=
+        std::string(row->name) + " " + type + " " + text + " (" + store.origin(row->name) + ")\n";
+  }
+  return all;
+}
+
+TEST(Store, LoadsDefaults) {
+  vu_config store(nullptr);
+  store.initConfig(0, nullptr, nullptr);
+  EXPECT_EQ(
+      "inet_port s 10535 (default)\ndns_port s 53 (default)\nhash_size d 24 (default)\n"
+      "conffile s none (default)\ndebug d 2 (default)\nshowstatus d 0 (default)\n"
+      "isdaemon d 0 (default)\nsyslog d 0 (default)\nsignal s 0 (default)\n"
+      "userdata s value (default)\ncipherType s 0 (default)\nsystemID s  (default)\n"
+      "isServer s 0 (default)\n",
+      contents(store));
+}
+
+TEST(Store, ReloadsInOneStep) {
+  TemporaryFile file("\ndebug 3\nsystemID one-that-is-longer-than-a-small-string\n");
+  const Arguments arguments = words("-v5 -cFILE -D", file.path());
+  const std::string path = file.path();
+  vu_config store(nullptr);
+  store.initConfig(arguments.count(), arguments.vector(), nullptr);
+  const std::string& debug = store.getParam("debug");
+  EXPECT_EQ("3", debug);
+  EXPECT_EQ(path + ":2", store.origin("debug"));
+  EXPECT_EQ("command line", store.origin("isdaemon"));
+  store.setParam("userdata", "by the program", 's');
+  store.setParam("own", "1", 'd');
+
+  const std::string before = contents(store);
+  for (const char* bad : {"debug 4\nnosuch 1\n", "debug 4\nisdaemon no\n"}) {
+    file.rewrite(bad);
+    EXPECT_NE("", messageOf([&] { store.reload(arguments.count(), arguments.vector(), nullptr); }));
+    EXPECT_EQ(before, contents(store));
+  }
+  file.rewrite("debug 4\nuserdata by-the-file\ncipherType another-that-is-long-enough\n");
+  bool failed = true;
+  for (long left = 0; failed; ++left) {
+    failed = false;
+    allocationsLeft = left;
+    try {
+      store.reload(arguments.count(), arguments.vector(), nullptr);
+    } catch (const std::bad_alloc&) {
+      failed = true;
+    } catch (const vu_exception&) {
+      failed = true;  // a file that could not be read for want of memory
+    }
+    allocationsLeft = -1;
+    ASSERT_EQ(failed, contents(store) == before) << left;
+  }
+  EXPECT_EQ("4", debug);
+  EXPECT_EQ(path + ":1", store.origin("debug"));
+  EXPECT_EQ("by the program", store.getParam("userdata"));
+  EXPECT_EQ("set by program", store.origin("userdata"));
+  EXPECT_EQ("", store.getParam("systemID"));
+  EXPECT_EQ("default", store.origin("systemID"));
+  EXPECT_EQ("1", store.getParam("own"));
+  store.initConfig(arguments.count(), arguments.vector(), nullptr);  // replaces the program's, too
+  EXPECT_EQ(path + ":2", store.origin("userdata"));
+}
+
+}  // namespace
