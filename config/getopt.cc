@@ -25,7 +25,7 @@ class GetoptState {
     static char name[] = "";
     char* const nothing[] = {name, nullptr};
     optind = 0;
-    getopt(1, nothing, "");
+    static_cast<void>(getopt(1, nothing, ""));
     optarg = nullptr;
   }
 
@@ -164,6 +164,7 @@ const char* vu_getopt::getOptItem(const char* name, int& type) const {
   for (int row = 0; row < optCount_ && name != nullptr; ++row) {
     const config_helper& record = params_[static_cast<std::size_t>(row)];
     if (std::strcmp(record.name, name) != 0) continue;
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): the same number whatever sign a char has
     type = static_cast<signed char>(record.type);
     return record.value;
   }

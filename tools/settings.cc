@@ -47,6 +47,7 @@ std::vector<Setting> readSettings(const std::vector<std::string>& arguments) {
   std::vector<std::string> owned = {"daemon"};
   owned.insert(owned.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
+  argv.reserve(owned.size() + 1);
   for (std::string& each : owned) argv.push_back(each.data());
   argv.push_back(nullptr);
 

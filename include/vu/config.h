@@ -56,6 +56,7 @@ inline long flagCount(const char* value) {
 }
 /// The value field of a record of type 'b' for a count.
 inline const char* flagValue(long count) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): it is never followed
   return reinterpret_cast<const char*>(static_cast<std::intptr_t>(count));
 }
 
