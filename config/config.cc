@@ -4,14 +4,23 @@
 #include "vu/config.h"
 
 #include <cstring>
+#include <exception>
 #include <utility>
 
 namespace {
 
-std::string nameOrNull(const char* name) { return name != nullptr ? name : "NULL"; }
-
 using Entries = std::map<std::string, config_obj>;
 using Origins = std::map<std::string, std::string>;
+
+/// The entry of a name; a null name has none.
+Entries::const_iterator find(const Entries& entries, const char* name) {
+  return name != nullptr ? entries.find(name) : entries.end();
+}
+
+[[noreturn]] void refuseUnknown(const char* name) {
+  throw vu_exception(std::string("Unknown Get Parameter [") + (name != nullptr ? name : "NULL") +
+                     "]");
+}
 
 /// Adds what a record comes to.
 void stage(const config_helper& record, Entries& staged) {
@@ -121,10 +130,8 @@ const std::string& vu_config::getParam(const char* name) const {
 const std::string& vu_config::getParam(const char* name, char& type) const {
   type = 0;
   return readOrDie([&]() -> const std::string& {
-    const auto entry = confMap_.find(nameOrNull(name));
-    if (entry == confMap_.end()) {
-      throw vu_exception("Unknown Get Parameter [" + nameOrNull(name) + "]");
-    }
+    const auto entry = find(confMap_, name);
+    if (entry == confMap_.end()) refuseUnknown(name);
     type = entry->second.type;
     return entry->second.value;
   });
@@ -134,7 +141,7 @@ config_value vu_config::getConfItem(const char* name) const {
   config_value result;
   std::memset(&result, 0, sizeof result);
   readOrDie([&] {
-    const auto entry = confMap_.find(nameOrNull(name));
+    const auto entry = find(confMap_, name);
     if (entry == confMap_.end()) throw vu_exception("unknown parameter");
     const std::string& text = entry->second.value;
     switch (entry->second.type) {
@@ -163,7 +170,7 @@ config_value vu_config::getConfItem(const char* name) const {
 }
 
 std::string vu_config::origin(const char* name) const {
-  getParam(name);
+  if (find(confMap_, name) == confMap_.end()) refuseUnknown(name);
   const auto known = origins_.find(name);
   return known != origins_.end() ? known->second : "set by program";
 }

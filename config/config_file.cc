@@ -1,6 +1,5 @@
 // The configuration file: lines of a name and a value.
 
-#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <limits>

@@ -5,38 +5,37 @@
 
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "vu/config.h"
 
 namespace {
 
-/// Makes getopt forget where it was. A parse that ends inside a group of letters leaves a pointer
-/// into its argument vector behind, which nothing but the start of another parse clears.
-class GetoptState {
+/// A parse with getopt that leaves nothing of itself behind. getopt keeps a pointer into the argument
+/// vector, at the letter after the last option; that vector may be gone, and the pointer is what the
+/// next user of getopt would begin with. Only the start of another parse clears it.
+class GetoptUse {
  public:
-  GetoptState() {
+  GetoptUse() {
     optind = 0;  // for the GNU library: forget everything, then go on as with 1
     opterr = 0;
   }
-  GetoptState(const GetoptState&) = delete;
-  GetoptState& operator=(const GetoptState&) = delete;
-  ~GetoptState() {
-    if (finished_) return;
+  GetoptUse(const GetoptUse&) = delete;
+  GetoptUse& operator=(const GetoptUse&) = delete;
+  ~GetoptUse() {
     static char name[] = "";
     char* const nothing[] = {name, nullptr};
     optind = 0;
     static_cast<void>(getopt(1, nothing, ""));
     optarg = nullptr;
+    optind = next_;
   }
 
-  /// The parse has come to its end; optind tells the caller where the operands are.
-  void finish() {
-    finished_ = true;
-    if (optind == 0) optind = 1;
-  }
+  /// The parse has come to its end: the caller finds its operands from optind on.
+  void finish() { next_ = optind > 0 ? optind : 1; }
 
  private:
-  bool finished_ = false;
+  int next_ = 1;
 };
 
 /// The letters as getopt wants them: "b:d:A:c:v:P:DVx:".
@@ -64,31 +63,34 @@ vu_getopt::vu_getopt(int argc, char* const* argv, vu_opt_helper* table)
 vu_getopt::~vu_getopt() = default;
 
 int vu_getopt::getOptions() {
-  optCount_ = 0;
-  while (optTable_[optCount_].name != nullptr) ++optCount_;
-  const auto slots = static_cast<std::size_t>(optCount_) + 1;
-  params_ = std::make_unique<config_helper[]>(slots);
-  fileText_ = std::make_unique<std::string[]>(slots);
-  origins_.assign(slots, {Origin::byDefault, 0, 0});
-  paths_.clear();
-  for (int row = 0; row < optCount_; ++row) {
-    params_[static_cast<std::size_t>(row)] = {optTable_[row].name, optTable_[row].type,
-                                              optTable_[row].value};
-  }
+  int count = 0;
+  while (optTable_[count].name != nullptr) ++count;
+  const auto slots = static_cast<std::size_t>(count) + 1;
+  auto params = std::make_unique<config_helper[]>(slots);
+  auto fileText = std::make_unique<std::string[]>(slots);
+  std::vector<Origin> origins(slots, {Origin::byDefault, 0, 0});
   const std::string letters = getoptLetters(optTable_);
+  for (std::size_t row = 0; row + 1 < slots; ++row) {
+    params[row] = {optTable_[row].name, optTable_[row].type, optTable_[row].value};
+  }
+  optCount_ = count;
+  params_ = std::move(params);
+  fileText_ = std::move(fileText);
+  origins_ = std::move(origins);
+  paths_.clear();
   if (argc_ != 0 && argv_ != nullptr) runCommandLine(letters);
   return 0;
 }
 
 void vu_getopt::runCommandLine(const std::string& letters) {
-  GetoptState state;
+  GetoptUse use;
   while (true) {
     // A letter of value 255 is -1 as a char, and ends the options like it.
     const auto option = static_cast<signed char>(getopt(argc_, argv_, letters.c_str()));
     if (option == -1) break;
     if (option == '?' || setOptions(static_cast<char>(option), optarg) != 0) usageMsg();
   }
-  state.finish();
+  use.finish();
 }
 
 int vu_getopt::setOptions(char option, const char* argument) {

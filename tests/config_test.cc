@@ -99,11 +99,18 @@ TEST(CommandLine, SetsParameters) {
       {"-c /tmp", "<Cannot open configuration file [/tmp]>"},
   };
   for (const auto& row : rows) EXPECT_EQ(row.expected, outcome(words(row.line))) << row.line;
-  // Other users of getopt find it as at the start, also after a failure inside a group of letters.
-  EXPECT_EQ("usage", outcome(words("-DzV")));
-  const Arguments others = words("-V");
-  EXPECT_EQ(1, optind);
-  EXPECT_EQ('V', getopt(others.count(), others.vector(), "V"));
+  // Other users of getopt find nothing of ours, neither after a failure inside a group of letters
+  // nor at the end of one, whatever has become of the arguments.
+  for (const char* line : {"-DzV", "-D"}) {
+    const Arguments ours = words(line);
+    EXPECT_NE("", outcome(ours));
+    EXPECT_EQ(line == std::string("-D") ? 2 : 1, optind);
+    std::strcpy(ours.vector()[1], "-x");
+    optind = 1;
+    const Arguments others = words("-V");
+    EXPECT_EQ('V', getopt(others.count(), others.vector(), "V"));
+    EXPECT_EQ(nullptr, optarg);
+  }
   EXPECT_EQ("Empty Argument vector", messageOf([] { vu_getopt(1, nullptr, nullptr); }));
   EXPECT_EQ("", messageOf([] { vu_getopt(0, nullptr, nullptr); }));
 }
@@ -114,23 +121,29 @@ TEST(CommandLine, ReadsTables) {
   vu_opt_helper table[] = {{"hidden", 'X', 's', "h", "never shown"},
                            {"level", 'l', 'b', flagValue(-3), "level"},
                            {"key", 'x', 'b', flagValue(LONG_MAX), nullptr},
+                           {"full", 'f', 'b', flagValue(LONG_MAX), "held"},
+                           {"other", 'o', '\xe9', "o", "a letter beyond ASCII"},
                            {"late", 'c', 's', "", "file"},
                            {nullptr, 0, 0, nullptr, nullptr}};
   const std::string most = std::to_string(LONG_MAX);
   const TemporaryFile file("hidden seen\nkey " + most + "\nlate lost\n");
-  const Arguments arguments = words("-l -x k=0x10 -l -cFILE", file.path());
+  const Arguments arguments = words("-l -x k=0x10 -f -l -cFILE", file.path());
   vu_getopt parser(arguments.count(), arguments.vector(), table);
   int type = 7;
   EXPECT_STREQ("seen", parser.getOptItem("hidden", type));
   EXPECT_EQ('s', type);
   EXPECT_EQ(-1, flagCount(parser.getOptItem("level", type)));
   EXPECT_EQ('b', type);
+  EXPECT_EQ(LONG_MAX, flagCount(parser.getOptItem("full", type)));
+  EXPECT_STREQ("o", parser.getOptItem("other", type));
+  EXPECT_EQ(0xe9 - 256, type);
   EXPECT_STREQ(file.path(), parser.getOptItem("late", type));
   EXPECT_EQ(file.path() + std::string(":1"), parser.origin(0));
   EXPECT_EQ("command line", parser.origin(1));
   EXPECT_EQ("Unknown Parameter nosuch", messageOf([&] { parser.getOptItem("nosuch", type); }));
   EXPECT_EQ(0, type);
-  EXPECT_EQ("\nUsage: daemon [OPTIONS] \n\n  -l level [-3]\n  -x  [" + most + "]\n  -c file []",
+  EXPECT_EQ("\nUsage: daemon [OPTIONS] \n\n  -l level [-3]\n  -x  [" + most + "]\n  -f held [" +
+                most + "]\n  -o a letter beyond ASCII [o]\n  -c file []",
             messageOf([&] { parser.usageMsg(); }));
 
   // Direct calls.
@@ -145,6 +158,11 @@ TEST(CommandLine, ReadsTables) {
   EXPECT_EQ("NULL\n", testing::internal::GetCapturedStdout());
   parser.parseConfigLine("level 5");
   EXPECT_EQ("set by program", parser.origin(1));
+  allocationsLeft = 1;
+  EXPECT_THROW(parser.getOptions(), std::bad_alloc);
+  allocationsLeft = -1;
+  EXPECT_STREQ("by hand", parser.getOptItem("hidden", type));
+  EXPECT_NE("", messageOf([&] { parser.origin(6); }));
   EXPECT_EQ(0, parser.getOptions());  // starts again from the defaults
   EXPECT_EQ(-1, flagCount(parser.getOptItem("level", type)));
   EXPECT_EQ(-1, vu_getopt(0, nullptr, nullptr).setOptions('v', nullptr));
@@ -239,6 +257,9 @@ TEST(ConfigFile, SetsParameters) {
       {"debug 3\n", "-c FILE -v 5", "debug=5"},
       {"isdaemon 0x10\nsyslog -2", "-c FILE", "isdaemon=16 syslog=-2"},
       {"conffile other\n", "-c FILE", ""},
+      {"\v\f debug\v3\n", "-c FILE", "debug=3"},
+      {"debu 1\n", "-c FILE", "<Unknown configure parameter in conf_file : debu>"},
+      {"debug 3\n", "-c /dev/null -v 1 -c FILE", "debug=3"},
       {"Debug 3\n", "-c FILE", "<Unknown configure parameter in conf_file : Debug>"},
       {"debug 3\nnosuch 1\n", "-c FILE", "<Unknown configure parameter in conf_file : nosuch>"},
       {"isdaemon yes\n", "-c FILE", "<bad conversion [yes]>"},
@@ -326,6 +347,11 @@ TEST(Store, RefusesAndKeepsWhatItHas) {
   EXPECT_EQ("Unknown Get Parameter [x]", messageOf([&] { store.getParam("x", type); }));
   EXPECT_EQ(0, type);
   EXPECT_EQ("Unknown Get Parameter [x]", messageOf([&] { store.origin("x"); }));
+  store.setParam("NULL", "x", 's');
+  EXPECT_EQ(store.getParam("NULL").c_str(), store.getConfItem("NULL").asText);
+  EXPECT_EQ("Unknown Get Parameter [NULL]", messageOf([&] { store.getParam(nullptr); }));
+  EXPECT_EQ("Unknown Get Parameter [NULL]", messageOf([&] { store.origin(nullptr); }));
+  EXPECT_EQ("unknown parameter", messageOf([&] { store.getConfItem(nullptr); }));
   EXPECT_EQ("unknown parameter", messageOf([&] { store.getConfItem("x"); }));
   const config_helper records[] = {{"a", 's', "1"}, {"b", 's', nullptr}, {nullptr, 0, nullptr}};
   EXPECT_EQ("Null value for parameter [b]", messageOf([&] { store.configParams(records); }));
@@ -391,6 +417,8 @@ TEST(Store, ReloadsInOneStep) {
   for (const char* bad : {"debug 4\nnosuch 1\n", "debug 4\nisdaemon no\n"}) {
     file.rewrite(bad);
     EXPECT_NE("", messageOf([&] { store.reload(arguments.count(), arguments.vector(), nullptr); }));
+    EXPECT_NE("",
+              messageOf([&] { store.initConfig(arguments.count(), arguments.vector(), nullptr); }));
     EXPECT_EQ(before, contents(store));
   }
   file.rewrite("debug 4\nuserdata by-the-file\ncipherType another-that-is-long-enough\n");

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -30,6 +31,15 @@ void fillStandardPlaces() {
   }
 }
 
+/// Operands are shown without the bound that they have inside.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_usage(const CLI::Option* option) const override {
+    if (option->get_expected_max() <= 1) return CLI::Formatter::make_option_usage(option);
+    return "[" + option->get_name(true) + "...]";
+  }
+};
+
 /// What a person reads who has mistyped something.
 std::string explainUsage(const CLI::App* app, const CLI::Error& error) {
   const std::vector<std::string> unknown = app->remaining(true);
@@ -38,7 +48,14 @@ std::string explainUsage(const CLI::App* app, const CLI::Error& error) {
     const char* const kind = unknown.front()[0] == '-' ? "option " : "command ";
     what = std::string("there is no ") + kind + unknown.front();
   }
-  return "vu: " + vu::tool::visible(what) + "\nTry \"vu --help\" or \"vu COMMAND --help\".\n";
+  const std::vector<const CLI::App*> used = app->get_subcommands(nullptr);
+  std::string command;
+  for (const CLI::App* each : used) {
+    if (each->parsed()) command = each->get_name() + " ";
+  }
+  std::string hint = "Try \"vu " + command + "--help\".";
+  if (command == "settings ") hint += " A daemon's own arguments stand behind \"--\".";
+  return "vu: " + vu::tool::visible(what) + "\n" + hint + "\n";
 }
 
 int run(int argc, char** argv) {
@@ -47,6 +64,7 @@ int run(int argc, char** argv) {
   app.set_version_flag("--version", std::string("vu ") + vu_version);
   app.require_subcommand(1);
   app.failure_message(explainUsage);
+  app.formatter(std::make_shared<HelpFormatter>());
   app.footer(kExitStatus);  // Sub-commands take it over as it is now.
   vu::tool::addClassify(app, exitStatus);
   vu::tool::addSettings(app, exitStatus);

@@ -1,5 +1,7 @@
 // vu settings: what a daemon with the default option table makes of a command line.
 
+#include <unistd.h>
+
 #include <iostream>
 #include <map>
 #include <memory>
@@ -52,7 +54,12 @@ std::vector<Setting> readSettings(const std::vector<std::string>& arguments) {
   argv.push_back(nullptr);
 
   vu_config store(nullptr);
-  store.initConfig(static_cast<int>(owned.size()), argv.data(), nullptr);
+  const auto count = static_cast<int>(owned.size());
+  store.initConfig(count, argv.data(), nullptr);
+  for (int operand = optind; operand < count; ++operand) {
+    std::cerr << "vu: note: a daemon ignores the operand "
+              << visible(argv[static_cast<std::size_t>(operand)]) << "\n";
+  }
   std::vector<Setting> settings;
   for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
     Setting setting{row->name, 0, "", "", store.origin(row->name)};

@@ -81,10 +81,13 @@ class VU_EXPORT vu_getopt {
   vu_getopt& operator=(const vu_getopt&) = delete;
   virtual ~vu_getopt();
 
-  /// Starts again from the defaults and parses; returns 0. Throws as the constructor.
+  /// Starts again from the defaults and parses; returns 0. Throws as the constructor; the records
+  /// are then the defaults with what was parsed before the failure.
   int getOptions();
 
   /// Applies one option with its argument, null for a flag. Returns 0, or -1 when no row takes it.
+  /// The argument is not copied and must outlive the object. Throws what `setConfigFile` throws for
+  /// option 'c', and str2val for "-x name=count".
   int setOptions(char option, const char* argument);
 
   /// Throws the usage text: the program name and every row but those of letter 'X', with defaults.
@@ -109,14 +112,15 @@ class VU_EXPORT vu_getopt {
   /// Applies one line of a configuration file. Throws as above.
   void parseConfigLine(const std::string& line);
 
-  /// The records, ended by one with a null name. Texts live as long as this object, `argv` and the
-  /// table.
+  /// The records, ended by one with a null name. Texts live as long as this object, `argv`, the table
+  /// and what was passed to `setOptions`.
   const config_helper* params() const { return params_.get(); }
   /// How many there are.
   int optCount() const { return optCount_; }
 
   /// Where the value of record `index` comes from: "default", "command line", a file's path and line
   /// ("/etc/vu.conf:12"), or "set by program" for a direct call of `parseConfigLine`.
+  /// Throws vu_exception "vu_getopt::origin: Index out of range [" + index + "]".
   std::string origin(int index) const;
 
  private:
