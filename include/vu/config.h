@@ -68,7 +68,7 @@ class VU_EXPORT vu_getopt {
  public:
   /// Parses at once. A null `table` is opt_helper; `argc` 0 with a null `argv` leaves all defaults.
   /// `argv` and the table must outlive the object; `getopt` may move the operands in `argv` behind
-  /// the options.
+  /// the options, and leaves the index of the first in `optind`.
   ///
   /// Throws vu_exception, and no object exists then:
   ///   "Empty Argument vector"    for a null `argv` with an `argc` other than 0;
