@@ -90,15 +90,10 @@ void appendJson(std::string& out, const Row& row) {
 /// The columns in front of the URL.
 void appendColumns(std::string& out, std::string_view status, std::string_view text,
                    std::string_view domain, std::string_view address) {
-  const auto column = [&out](std::string_view cell, std::size_t width) {
-    out += cell;
-    out.append(cell.size() < width ? width - cell.size() : 0, ' ');
-    out += "  ";
-  };
-  column(status, 6);
-  column(text, 27);
-  column(domain, 28);
-  column(address, 15);
+  appendColumn(out, status, 6);
+  appendColumn(out, text, 27);
+  appendColumn(out, domain, 28);
+  appendColumn(out, address, 15);
 }
 
 void appendAligned(std::string& out, const Row& row) {
@@ -119,6 +114,12 @@ const char* statusText(vu_status status) {
     return all;
   }();
   return texts[placeOf(status)];
+}
+
+void appendColumn(std::string& out, std::string_view cell, std::size_t width) {
+  out += cell;
+  out.append(cell.size() < width ? width - cell.size() : 0, ' ');
+  out += "  ";
 }
 
 void appendTabSafe(std::string& out, std::string_view text) {

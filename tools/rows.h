@@ -39,6 +39,9 @@ std::string visible(std::string_view text);
 /// taken for such: "\t", "\n", "\r", "\\".
 void appendTabSafe(std::string& out, std::string_view text);
 
+/// Adds a cell of an aligned table: padded to `width`, with two blanks behind it.
+void appendColumn(std::string& out, std::string_view cell, std::size_t width);
+
 /// Classifies URLs and writes their rows. Threads: one writer may serve several at once.
 class RowWriter {
  public:

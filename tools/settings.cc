@@ -91,14 +91,9 @@ void appendTabSeparated(std::string& out, const Setting& setting) {
 }
 
 void appendAligned(std::string& out, const Setting& setting) {
-  const auto column = [&out](const std::string& cell, std::size_t width) {
-    out += cell;
-    out.append(cell.size() < width ? width - cell.size() : 0, ' ');
-    out += "  ";
-  };
-  column(setting.name, 10);
-  column(std::string(1, setting.type), 1);
-  column(setting.error.empty() ? visible(setting.value) : "?", 24);
+  appendColumn(out, setting.name, 10);
+  appendColumn(out, std::string(1, setting.type), 1);
+  appendColumn(out, setting.error.empty() ? visible(setting.value) : "?", 24);
   out += visible(setting.origin);
 }
 
