@@ -4,8 +4,11 @@
 #define VU_VU_H_
 
 #include "vu/config.h"
+#include "vu/crypto.h"
 #include "vu/domain.h"
 #include "vu/foundation.h"
+#include "vu/hash.h"
+#include "vu/locks.h"
 #include "vu/pattern.h"
 #include "vu/version.h"
 

@@ -1,0 +1,202 @@
+// A message is one set-up, one update and one final call. What a set-up costs is the key schedule and
+// the search for the cipher's code, so a context keeps both while cipher and key stay the same, and
+// only what a message changes is set again.
+
+#include "vu/crypto.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+#include "crypto/legacy_rc4.h"
+#include <openssl/crypto.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+
+unsigned char vu_crypto::cipherkey_[256];
+
+namespace {
+
+constexpr int kMaterial = 128;
+
+static_assert(EVP_MAX_KEY_LENGTH <= 64, "an engine has no room for the longest key");
+
+// The built-in texts are put together a character at a time so that the library's file does not show
+// them to everybody who looks for texts in it. They are no secret all the same. They never change:
+// data enciphered under them would be lost.
+constexpr int kBuiltInSaltLength = 11;
+
+char unseen(char c) {
+  volatile char copy = c;  // Keeps the compiler from joining the characters to a constant.
+  return copy;
+}
+
+struct BuiltIn {
+  const char passphrase[11] = {unseen('V'), unseen('u'), unseen('7'), unseen('-'),
+                               unseen('q'), unseen('K'), unseen('2'), unseen('w'),
+                               unseen('Z'), unseen('9'), '\0'};
+  const char salt[kBuiltInSaltLength + 1] = {unseen('r'), unseen('E'), unseen('p'), unseen('u'),
+                                             unseen('_'), unseen('4'), unseen('T'), unseen('a'),
+                                             unseen('L'), unseen('e'), unseen('!'), '\0'};
+};
+
+/// Derives the process's key material. That it may fail is nobody's concern, as documented; the
+/// caller's error queue is left as it was.
+void derive(const char* passphrase, const unsigned char* salt, int saltLength, int iterations) {
+  if (saltLength < 0) {
+    throw vu_exception("vu_crypto: Invalid salt length [" + val2str(saltLength) + "]");
+  }
+  ERR_set_mark();
+  (void)PKCS5_PBKDF2_HMAC_SHA1(passphrase, static_cast<int>(std::strlen(passphrase)), salt,
+                               saltLength, iterations, kMaterial, vu_crypto::cipherkey_);
+  ERR_pop_to_mark();
+}
+
+/// The earliest error of this thread's queue as a text, or ""; the queue is empty afterwards.
+std::string takeErrorText() {
+  char text[120] = {};
+  if (ERR_peek_error() != 0) {
+    ERR_error_string_n(ERR_get_error(), text, sizeof text);
+    ERR_clear_error();
+  }
+  return text;
+}
+
+/// Ciphers of whose context nothing but the initialisation vector changes from message to message,
+/// and whose update neither fails nor writes more than it reports. Others may keep more.
+bool isPlainCbc(const EVP_CIPHER* cipher) {
+  return EVP_CIPHER_get_mode(cipher) == EVP_CIPH_CBC_MODE &&
+         (EVP_CIPHER_get_flags(cipher) & EVP_CIPH_FLAG_AEAD_CIPHER) == 0;
+}
+
+bool overlap(const unsigned char* a, int aLength, const unsigned char* b, int bLength) {
+  const auto aBegin = reinterpret_cast<std::uintptr_t>(a);
+  const auto bBegin = reinterpret_cast<std::uintptr_t>(b);
+  return aBegin < bBegin + static_cast<unsigned int>(bLength) &&
+         bBegin < aBegin + static_cast<unsigned int>(aLength);
+}
+
+void fillWithZeros(unsigned char* out, int from, int capacity) {
+  std::memset(out + from, 0, static_cast<std::size_t>(capacity - from));
+}
+
+}  // namespace
+
+const EVP_CIPHER* CipherLookup::operator()(unsigned short number) const {
+  if (number == 1) return EVP_aes_256_cbc();
+  return number == 2 ? EVP_rc4() : nullptr;
+}
+
+vu_crypto::vu_crypto(int mode, const EVP_CIPHER* cipher, const char* passphrase,
+                     const unsigned char* salt, int saltLength, int iterations)
+    : mode_(mode), ctx_(nullptr, EVP_CIPHER_CTX_free), cipher_(cipher) {
+  initializeCrypto(passphrase, salt, saltLength, iterations);
+}
+
+vu_crypto::vu_crypto(int mode, int cipherNumber, const char* passphrase, const unsigned char* salt,
+                     int saltLength, int iterations)
+    : vu_crypto(mode, CipherLookup()(static_cast<unsigned short>(cipherNumber)), passphrase, salt,
+                saltLength, iterations) {}
+
+vu_crypto::~vu_crypto() { cleanCipher(); }
+
+void vu_crypto::initializeCrypto(const char* passphrase, const unsigned char* salt, int saltLength,
+                                 int iterations) {
+  if (mode_ != 0 && mode_ != 1) throw vu_exception("Unknown cryptic mode: 1 or 0");
+  // OpenSSL's clean-up at exit is set up before an engine is complete, so that an engine that lives
+  // until then is destroyed first.
+  OPENSSL_init_crypto(0, nullptr);
+  if (std::all_of(cipherkey_, cipherkey_ + kMaterial, [](unsigned char c) { return c == 0; })) {
+    const BuiltIn builtIn;
+    derive(passphrase != nullptr ? passphrase : builtIn.passphrase,
+           salt != nullptr ? salt : reinterpret_cast<const unsigned char*>(builtIn.salt),
+           salt != nullptr ? saltLength : kBuiltInSaltLength, iterations);
+  }
+  if (cipher_ == nullptr) cipher_ = EVP_aes_256_cbc();
+  if (ctx_ != nullptr) cleanCipher();
+  if (ctx_ == nullptr) ctx_.reset(EVP_CIPHER_CTX_new());
+  if (ctx_ == nullptr) throw std::bad_alloc();
+}
+
+void vu_crypto::cleanCipher() {
+  ready_ = false;
+  EVP_CIPHER_CTX_reset(ctx_.get());
+  OPENSSL_cleanse(lastKey_, sizeof lastKey_);
+}
+
+int vu_crypto::ciphersize(int length) const {
+  const int block = EVP_CIPHER_get_block_size(cipher_);
+  long long blocks = length / block;
+  if (blocks != 0 && length % block == 0) ++blocks;
+  const long long capacity = (blocks + 1) * block;
+  if (length < 0 || capacity > INT_MAX) {
+    throw vu_exception("vu_crypto: Invalid length [" + val2str(length) + "]");
+  }
+  return static_cast<int>(capacity);
+}
+
+/// Makes ctx_ ready for a message.
+void vu_crypto::setUp() {
+  const unsigned char* const vector = cipherkey_ + EVP_CIPHER_get_key_length(cipher_);
+  const auto keyBytes = static_cast<std::size_t>(vector - cipherkey_);
+  const bool cbc = isPlainCbc(cipher_) && keyBytes <= sizeof lastKey_;
+  const bool keepsKey = ready_ && cbc && std::memcmp(lastKey_, cipherkey_, keyBytes) == 0;
+  const EVP_CIPHER* cipher = nullptr;
+  if (!ready_) {
+    cipher = cipher_ == EVP_rc4() ? vu::detail::legacyRc4() : cipher_;
+    if (cipher == nullptr) fail("Cipher Init failed : ");
+  }
+  if (EVP_CipherInit_ex(ctx_.get(), cipher, nullptr, keepsKey ? nullptr : cipherkey_, vector,
+                        mode_) != 1) {
+    fail("Cipher Init failed : ");
+  }
+  if (cbc && !keepsKey) std::memcpy(lastKey_, cipherkey_, keyBytes);
+  ready_ = true;
+}
+
+/// Throws with OpenSSL's text. The context may be anything now, so the next message begins afresh.
+void vu_crypto::fail(const char* what) {
+  ready_ = false;
+  throw vu_exception(what + takeErrorText());
+}
+
+int vu_crypto::cipheranalyse(const unsigned char* in, int inLength, unsigned char* out,
+                             int outCapacity) {
+  const int demanded = ciphersize(inLength);
+  setUp();
+  if (demanded > outCapacity) return -demanded;
+  if (out == nullptr || (in == nullptr && inLength > 0))
+    throw vu_exception("vu_crypto: Null buffer");
+  if (overlap(in, inLength, out, outCapacity)) {
+    throw vu_exception("vu_crypto: Overlapping buffers");
+  }
+
+  // Filling what is left afterwards saves writing the whole of `out` twice.
+  const bool fillsLater = isPlainCbc(cipher_);
+  if (!fillsLater) fillWithZeros(out, 0, outCapacity);
+  int updated = 0;
+  if (EVP_CipherUpdate(ctx_.get(), out, &updated, in, inLength) != 1) {
+    if (fillsLater) fillWithZeros(out, 0, outCapacity);
+    fail("Cipher Update failed : ");
+  }
+  int finished = 0;
+  const bool good = EVP_CipherFinal_ex(ctx_.get(), out + updated, &finished) == 1;
+  if (fillsLater) fillWithZeros(out, updated + (good ? finished : 0), outCapacity);
+  if (!good) fail("Cipher Final failed : ");
+  return updated + finished;
+}
+
+std::string vu_crypto::print_info() const {
+  int block = EVP_CIPHER_get_block_size(cipher_);
+  int key = EVP_CIPHER_get_key_length(cipher_);
+  int vector = EVP_CIPHER_get_iv_length(cipher_);
+  if (EVP_CIPHER_CTX_get0_cipher(ctx_.get()) != nullptr) {
+    block = EVP_CIPHER_CTX_get_block_size(ctx_.get());
+    key = EVP_CIPHER_CTX_get_key_length(ctx_.get());
+    vector = EVP_CIPHER_CTX_get_iv_length(ctx_.get());
+  }
+  return "Block size [" + val2str(block) + "] key length [" + val2str(key) +
+         "] initialisation vector length [" + val2str(vector) + "]";
+}

@@ -1,0 +1,335 @@
+// The cipher engine against OpenSSL set up afresh for every message, and key derivation against
+// published vectors. The key material belongs to the process, so every case has one of its own.
+
+#include "vu/crypto.h"
+
+#include <sys/wait.h>
+
+#include <climits>
+#include <cstdio>
+
+#include <gtest/gtest.h>
+#include <openssl/crypto.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/provider.h>
+
+#include "tests/support.h"
+
+using vu::test::contentOf;
+using vu::test::ExactCopy;
+using vu::test::messageOf;
+using Byte = unsigned char;
+using Bytes = std::vector<Byte>;
+
+namespace {
+
+const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
+
+/// Runs `action` in a child process, up to the end of its static objects. Its failures are printed.
+template <typename Action>
+void inChild(Action action) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    try {
+      action();
+    } catch (const std::exception& failure) {
+      ADD_FAILURE() << failure.what();
+    }
+    std::exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+}
+
+std::string hex(const Byte* from, int count) { return printHexical(from, count, 0, false); }
+
+std::string process(vu_crypto& engine, std::string_view text) {
+  std::string out(static_cast<std::size_t>(engine.ciphersize(static_cast<int>(text.size()))), '?');
+  const int written =
+      engine.cipheranalyse(bytes(text), static_cast<int>(text.size()),
+                           reinterpret_cast<Byte*>(out.data()), static_cast<int>(out.size()));
+  return out.substr(0, static_cast<std::size_t>(written));
+}
+
+TEST(Crypto, DerivesThePublishedKeys) {
+  const struct {  // RFC 6070: those without a NUL in the pass phrase, less one of half a minute
+    const char* passphrase;
+    const char* salt;
+    int iterations;
+    std::string key;
+  } rows[] = {
+      {"password", "salt", 1, "0c60c80f961f0e71f3a9b524af6012062fe037a6"},
+      {"password", "salt", 2, "ea6c014dc72d6f8ccd1ed92ace1d41f0d8de8957"},
+      {"password", "salt", 4096, "4b007901b765489abead49d926f721d065a429c1"},
+      {"passwordPASSWORDpassword", "saltSALTsaltSALTsaltSALTsaltSALTsalt", 4096,
+       "3d2eec4fe41c849b80c8d83662c0e44a8b291a964cf2f07038"},
+      // The built-in pass phrase and salt, which must never change.
+      {nullptr, nullptr, 1, "3aa9b5c48dc181dd391a7e72dbca7ad9e3cd6d22"},
+  };
+  for (const auto& row : rows) {
+    inChild([&row] {
+      const int saltLength = row.salt != nullptr ? static_cast<int>(std::strlen(row.salt)) : -1;
+      const Byte* const salt = row.salt != nullptr ? bytes(row.salt) : nullptr;
+      const vu_crypto first(1, 0, row.passphrase, salt, saltLength, row.iterations);
+      EXPECT_EQ(row.key, hex(vu_crypto::cipherkey_, 128).substr(0, row.key.size()));
+      const Bytes before(vu_crypto::cipherkey_, vu_crypto::cipherkey_ + 256);
+      EXPECT_EQ(std::string(256, '0'), hex(&before[128], 128));
+      const vu_crypto second(0, 2, "other", bytes("x"), -1, 3);
+      EXPECT_EQ(before, Bytes(vu_crypto::cipherkey_, vu_crypto::cipherkey_ + 256));
+    });
+  }
+}
+
+TEST(Crypto, RefusesWhatItCannotDo) {
+  inChild([] {
+    const auto build = [](int mode, int saltLength, int iterations) {
+      return messageOf(
+          [=] { const vu_crypto e(mode, 0, "p", bytes("s"), saltLength, iterations); });
+    };
+    for (const int mode : {-1, 2}) {
+      EXPECT_EQ("Unknown cryptic mode: 1 or 0", build(mode, 1, 1));
+      EXPECT_EQ("Unknown cryptic mode: 1 or 0",
+                messageOf([mode] { const vu_crypto e(mode, EVP_rc4(), "p", nullptr, 0, 1); }));
+    }
+    EXPECT_EQ("vu_crypto: Invalid salt length [-1]", build(1, -1, 1));
+    EXPECT_EQ("", build(1, 1, 0));  // a derivation that fails: no report, no key, no queued error
+    EXPECT_EQ(0U, ERR_peek_error());
+    EXPECT_EQ(std::string(256, '0'), hex(vu_crypto::cipherkey_, 128));
+    EXPECT_EQ("", build(1, 1, 1));
+    EXPECT_NE(std::string(256, '0'), hex(vu_crypto::cipherkey_, 128));
+
+    vu_crypto aes(1, 0, nullptr, nullptr, 0, 1);
+    vu_crypto rc4(1, 2, nullptr, nullptr, 0, 1);
+    const struct {
+      int length, aes, rc4;
+    } sizes[] = {{0, 16, 1},
+                 {1, 16, 3},
+                 {15, 16, 17},
+                 {16, 48, 18},
+                 {17, 32, 19},
+                 {32, 64, 34},
+                 {47, 48, 49},
+                 {INT_MAX - 32, INT_MAX - 31, INT_MAX - 30},
+                 {INT_MAX - 2, -1, INT_MAX},
+                 {INT_MAX, -1, -1},
+                 {-1, -1, -1},
+                 {INT_MIN, -1, -1}};
+    for (const auto& row : sizes) {
+      for (vu_crypto* engine : {&aes, &rc4}) {
+        const int expected = engine == &aes ? row.aes : row.rc4;
+        Byte out[1] = {9};
+        if (expected >= 0) {
+          EXPECT_EQ(expected, engine->ciphersize(row.length)) << row.length;
+          EXPECT_EQ(-expected, engine->cipheranalyse(out, row.length, nullptr, expected - 1));
+        } else {
+          const std::string text = "vu_crypto: Invalid length [" + val2str(row.length) + "]";
+          EXPECT_EQ(text, messageOf([&] { engine->ciphersize(row.length); }));
+          EXPECT_EQ(text, messageOf([&] { engine->cipheranalyse(out, row.length, out, INT_MAX); }));
+        }
+      }
+    }
+    Bytes buffer(100, 'x');
+    const Bytes before = buffer;
+    const auto use = [&](const Byte* in, int length, Byte* out) {
+      return messageOf([&] { aes.cipheranalyse(in, length, out, 16); });
+    };
+    EXPECT_EQ("vu_crypto: Overlapping buffers", use(&buffer[20], 3, &buffer[7]));
+    EXPECT_EQ("vu_crypto: Overlapping buffers", use(&buffer[7], 3, &buffer[7]));
+    EXPECT_EQ("vu_crypto: Overlapping buffers", use(&buffer[5], 3, &buffer[7]));
+    EXPECT_EQ("vu_crypto: Null buffer", use(nullptr, 3, &buffer[7]));
+    EXPECT_EQ("vu_crypto: Null buffer", use(&buffer[7], 3, nullptr));
+    EXPECT_EQ(before, buffer);
+    EXPECT_EQ("", use(&buffer[4], 3, &buffer[7]) + use(&buffer[23], 3, &buffer[7]));
+    EXPECT_EQ("", use(nullptr, 0, &buffer[7]));
+  });
+}
+
+/// What `cipheranalyse` returns, or its message, with all of `out` behind it: as it is specified, on
+/// a context made for this one message.
+std::string plainly(int mode, const EVP_CIPHER* cipher, std::string_view in, Bytes out) {
+  const std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> context(EVP_CIPHER_CTX_new(),
+                                                                           EVP_CIPHER_CTX_free);
+  const int block = EVP_CIPHER_get_block_size(cipher);
+  const int length = static_cast<int>(in.size());
+  const int capacity = static_cast<int>(out.size());
+  const int demanded =
+      (length / block + 1 + (length >= block && length % block == 0 ? 1 : 0)) * block;
+  const auto report = [&out](const std::string& result) {
+    return result + " " + hex(out.data(), static_cast<int>(out.size()));
+  };
+  const auto error = [&](const char* what) {
+    char text[120] = {};
+    if (ERR_peek_error() != 0) ERR_error_string_n(ERR_get_error(), text, sizeof text);
+    ERR_clear_error();
+    return report(std::string(what) + text);
+  };
+  const Byte* const vector = vu_crypto::cipherkey_ + EVP_CIPHER_get_key_length(cipher);
+  if (EVP_CipherInit_ex(context.get(), cipher, nullptr, vu_crypto::cipherkey_, vector, mode) != 1) {
+    return error("Cipher Init failed : ");
+  }
+  if (demanded > capacity) return report(val2str(-demanded));
+  std::fill(out.begin(), out.end(), Byte{0});
+  int updated = 0;
+  if (EVP_CipherUpdate(context.get(), out.data(), &updated, bytes(in), length) != 1) {
+    return error("Cipher Update failed : ");
+  }
+  int finished = 0;
+  if (EVP_CipherFinal_ex(context.get(), out.data() + updated, &finished) != 1) {
+    return error("Cipher Final failed : ");
+  }
+  return report(val2str(updated + finished));
+}
+
+std::string byEngine(vu_crypto& engine, std::string_view in, Bytes out) {
+  std::string result;
+  const std::string message = messageOf([&] {
+    result = val2str(engine.cipheranalyse(bytes(in), static_cast<int>(in.size()), out.data(),
+                                          static_cast<int>(out.size())));
+  });
+  return result + message + " " + hex(out.data(), static_cast<int>(out.size()));
+}
+
+/// Engines that live long, among changes of the key and failures, beside contexts that live for one
+/// message; with ciphers of every kind.
+TEST(Crypto, AgreesWithAFreshContext) {
+  inChild([] {
+    OSSL_LIB_CTX* const own = OSSL_LIB_CTX_new();
+    OSSL_PROVIDER* const legacy = OSSL_PROVIDER_load(own, "legacy");
+    EVP_CIPHER* const rc4 = EVP_CIPHER_fetch(own, "RC4", nullptr);
+    struct Pair {
+      int mode;
+      const EVP_CIPHER* plain;
+      std::unique_ptr<vu_crypto> engine;
+    };
+    std::vector<Pair> pairs;
+    for (const EVP_CIPHER* cipher :
+         {EVP_aes_256_cbc(), EVP_rc4(), EVP_aes_128_cbc(), EVP_aes_256_ctr(), EVP_aes_256_ecb(),
+          EVP_chacha20(), EVP_aes_256_gcm(), EVP_aes_256_xts(), EVP_aes_256_wrap(), EVP_bf_cbc()}) {
+      for (const int mode : {0, 1}) {
+        pairs.push_back({mode, cipher == EVP_rc4() ? rc4 : cipher,
+                         std::make_unique<vu_crypto>(mode, cipher, nullptr, nullptr, 0, 1)});
+      }
+    }
+    std::mt19937 random(11);
+    std::map<std::string, int> endings;
+    std::string text;
+    for (int i = 0; i < 30000; ++i) {
+      if (random() % 8 == 0) vu_crypto::cipherkey_[random() % 80] = static_cast<Byte>(random());
+      const Pair& pair = pairs[random() % pairs.size()];
+      const std::size_t length = random() % 70;
+      if (random() % 3 != 0) {
+        // What was enciphered under this key, perhaps; else bytes of no meaning.
+        text = process(*pairs[random() % 6 / 2 * 2 + 1].engine, text.substr(0, length));
+      } else {
+        text.resize(length);
+        for (char& c : text) c = static_cast<char>(random());
+      }
+      const ExactCopy in(text);
+      Bytes out(static_cast<std::size_t>(pair.engine->ciphersize(static_cast<int>(text.size()))),
+                '?');
+      if (random() % 8 == 0) out.resize(random() % 150, '?');
+      const std::string expected = plainly(pair.mode, pair.plain, in.view(), out);
+      ASSERT_EQ(expected, byEngine(*pair.engine, in.view(), out)) << i;
+      ++endings[expected.substr(0, expected.find(expected[0] == 'C' ? ":" : " "))];
+    }
+    for (const char* ending : {"Cipher Init failed ", "Cipher Update failed ",
+                               "Cipher Final failed ", "-48", "32", "17"}) {
+      EXPECT_LT(10, endings[ending]) << ending;
+    }
+    pairs.clear();
+    EVP_CIPHER_free(rc4);
+    OSSL_PROVIDER_unload(legacy);
+    OSSL_LIB_CTX_free(own);
+  });
+}
+
+TEST(Crypto, ChoosesCiphersByNumber) {
+  inChild([] {
+    const std::string aesInfo = "Block size [16] key length [32] initialisation vector length [16]";
+    const std::string rc4Info = "Block size [1] key length [16] initialisation vector length [0]";
+    for (const int number : {0, 1, 2, 3, 65535, 65538, -1, -65534}) {
+      const bool rc4 = number == 2 || number == 65538 || number == -65534;
+      vu_crypto encipher(1, number, "first", nullptr, 0, 1);
+      vu_crypto decipher(0, number, "ignored", nullptr, 0, 1);
+      for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(rc4 ? rc4Info : aesInfo, encipher.print_info()) << number;
+        const std::string text = process(encipher, "some text of 22 bytes.");
+        EXPECT_EQ(rc4 ? 22U : 32U, text.size()) << number;
+        EXPECT_EQ("some text of 22 bytes.", process(decipher, text));
+        if (round == 1) decipher.cleanCipher();
+        if (round == 1) encipher.initializeCrypto(nullptr, nullptr, 0, 1);
+      }
+    }
+    const CipherLookup lookup;
+    EXPECT_EQ(EVP_aes_256_cbc(), lookup(1));
+    EXPECT_EQ(EVP_rc4(), lookup(2));
+    EXPECT_EQ(nullptr, lookup(0));
+    EXPECT_EQ(nullptr, lookup(65535));
+  });
+}
+
+TEST(Crypto, LeavesOpenSslAlone) {
+  inChild([] {
+    ERR_raise_data(ERR_LIB_USER, 1, "somebody else's");
+    const unsigned long others = ERR_peek_error();
+    vu_crypto rc4(1, 2, nullptr, nullptr, 0, 1);
+    vu_crypto aes(1, 1, nullptr, nullptr, 0, 1);
+    vu_crypto decipher(0, 1, nullptr, nullptr, 0, 1);
+    EXPECT_EQ("x", process(decipher, process(aes, "x")));
+    EXPECT_EQ(3U, process(rc4, "xyz").size());
+    EXPECT_EQ(others, ERR_peek_error());
+    EXPECT_EQ(others, ERR_peek_last_error());
+    EXPECT_EQ(0, OSSL_PROVIDER_available(nullptr, "legacy"));
+
+    // A failure takes the earliest error there is, and empties the queue.
+    const std::string text = messageOf([&] { process(decipher, "no ciphertext"); });
+    char expected[120];
+    ERR_error_string_n(others, expected, sizeof expected);
+    EXPECT_EQ(std::string("Cipher Final failed : ") + expected, text);
+    EXPECT_EQ(0U, ERR_peek_error());
+    EXPECT_NE("Cipher Final failed : ", messageOf([&] { process(decipher, "no ciphertext"); }));
+    EXPECT_EQ(0U, ERR_peek_error());
+  });
+}
+
+TEST(Crypto, WantsTheLegacyProviderForRc4) {
+  inChild([] {
+    const std::string modules = OPENSSL_info(OPENSSL_INFO_MODULES_DIR);
+    setenv("OPENSSL_MODULES", "/nowhere", 1);
+    vu_crypto rc4(1, 2, nullptr, nullptr, 0, 1);
+    for (int i = 0; i < 2; ++i) {
+      const std::string text = messageOf([&] { process(rc4, "x"); });
+      EXPECT_EQ("Cipher Init failed : error:12800067:DSO support routines::could not load",
+                text.substr(0, 72));
+      EXPECT_EQ(0U, ERR_peek_error());
+    }
+    EXPECT_EQ("Block size [1] key length [16] initialisation vector length [0]", rc4.print_info());
+    setenv("OPENSSL_MODULES", modules.c_str(), 1);
+    EXPECT_EQ(1U, process(rc4, "x").size());
+  });
+}
+
+/// Static engines are destroyed while the process ends, among OpenSSL's own clean-up.
+TEST(Crypto, LivesToTheEndOfTheProcess) {
+  inChild([] {
+    vu_crypto::cipherkey_[0] = 1;  // nothing is derived, so nothing has started OpenSSL yet
+    static vu_crypto aes(1, 0, nullptr, nullptr, 0, 1);
+    static vu_crypto rc4(1, 2, nullptr, nullptr, 0, 1);
+    EXPECT_EQ(17U, process(aes, "x").size() + process(rc4, "x").size());
+  });
+}
+
+TEST(Crypto, HidesItsBuiltInTexts) {
+  const std::string library = contentOf(VU_LIBRARY);
+  EXPECT_NE(std::string::npos, library.find("Unknown cryptic mode"));
+  for (const char* text : {"Vu7-qK2wZ9", "rEpu_4TaLe!"}) {
+    for (std::size_t at = 0; at + 4 <= std::strlen(text); ++at) {
+      EXPECT_EQ(std::string::npos, library.find(std::string(text + at, 4))) << text + at;
+    }
+  }
+}
+
+}  // namespace

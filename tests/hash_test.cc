@@ -1,0 +1,123 @@
+// Hash functions against published values and a telling of the string hash byte by byte; equality of
+// keys against every difference of a byte.
+
+#include "vu/hash.h"
+
+#include <unordered_map>
+
+#include <gtest/gtest.h>
+
+#include "tests/support.h"
+
+using vu::test::ExactCopy;
+using Byte = unsigned char;
+
+namespace {
+
+const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
+
+/// lookup2 as its author tells it: a byte at a time into one of three words, mixed after twelve.
+unsigned int plainHash(std::string_view key) {
+  if (key.empty()) return 0;
+  unsigned int word[3] = {0x9e3779b9, 0x9e3779b9, 0};
+  const auto mix = [&word] {
+    const int shifts[] = {-13, 8, -13, -12, 16, -5, -3, 10, -15};
+    for (int step = 0; step < 9; ++step) {
+      const unsigned int next = word[(step + 1) % 3];
+      const unsigned int last = word[(step + 2) % 3];
+      const unsigned int shifted = shifts[step] < 0 ? last >> -shifts[step] : last << shifts[step];
+      word[step % 3] = (word[step % 3] - next - last) ^ shifted;
+    }
+  };
+  const std::size_t inBlocks = key.size() / 12 * 12;
+  for (std::size_t i = 0; i < key.size(); ++i) {
+    if (i == inBlocks) word[2] += static_cast<unsigned int>(key.size());
+    const std::size_t place = i < inBlocks || i % 12 < 8 ? i % 12 : i % 12 + 1;
+    word[place / 4] += static_cast<unsigned int>(static_cast<Byte>(key[i])) << (place % 4 * 8);
+    if (i < inBlocks && i % 12 == 11) mix();
+  }
+  if (inBlocks == key.size()) word[2] += static_cast<unsigned int>(key.size());
+  mix();
+  return word[2];
+}
+
+TEST(Hash, GivesThePublishedValues) {
+  EXPECT_EQ(0x09237efdU, hashfunctor<unsigned int>()(0x12345678));
+  EXPECT_EQ(0x4636b9c9U, hashfunctor<unsigned int>()(0, 7));
+  EXPECT_EQ(0x5be890c4U, hashfunctor<unsigned long long>()(0x0123456789abcdef));
+  EXPECT_EQ(0x9c352659U, hashfunctor<unsigned long long>()(0, 7));
+  EXPECT_EQ(0x251e4793U, hashfunctor<char*>()("abc"));
+  EXPECT_EQ(0x02666025U, hashfunctor<char*>()("Hello, world!"));
+  EXPECT_EQ(0x5f9ebd1dU, hashfunctor<unsigned char*>()(bytes(std::string(20, '\0')), 20));
+  for (const unsigned int length : {0U, 5U}) {
+    EXPECT_EQ(0U, hashfunctor<unsigned char*>()(nullptr, length));
+    EXPECT_EQ(0U, hashfunctor<char*>()(nullptr, length));
+    EXPECT_EQ(0U, hashfunctor<unsigned char*>::strhash(nullptr, length));
+  }
+  EXPECT_EQ(0U, hashfunctor<unsigned char*>()(bytes("abc")));
+  EXPECT_EQ(0U, hashfunctor<char*>()(""));
+  std::unordered_map<unsigned long long, int, hashfunctor<unsigned long long>> map;
+  map[1] = 2;
+  EXPECT_EQ(2, map.at(1));
+}
+
+TEST(Hash, AgreesWithThePlainTelling) {
+  std::mt19937 random(7);
+  for (std::size_t length = 0; length < 300; ++length) {
+    for (std::size_t offset = 0; offset < 8; ++offset) {
+      std::string text(offset + length, '\0');
+      for (char& c : text) c = static_cast<char>(random());
+      const ExactCopy copy(text);
+      const std::string_view key = copy.view().substr(offset);
+      const auto size = static_cast<unsigned int>(key.size());
+      const unsigned int expected = plainHash(key);
+      ASSERT_EQ(expected, hashfunctor<unsigned char*>()(bytes(key), size)) << length;
+      ASSERT_EQ(expected, hashfunctor<char*>::strhash(bytes(key), size)) << length;
+      if (size == 0) continue;
+      ASSERT_EQ(expected, hashfunctor<char*>()(key.data(), size)) << length;
+      const std::string terminated(key.substr(0, key.find('\0')));
+      ASSERT_EQ(plainHash(terminated), hashfunctor<char*>()(terminated.c_str())) << length;
+    }
+  }
+  unsigned int mixed[2][3] = {{1, 2, 3}, {1, 2, 3}};
+  hashfunctor<char*>::mixInt(mixed[0][0], mixed[0][1], mixed[0][2]);
+  hashfunctor<unsigned char*>::mixInt(mixed[1][0], mixed[1][1], mixed[1][2]);
+  for (const auto& each : mixed) EXPECT_EQ(0xb7b48902U, each[2]);
+}
+
+TEST(Hash, KeysDifferInEveryByte) {
+  const std::string text = "0123456789abcdefghij";
+  for (std::size_t offset = 0; offset < 8; ++offset) {
+    const ExactCopy first(std::string(offset, ' ') + text);
+    const Byte* const a = bytes(first.view().substr(offset));
+    const vu_data<unsigned char*, 20> record(a);
+    EXPECT_TRUE(record.isKey(a));
+    EXPECT_FALSE(record.isKey(nullptr));
+    EXPECT_EQ(0, vu_cmpUC20(a, record.key()));
+    EXPECT_EQ(0, vu_memcmp(a, record.key(), 20));
+    for (std::size_t place = 0; place < 20; ++place) {
+      for (int flip = 1; flip < 256; ++flip) {
+        std::string other = text;
+        other[place] = static_cast<char>(other[place] ^ flip);
+        const ExactCopy second(other);
+        const Byte* const b = bytes(second.view());
+        const auto n = static_cast<unsigned int>(place);
+        ASSERT_EQ(1, vu_cmpUC20(a, b)) << place;
+        ASSERT_FALSE(record.isKey(b)) << place;
+        ASSERT_EQ(1, vu_memcmp(a, b, n + 1)) << place;
+        ASSERT_EQ(place == 0 ? 1 : 0, vu_memcmp(a, b, n)) << place;
+      }
+    }
+  }
+  Byte row[] = {1};
+  vu_data<unsigned char*, 20> record(bytes(text), row);
+  const vu_data<unsigned char*, 20> copy = record;
+  record.setData(nullptr);
+  EXPECT_EQ(nullptr, record.data());
+  EXPECT_EQ(row, copy.data());
+  EXPECT_TRUE(copy.isKey(record.key()));
+  EXPECT_TRUE((vu_data<char*, 3>(bytes(text)).isKey(bytes("012-"))));
+  EXPECT_FALSE((vu_data<char*, 13>(bytes(text)).isKey(bytes("0123456789ab-"))));
+}
+
+}  // namespace
