@@ -152,6 +152,37 @@ TEST(Tool, AnswersEveryCommandLine) {
        "  1 are longer than another listed suffix, which wins, such as ltd.co.xy in line 4 "
        "(co.xy is listed)\n",
        ""},
+      {"vu hash --u32 305419896 0x0", "", 0, "09237efd\t305419896\n4636b9c9\t0x0\n", ""},
+      {"vu hash --u64", "0x0123456789ABCDEF\r\n0\nx\n", 1,
+       "5be890c4\t0x0123456789ABCDEF\n9c352659\t0\n", "line 3: not a number from 0 to 1844674"},
+      {"vu hash abc 'Hello, world!' ''", "", 0,
+       "251e4793\tabc\n02666025\tHello, world!\n00000000\t\n", ""},
+      {"vu hash", "abc\n\n\tx", 0, "251e4793\tabc\n00000000\t\n", ""},
+      {"vu hash --hex 616263 0000000000000000000000000000000000000000 6", "", 1,
+       "251e4793\t616263\n5f9ebd1d\t", "vu: not pairs of hexadecimal digits: 6\n"},
+      {"vu hash --u32 4294967296", "", 1, "", "not a number from 0 to 4294967295: 4294967296"},
+      {"vu hash --u32 -- -1", "", 1, "", "not a number from 0 to 4294967295: -1"},
+      {"vu hash --u32 --hex 1", "", 2, "", "one of --text, --hex, --u32 and --u64"},
+      {"vu encipher --info --cipher 1", "", 0,
+       "Block size [16] key length [32] initialisation vector length [16]\n", ""},
+      {"vu encipher --info --cipher 2", "", 0,
+       "Block size [1] key length [16] initialisation vector length [0]\n", ""},
+      {"vu encipher | vu decipher 2>/dev/null", "text", 0, "text", "the same everywhere\n"},
+      {"vu encipher /nowhere", "", 1, "", "vu: cannot open /nowhere: No such file"},
+      {"vu encipher - /dev/full", "text", 1, "", "vu: cannot write /dev/full: No space left"},
+      {"vu encipher >/dev/full", "text", 1, "", "cannot write standard output: No space left"},
+      {"vu encipher " + s.substr(12) + s.substr(12), "", 1, "", "there already; --force replaces"},
+      {"vu encipher --passphrase-file -", "", 1, "", "cannot be both the pass phrase and the data"},
+      {"vu encipher --passphrase-file /dev/null", "", 1, "", "phrase in /dev/null is empty\n"},
+      {"vu encipher --passphrase-file - /dev/null", std::string("a\0b", 3), 1, "",
+       "has a NUL byte"},
+      {"vu decipher --salt 00", "some ciphertext?", 1, "",
+       "bad decrypt (another pass phrase, salt"},
+      {"OPENSSL_MODULES=/nowhere vu encipher --cipher 2", "x", 1, "",
+       "vu: Cipher Init failed : error:12800067:DSO support"},
+      {"vu encipher --salt 0", "", 2, "", "not pairs of hexadecimal digits: 0"},
+      {"vu encipher --cipher 3", "", 2, "", "--cipher"},
+      {"vu encipher --iterations 0", "", 2, "", "--iterations"},
       {tsv + "| head -n 1", std::string(3000000, '\n'), 0, "0\tOPERATION SUCCESS\t\t\t\n", ""},
   };
   for (const auto& row : rows) {
@@ -177,6 +208,44 @@ TEST(Tool, BuildReplacesTheFileOrLeavesIt) {
   EXPECT_EQ("xy 2\n", vu::test::contentOf(file.path()));
   EXPECT_EQ("640\n", run("stat -c %a " + std::string(file.path())).out);
   EXPECT_EQ("1\n", run("ls " + std::string(file.path()) + "* | wc -l").out);
+}
+
+/// Files of every length around a block, both ways between us and the openssl command.
+TEST(Tool, EnciphersAsOpensslDoes) {
+  const Result result = run(R"(
+    d=$(mktemp -d); cd $d; echo 'open sesame' >phrase; export OPENSSL_CONF=/dev/null
+    material=$(openssl kdf -keylen 128 -kdfopt digest:SHA1 -kdfopt 'pass:open sesame' \
+      -kdfopt hexsalt:00ff10 -kdfopt iter:1000 PBKDF2 | tr -d ': \n')
+    key32=$(echo $material | cut -c 1-64); iv=$(echo $material | cut -c 65-96)
+    key16=$(echo $material | cut -c 1-32)
+    for cipher in 1 2; do
+      for length in 0 1 15 16 17 32 100000; do
+        ours="--cipher $cipher --passphrase-file phrase --salt 00fF10 --iterations 1000"
+        case $cipher in
+          1) theirs="openssl enc -aes-256-cbc -K $key32 -iv $iv" ;;
+          2) theirs="openssl enc -rc4 -K $key16 -provider legacy -provider default" ;;
+        esac
+        head -c $length /dev/urandom >plain
+        vu encipher $ours plain ours && $theirs -e -in plain -out theirs && cmp ours theirs &&
+          vu decipher $ours - <theirs | cmp - plain && vu decipher $ours --force ours theirs &&
+          cmp theirs plain && rm ours || echo "cipher $cipher, length $length"
+      done
+    done
+    rm -r $d)");
+  EXPECT_EQ("", result.out + result.err);
+}
+
+TEST(Tool, CipherFilesAppearWholeOrNotAtAll) {
+  const Result result = run(R"(
+    d=$(mktemp -d); cd $d; ulimit -f 8; echo old >old
+    yes | head -c 100000 | vu encipher - new; yes | head -c 100000 | vu encipher --force - old
+    echo | vu decipher --force - old; ln -s nothing link; echo | vu encipher - link
+    ls; cat old; rm -r $d)");
+  EXPECT_EQ("link\nold\nold\n", result.out);
+  for (const char* text : {"new: File too large", "old: File too large", "Cipher Final failed",
+                           "link is there already"}) {
+    EXPECT_NE(std::string::npos, result.err.find(text)) << text << result.err;
+  }
 }
 
 /// Rows stay in order and whole, however the input is cut into blocks and spread over threads.

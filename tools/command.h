@@ -25,6 +25,8 @@ void addClassify(CLI::App& app, int& exitStatus);
 void addSettings(CLI::App& app, int& exitStatus);
 
 // Each adds its sub-command, which either does what it is asked or throws Refusal.
+void addCiphers(CLI::App& app);
+void addHash(CLI::App& app);
 void addStatus(CLI::App& app);
 void addSuffixes(CLI::App& app);
 

@@ -51,15 +51,25 @@ bool writeAll(int file, std::string_view text) {
   return true;
 }
 
+/// Puts a file in the place of `target`; with `onlyNew`, false and EEXIST when something is there.
+bool rename(const std::string& file, const std::string& target, bool onlyNew) {
+  if (!onlyNew) return std::rename(file.c_str(), target.c_str()) == 0;
+  if (renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0)
+    return true;
+  // Not every file system can tell the two apart. The target was not there a moment ago.
+  return errno == EINVAL && std::rename(file.c_str(), target.c_str()) == 0;
+}
+
 /// Writes a new file beside `target`, with these permissions, and puts it in its place. False with
 /// errno set and nothing left behind when that fails.
-bool putInPlace(const std::string& target, mode_t permissions, std::string_view text) {
+bool putInPlace(const std::string& target, mode_t permissions, std::string_view text,
+                bool onlyNew) {
   std::string beside = target + ".XXXXXX";
   const int number = mkstemp(beside.data());
   if (number < 0) return false;
   const Descriptor file(number);
   if (writeAll(number, text) && fchmod(number, permissions) == 0 &&
-      std::rename(beside.c_str(), target.c_str()) == 0) {
+      rename(beside, target, onlyNew)) {
     return true;
   }
   const int error = errno;
@@ -78,6 +88,29 @@ mode_t permissionsOfNewFiles() {
   const mode_t mask = umask(0);
   umask(mask);
   return 0666 & ~mask;
+}
+
+/// Whether a path leads to a device, a pipe or the like, which is no file to be replaced.
+bool isWrittenDirectly(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+bool writeDirectly(const std::string& path, std::string_view text) {
+  const int number = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (number < 0) return false;
+  const Descriptor file(number);
+  return writeAll(number, text);
+}
+
+void writeFile(const std::string& path, std::string_view text, bool onlyNew) {
+  struct stat status {};
+  const bool exists = stat(path.c_str(), &status) == 0;
+  const mode_t permissions = exists ? status.st_mode & 07777 : permissionsOfNewFiles();
+  const bool done = isWrittenDirectly(path)
+                        ? writeDirectly(path, text)
+                        : putInPlace(resolved(path), permissions, text, onlyNew);
+  if (!done) refuse("cannot write " + path);
 }
 
 }  // namespace
@@ -123,6 +156,14 @@ bool LineBlocks::readMore(std::string& block) {
   return !atEnd_;
 }
 
+std::string_view takeLine(std::string_view& block) {
+  const std::size_t lineEnd = block.find('\n');
+  std::string_view line = block.substr(0, lineEnd);
+  block.remove_prefix(lineEnd == std::string_view::npos ? block.size() : lineEnd + 1);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
+
 bool LineBlocks::moreIsThere() const {
   pollfd waiting{file_.number(), POLLIN, 0};
   return poll(&waiting, 1, 0) > 0;
@@ -147,21 +188,18 @@ void writeOut(std::string_view text) {
   refuse("cannot write standard output");
 }
 
-void replaceFile(const std::string& path, std::string_view text) {
+void replaceFile(const std::string& path, std::string_view text) { writeFile(path, text, false); }
+
+void createFile(const std::string& path, std::string_view text) {
+  checkNew(path);
+  writeFile(path, text, true);
+}
+
+void checkNew(const std::string& path) {
   struct stat status {};
-  const bool exists = stat(path.c_str(), &status) == 0;
-  bool done = false;
-  if (exists && !S_ISREG(status.st_mode)) {
-    const int number = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (number >= 0) {
-      const Descriptor file(number);
-      done = writeAll(number, text);
-    }
-  } else {
-    done =
-        putInPlace(resolved(path), exists ? status.st_mode & 07777 : permissionsOfNewFiles(), text);
+  if (lstat(path.c_str(), &status) == 0 && !isWrittenDirectly(path)) {
+    throw Refusal(path + " is there already; --force replaces it");
   }
-  if (!done) refuse("cannot write " + path);
 }
 
 std::string readFile(const std::string& path) {

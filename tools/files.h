@@ -51,6 +51,10 @@ class LineBlocks {
   bool wasFull_ = false;
 };
 
+/// Cuts the first line off `block` and returns it without its line end, "\n" or "\r\n", which the last
+/// line may lack.
+std::string_view takeLine(std::string_view& block);
+
 /// Throws Refusal when `path` names a file that cannot be opened or is a directory.
 void checkReadable(const std::string& path);
 
@@ -61,6 +65,12 @@ void writeOut(std::string_view text);
 /// that a failure leaves what was there. A path that is not a regular file is written directly.
 /// Throws Refusal.
 void replaceFile(const std::string& path, std::string_view text);
+
+/// The same for a file that must not be there yet, and is refused when it is.
+void createFile(const std::string& path, std::string_view text);
+
+/// Throws Refusal when `createFile` would refuse the path for what is there.
+void checkNew(const std::string& path);
 
 /// What a path is called in messages.
 std::string displayName(const std::string& path);

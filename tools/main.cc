@@ -69,6 +69,8 @@ int run(int argc, char** argv) {
   vu::tool::addClassify(app, exitStatus);
   vu::tool::addSettings(app, exitStatus);
   vu::tool::addSuffixes(app);
+  vu::tool::addCiphers(app);
+  vu::tool::addHash(app);
   vu::tool::addStatus(app);
   app.footer(std::string(kExitStatus) + "\n\"vu COMMAND --help\" explains a command.");
 

@@ -3,8 +3,10 @@
 #ifndef VU_TOOLS_OPTIONS_H_
 #define VU_TOOLS_OPTIONS_H_
 
+#include <charconv>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -32,6 +34,23 @@ inline void addOperands(CLI::App& command, const std::string& name,
       ->expected(1 << 20)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->allow_extra_args(false);
+}
+
+/// Whether a text is pairs of hexadecimal digits, in either case; none at all is, too.
+inline bool isHex(std::string_view text) {
+  return text.size() % 2 == 0 &&
+         text.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+
+/// The bytes that such a text stands for.
+inline std::string fromHex(std::string_view text) {
+  std::string bytes;
+  for (; !text.empty(); text.remove_prefix(2)) {
+    unsigned char byte = 0;
+    std::from_chars(text.data(), text.data() + 2, byte, 16);
+    bytes += static_cast<char>(byte);
+  }
+  return bytes;
 }
 
 }  // namespace vu::tool

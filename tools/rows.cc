@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tools/files.h"
+
 namespace vu::tool {
 namespace {
 
@@ -207,13 +209,7 @@ void RowWriter::write(std::string_view url, std::string& out, Tally& tally) cons
 }
 
 void RowWriter::writeLines(std::string_view block, std::string& out, Tally& tally) const {
-  while (!block.empty()) {
-    const std::size_t lineEnd = block.find('\n');
-    std::string_view line = block.substr(0, lineEnd);
-    block.remove_prefix(lineEnd == std::string_view::npos ? block.size() : lineEnd + 1);
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    write(line, out, tally);
-  }
+  while (!block.empty()) write(takeLine(block), out, tally);
 }
 
 }  // namespace vu::tool

@@ -1,0 +1,130 @@
+// vu hash: the library's hash values of numbers, texts and bytes.
+
+#include "vu/hash.h"
+
+#include <charconv>
+#include <limits>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/command.h"
+#include "tools/files.h"
+#include "tools/options.h"
+#include "tools/rows.h"
+#include "vu/foundation.h"
+
+namespace vu::tool {
+namespace {
+
+/// A number in decimal digits, or in hexadecimal ones behind "0x". Throws Refusal beyond `largest`.
+unsigned long long parseNumber(std::string_view text, unsigned long long largest) {
+  const bool hex = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
+  const std::string_view digits = text.substr(hex ? 2 : 0);
+  const char* const end = digits.data() + digits.size();
+  unsigned long long number = 0;
+  const auto parsed = std::from_chars(digits.data(), end, number, hex ? 16 : 10);
+  if (parsed.ec != std::errc() || parsed.ptr != end || number > largest) {
+    throw Refusal("not a number from 0 to " + val2str(largest) + ": " + std::string(text));
+  }
+  return number;
+}
+
+unsigned int hashBytes(std::string_view bytes) {
+  if (bytes.size() > std::numeric_limits<unsigned int>::max()) throw Refusal("a text is too long");
+  return hashfunctor<unsigned char*>()(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                       static_cast<unsigned int>(bytes.size()));
+}
+
+using Hash = unsigned int (*)(std::string_view);
+
+unsigned int hash32(std::string_view value) {
+  const auto largest = std::numeric_limits<unsigned int>::max();
+  return hashfunctor<unsigned int>()(static_cast<unsigned int>(parseNumber(value, largest)));
+}
+
+unsigned int hash64(std::string_view value) {
+  const auto largest = std::numeric_limits<unsigned long long>::max();
+  return hashfunctor<unsigned long long>()(parseNumber(value, largest));
+}
+
+unsigned int hashHex(std::string_view value) {
+  if (!isHex(value)) throw Refusal("not pairs of hexadecimal digits: " + std::string(value));
+  return hashBytes(fromHex(value));
+}
+
+void appendRow(std::string& out, Hash hash, std::string_view value) {
+  const unsigned int result = hash(value);
+  for (int shift = 28; shift >= 0; shift -= 4) out += "0123456789abcdef"[result >> shift & 15];
+  out += '\t';
+  appendTabSafe(out, value);
+  out += '\n';
+}
+
+struct HashOptions {
+  Hash hash = nullptr;
+  std::vector<std::string> values;
+};
+
+void hashLines(Hash hash) {
+  LineBlocks blocks("-");
+  std::string rows;
+  unsigned long number = 0;
+  for (std::string block; blocks.next(block); rows.clear()) {
+    for (std::string_view lines = block; !lines.empty();) {
+      ++number;
+      try {
+        appendRow(rows, hash, takeLine(lines));
+      } catch (const Refusal& refusal) {
+        writeOut(rows);
+        throw Refusal("line " + val2str(number) + ": " + refusal.what());
+      }
+    }
+    writeOut(rows);
+  }
+}
+
+void run(const HashOptions& options) {
+  const Hash hash = options.hash != nullptr ? options.hash : hashBytes;
+  if (options.values.empty()) hashLines(hash);
+  for (const std::string& value : options.values) {
+    std::string row;
+    appendRow(row, hash, value);
+    writeOut(row);
+  }
+}
+
+}  // namespace
+
+void addHash(CLI::App& app) {
+  auto options = std::make_shared<HashOptions>();
+  CLI::App* command =
+      app.add_subcommand("hash", "Print the 32-bit hash of numbers, texts or bytes");
+  addOperands(*command, "VALUE", options->values,
+              "What to hash, each by itself. Without any,\nstandard input is read, one a line");
+  const struct {
+    const char* name;
+    Hash hash;
+    const char* description;
+  } kinds[] = {{"--text", hashBytes, "Texts, by Jenkins' lookup2 (default)"},
+               {"--hex", hashHex, "Bytes in hexadecimal digits, by lookup2"},
+               {"--u32", hash32, "32-bit numbers, decimal or 0x..., by Wang's mix"},
+               {"--u64", hash64, "64-bit numbers, by Wang's 64-bit mix"}};
+  for (const auto& kind : kinds) {
+    const auto choose = [options, hash = kind.hash] {
+      if (options->hash != nullptr) {
+        throw CLI::ValidationError("give one of --text, --hex, --u32 and --u64");
+      }
+      options->hash = hash;
+    };
+    command->add_flag_callback(kind.name, choose, kind.description);
+  }
+  command->footer(
+      "Each row: the hash in hexadecimal digits, a tab, the value. A tab, line end or backslash "
+      "in\n"
+      "the value is written \\t, \\n, \\r, \\\\. The first value that is none ends the command.\n"
+      "Exit status: 0 done, 1 something was refused, 2 wrong usage.");
+  command->callback([options] { run(*options); });
+}
+
+}  // namespace vu::tool
