@@ -21,8 +21,6 @@ namespace {
 
 constexpr int kMaterial = 128;
 
-static_assert(EVP_MAX_KEY_LENGTH <= 64, "an engine has no room for the longest key");
-
 // The built-in texts are put together a character at a time so that the library's file does not show
 // them to everybody who looks for texts in it. They are no secret all the same. They never change:
 // data enciphered under them would be lost.
@@ -42,12 +40,16 @@ struct BuiltIn {
                                              unseen('L'), unseen('e'), unseen('!'), '\0'};
 };
 
+/// False once OpenSSL has cleaned up at the process's end, after which its calls crash.
+bool openSslIsThere() { return OPENSSL_init_crypto(0, nullptr) == 1; }
+
 /// Derives the process's key material. That it may fail is nobody's concern, as documented; the
 /// caller's error queue is left as it was.
 void derive(const char* passphrase, const unsigned char* salt, int saltLength, int iterations) {
   if (saltLength < 0) {
     throw vu_exception("vu_crypto: Invalid salt length [" + val2str(saltLength) + "]");
   }
+  if (!openSslIsThere()) return;
   ERR_set_mark();
   (void)PKCS5_PBKDF2_HMAC_SHA1(passphrase, static_cast<int>(std::strlen(passphrase)), salt,
                                saltLength, iterations, kMaterial, vu_crypto::cipherkey_);
@@ -64,17 +66,10 @@ std::string takeErrorText() {
   return text;
 }
 
-/// Ciphers of whose context nothing but the initialisation vector changes from message to message,
-/// and whose update neither fails nor writes more than it reports. Others may keep more.
-bool isPlainCbc(const EVP_CIPHER* cipher) {
-  return EVP_CIPHER_get_mode(cipher) == EVP_CIPH_CBC_MODE &&
-         (EVP_CIPHER_get_flags(cipher) & EVP_CIPH_FLAG_AEAD_CIPHER) == 0;
-}
-
 bool overlap(const unsigned char* a, int aLength, const unsigned char* b, int bLength) {
   const auto aBegin = reinterpret_cast<std::uintptr_t>(a);
   const auto bBegin = reinterpret_cast<std::uintptr_t>(b);
-  return aBegin < bBegin + static_cast<unsigned int>(bLength) &&
+  return aLength > 0 && aBegin < bBegin + static_cast<unsigned int>(bLength) &&
          bBegin < aBegin + static_cast<unsigned int>(aLength);
 }
 
@@ -105,9 +100,6 @@ vu_crypto::~vu_crypto() { cleanCipher(); }
 void vu_crypto::initializeCrypto(const char* passphrase, const unsigned char* salt, int saltLength,
                                  int iterations) {
   if (mode_ != 0 && mode_ != 1) throw vu_exception("Unknown cryptic mode: 1 or 0");
-  // OpenSSL's clean-up at exit is set up before an engine is complete, so that an engine that lives
-  // until then is destroyed first.
-  OPENSSL_init_crypto(0, nullptr);
   if (std::all_of(cipherkey_, cipherkey_ + kMaterial, [](unsigned char c) { return c == 0; })) {
     const BuiltIn builtIn;
     derive(passphrase != nullptr ? passphrase : builtIn.passphrase,
@@ -127,7 +119,7 @@ void vu_crypto::cleanCipher() {
 }
 
 int vu_crypto::ciphersize(int length) const {
-  const int block = EVP_CIPHER_get_block_size(cipher_);
+  const int block = std::max(EVP_CIPHER_get_block_size(cipher_), 1);
   long long blocks = length / block;
   if (blocks != 0 && length % block == 0) ++blocks;
   const long long capacity = (blocks + 1) * block;
@@ -137,22 +129,22 @@ int vu_crypto::ciphersize(int length) const {
   return static_cast<int>(capacity);
 }
 
-/// Makes ctx_ ready for a message.
+/// Makes ctx_ ready for a message. Of the default cipher nothing but the initialisation vector
+/// changes from message to message; any other may keep more, so its key is set again as well.
 void vu_crypto::setUp() {
   const unsigned char* const vector = cipherkey_ + EVP_CIPHER_get_key_length(cipher_);
-  const auto keyBytes = static_cast<std::size_t>(vector - cipherkey_);
-  const bool cbc = isPlainCbc(cipher_) && keyBytes <= sizeof lastKey_;
-  const bool keepsKey = ready_ && cbc && std::memcmp(lastKey_, cipherkey_, keyBytes) == 0;
+  const bool aes = cipher_ == EVP_aes_256_cbc();
+  const bool keepsKey = ready_ && aes && std::memcmp(lastKey_, cipherkey_, sizeof lastKey_) == 0;
   const EVP_CIPHER* cipher = nullptr;
   if (!ready_) {
-    cipher = cipher_ == EVP_rc4() ? vu::detail::legacyRc4() : cipher_;
+    if (openSslIsThere()) cipher = cipher_ == EVP_rc4() ? vu::detail::legacyRc4() : cipher_;
     if (cipher == nullptr) fail("Cipher Init failed : ");
   }
   if (EVP_CipherInit_ex(ctx_.get(), cipher, nullptr, keepsKey ? nullptr : cipherkey_, vector,
                         mode_) != 1) {
     fail("Cipher Init failed : ");
   }
-  if (cbc && !keepsKey) std::memcpy(lastKey_, cipherkey_, keyBytes);
+  std::memcpy(lastKey_, cipherkey_, sizeof lastKey_);
   ready_ = true;
 }
 
@@ -167,18 +159,19 @@ int vu_crypto::cipheranalyse(const unsigned char* in, int inLength, unsigned cha
   const int demanded = ciphersize(inLength);
   setUp();
   if (demanded > outCapacity) return -demanded;
-  if (out == nullptr || (in == nullptr && inLength > 0))
+  if (out == nullptr || (in == nullptr && inLength > 0)) {
     throw vu_exception("vu_crypto: Null buffer");
+  }
   if (overlap(in, inLength, out, outCapacity)) {
     throw vu_exception("vu_crypto: Overlapping buffers");
   }
 
-  // Filling what is left afterwards saves writing the whole of `out` twice.
-  const bool fillsLater = isPlainCbc(cipher_);
+  // The update of the default cipher cannot fail and writes just what it reports: to fill what is
+  // left afterwards saves writing the whole of `out` twice.
+  const bool fillsLater = cipher_ == EVP_aes_256_cbc();
   if (!fillsLater) fillWithZeros(out, 0, outCapacity);
   int updated = 0;
   if (EVP_CipherUpdate(ctx_.get(), out, &updated, in, inLength) != 1) {
-    if (fillsLater) fillWithZeros(out, 0, outCapacity);
     fail("Cipher Update failed : ");
   }
   int finished = 0;

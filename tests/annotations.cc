@@ -17,12 +17,16 @@ void good() {
   reading.unlock();
   vu_writelock writing(lock, std::defer_lock);
   if (writing.lock(5) == 0) change();
-  const vu_writelock all;
-  shared = 1;
+  {
+    const vu_writelock all;
+    shared = 1;
+  }
+  vu_writelock later(std::defer_lock);
+  if (later.lock(5) == 0) shared = 2;
   const vu_readlock notAnalysed(ordinary);
 }
 
-int withoutLock() { return table; }  // expected-warning {{reading variable 'table' requires}}
+int withoutLock() { return table; }       // expected-warning {{reading variable 'table' requires}}
 void sharedWithoutLock() { shared = 1; }  // expected-warning {{requires holding mutex '_rwlock'}}
 
 void wrongKind() {

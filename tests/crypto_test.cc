@@ -75,6 +75,11 @@ TEST(Crypto, DerivesThePublishedKeys) {
       const Byte* const salt = row.salt != nullptr ? bytes(row.salt) : nullptr;
       const vu_crypto first(1, 0, row.passphrase, salt, saltLength, row.iterations);
       EXPECT_EQ(row.key, hex(vu_crypto::cipherkey_, 128).substr(0, row.key.size()));
+      Byte all[128];
+      if (row.salt != nullptr) {
+        PKCS5_PBKDF2_HMAC_SHA1(row.passphrase, -1, salt, saltLength, row.iterations, 128, all);
+        EXPECT_EQ(hex(all, 128), hex(vu_crypto::cipherkey_, 128));
+      }
       const Bytes before(vu_crypto::cipherkey_, vu_crypto::cipherkey_ + 256);
       EXPECT_EQ(std::string(256, '0'), hex(&before[128], 128));
       const vu_crypto second(0, 2, "other", bytes("x"), -1, 3);
@@ -143,7 +148,7 @@ TEST(Crypto, RefusesWhatItCannotDo) {
     EXPECT_EQ("vu_crypto: Null buffer", use(&buffer[7], 3, nullptr));
     EXPECT_EQ(before, buffer);
     EXPECT_EQ("", use(&buffer[4], 3, &buffer[7]) + use(&buffer[23], 3, &buffer[7]));
-    EXPECT_EQ("", use(nullptr, 0, &buffer[7]));
+    EXPECT_EQ("", use(nullptr, 0, &buffer[7]) + use(&buffer[9], 0, &buffer[7]));
   });
 }
 
@@ -273,7 +278,11 @@ TEST(Crypto, ChoosesCiphersByNumber) {
 
 TEST(Crypto, LeavesOpenSslAlone) {
   inChild([] {
-    ERR_raise_data(ERR_LIB_USER, 1, "somebody else's");
+    const std::string reason(98, 'r');
+    const int library = ERR_get_next_error_library();
+    ERR_STRING_DATA texts[] = {{ERR_PACK(0, 0, 1), reason.c_str()}, {0, nullptr}};
+    ERR_load_strings(library, texts);
+    ERR_raise(library, 1);
     const unsigned long others = ERR_peek_error();
     vu_crypto rc4(1, 2, nullptr, nullptr, 0, 1);
     vu_crypto aes(1, 1, nullptr, nullptr, 0, 1);
@@ -312,13 +321,28 @@ TEST(Crypto, WantsTheLegacyProviderForRc4) {
   });
 }
 
+/// The last to be destroyed: tries engines when OpenSSL has cleaned up.
+struct AtTheEnd {
+  ~AtTheEnd() {
+    std::string text = messageOf([this] { process(*used, "x"); });
+    text += messageOf([] {
+      vu_crypto late(1, 2, nullptr, nullptr, 0, 1);
+      process(late, "x");
+    });
+    if (text != "Cipher Init failed : Cipher Init failed : ") _exit(3);
+  }
+  std::unique_ptr<vu_crypto> used = std::make_unique<vu_crypto>(1, 0, nullptr, nullptr, 0, 1);
+};
+
 /// Static engines are destroyed while the process ends, among OpenSSL's own clean-up.
 TEST(Crypto, LivesToTheEndOfTheProcess) {
   inChild([] {
-    vu_crypto::cipherkey_[0] = 1;  // nothing is derived, so nothing has started OpenSSL yet
+    vu_crypto::cipherkey_[127] = 1;  // nothing is derived, so nothing has started OpenSSL yet
+    static const AtTheEnd atTheEnd;
     static vu_crypto aes(1, 0, nullptr, nullptr, 0, 1);
     static vu_crypto rc4(1, 2, nullptr, nullptr, 0, 1);
     EXPECT_EQ(17U, process(aes, "x").size() + process(rc4, "x").size());
+    EXPECT_EQ(std::string(254, '0'), hex(vu_crypto::cipherkey_, 127));
   });
 }
 

@@ -84,6 +84,20 @@ void checkLife(pthread_rwlock_t& lock, State held, Guard&& guard, Guard&& waitin
   }
   EXPECT_EQ(ETIMEDOUT, waiting.result());
   EXPECT_FALSE(waiting.owns_lock());
+
+  // What is not free is waited for, with a long time-out and without any.
+  for (const int timeout : {0, -1, 20000}) {
+    std::promise<void> isHeld;
+    const auto other = std::async(std::launch::async, [&] {
+      const vu_writelock writing(lock);
+      isHeld.set_value();
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    });
+    isHeld.get_future().wait();
+    EXPECT_EQ(0, waiting.lock(timeout)) << timeout;
+    EXPECT_EQ(held, stateOf(lock)) << timeout;
+    EXPECT_EQ(0, waiting.unlock());
+  }
   EXPECT_EQ(0, waiting.lock(1));
 }
 

@@ -172,7 +172,16 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu encipher - /dev/full", "text", 1, "", "vu: cannot write /dev/full: No space left"},
       {"vu encipher >/dev/full", "text", 1, "", "cannot write standard output: No space left"},
       {"vu encipher " + s.substr(12) + s.substr(12), "", 1, "", "there already; --force replaces"},
-      {"vu encipher --passphrase-file -", "", 1, "", "cannot be both the pass phrase and the data"},
+      {"vu encipher --passphrase-file -", "", 1, "", "input cannot be both the pass phrase and"},
+      {"cat | vu encipher --passphrase-file /dev/stdin", "", 1, "",
+       "cannot be both the pass phrase"},
+      {"vu encipher --passphrase-file ''", "", 2, "", "--passphrase-file: the name is empty"},
+      {"vu encipher - ''", "", 2, "", "the name is empty"},
+      {"vu encipher - /nowhere/x", "", 1, "", "vu: cannot write /nowhere/x: No such file or dir"},
+      {"vu encipher --iterations 010 2>/dev/null | vu decipher --iterations 10 2>&1", "x", 0, "x",
+       ""},
+      {"vu encipher --iterations 0x10", "", 2, "", "0x10 is no number from 1 to 2147483647"},
+      {"vu encipher --info --passphrase-file x", "", 2, "", "excludes --info"},
       {"vu encipher --passphrase-file /dev/null", "", 1, "", "phrase in /dev/null is empty\n"},
       {"vu encipher --passphrase-file - /dev/null", std::string("a\0b", 3), 1, "",
        "has a NUL byte"},
@@ -240,10 +249,13 @@ TEST(Tool, CipherFilesAppearWholeOrNotAtAll) {
     d=$(mktemp -d); cd $d; ulimit -f 8; echo old >old
     yes | head -c 100000 | vu encipher - new; yes | head -c 100000 | vu encipher --force - old
     echo | vu decipher --force - old; ln -s nothing link; echo | vu encipher - link
-    ls; cat old; rm -r $d)");
-  EXPECT_EQ("link\nold\nold\n", result.out);
+    ls -A; cat old; vu encipher --force old /dev/stdout >same; vu encipher old >other; cmp same other
+    mkfifo pipe; cat pipe & vu encipher old pipe; wait; ls -l pipe | head -c 1; rm -r $d)");
+  EXPECT_EQ("link\nold\nold\n", result.out.substr(0, 13));
+  EXPECT_EQ(13U + 16U + 1U, result.out.size());
+  EXPECT_EQ('p', result.out.back());
   for (const char* text : {"new: File too large", "old: File too large", "Cipher Final failed",
-                           "link is there already"}) {
+                           "write link: a link to nothing"}) {
     EXPECT_NE(std::string::npos, result.err.find(text)) << text << result.err;
   }
 }

@@ -10,8 +10,9 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/command.h"
-#include "tools/files.h"
+#include "tools/input.h"
 #include "tools/options.h"
+#include "tools/output.h"
 #include "vu/crypto.h"
 
 namespace vu::tool {
@@ -38,9 +39,7 @@ const unsigned char* bytes(const std::string& text) {
 
 /// The first line of a file: what follows it may be a remark.
 std::string readPassphrase(const std::string& path) {
-  const std::string content = readFile(path);
-  std::string_view rest = content;
-  std::string passphrase(takeLine(rest));
+  std::string passphrase = readFirstLine(path);
   if (passphrase.empty()) throw Refusal("the pass phrase in " + displayName(path) + " is empty");
   if (passphrase.find('\0') != std::string::npos) {
     throw Refusal("the pass phrase in " + displayName(path) + " has a NUL byte in it");
@@ -50,13 +49,13 @@ std::string readPassphrase(const std::string& path) {
 
 std::unique_ptr<vu_crypto> makeEngine(const CipherOptions& options) {
   const bool given = !options.passphraseFile.empty();
-  if (!given && !options.info) {
+  if (!given) {
     std::cerr
         << "vu: note: without --passphrase-file the key is made from a pass phrase that is the "
            "same everywhere\n";
   }
   const std::string passphrase = given ? readPassphrase(options.passphraseFile) : "";
-  const std::string salt = options.salt.empty() ? "" : fromHex(options.salt);
+  const std::string salt = fromHex(options.salt);
   auto engine = std::make_unique<vu_crypto>(
       options.mode, options.cipher, given ? passphrase.c_str() : nullptr,
       salt.empty() ? nullptr : bytes(salt), static_cast<int>(salt.size()), options.iterations);
@@ -94,48 +93,49 @@ std::string transform(vu_crypto& engine, const CipherOptions& options, const std
 
 void run(const CipherOptions& options) {
   const bool toFile = options.out != "-";
-  if (options.info) {
-    writeOut(makeEngine(options)->print_info() + "\n");
-    return;
-  }
+  const Existing existing = options.force ? Existing::replaced : Existing::refused;
   // What can be refused is refused before anything is read.
-  if (options.in == "-" && options.passphraseFile == "-") {
-    throw Refusal("standard input cannot be both the pass phrase and the data");
+  if (!options.passphraseFile.empty() && isSameStream(options.in, options.passphraseFile)) {
+    throw Refusal(displayName(options.in) + " cannot be both the pass phrase and the data");
   }
-  if (toFile && !options.force) checkNew(options.out);
+  if (toFile) checkPlace(options.out, existing);
   if (!toFile && options.mode == kEncipher && isatty(STDOUT_FILENO) == 1) {
     throw Refusal("a terminal is no place for enciphered bytes; name an output file");
   }
   checkReadable(options.in);
   const std::unique_ptr<vu_crypto> engine = makeEngine(options);
   const std::string result = transform(*engine, options, readFile(options.in));
-  if (!toFile) {
-    writeOut(result);
-  } else if (options.force) {
-    replaceFile(options.out, result);
+  if (toFile) {
+    writeFile(options.out, result, existing);
   } else {
-    createFile(options.out, result);
+    writeOut(result);
   }
 }
 
-CLI::App* addOne(CLI::App& app, int mode, const std::string& name, const std::string& description) {
+void printInfo(int cipher) {
+  writeOut(vu_crypto(kEncipher, cipher, nullptr, nullptr, 0, 1).print_info() + "\n");
+}
+
+void addOne(CLI::App& app, int mode, const std::string& name, const std::string& description) {
   auto options = std::make_shared<CipherOptions>();
   options->mode = mode;
   CLI::App* command = app.add_subcommand(name, description);
-  command->add_option("IN", options->in, "What to read; - or nothing is standard input")
-      ->option_text(" ");
+  CLI::Option* in =
+      command->add_option("IN", options->in, "What to read; - or nothing is standard input")
+          ->option_text(" ")
+          ->check(isNotEmpty);
   command->add_option("OUT", options->out, "What to write; - or nothing is standard output")
-      ->option_text(" ");
-  command
-      ->add_option("--cipher", options->cipher,
-                   "0 or 1: AES-256-CBC (default); 2: RC4, which is broken")
-      ->check(CLI::Range(0, 2, "a number"))
-      ->option_text("N");
-  command
-      ->add_option("--passphrase-file", options->passphraseFile,
-                   "File whose first line is the pass phrase;\n- is standard input. Otherwise the "
-                   "built-in one,\nwhich is no secret")
-      ->option_text("FILE");
+      ->option_text(" ")
+      ->check(isNotEmpty);
+  addNumber(*command, "--cipher", options->cipher, 0, 2,
+            "0 or 1: AES-256-CBC (default); 2: RC4,\nwhich is broken");
+  CLI::Option* passphrase =
+      command
+          ->add_option("--passphrase-file", options->passphraseFile,
+                       "File whose first line is the pass phrase;\n- is standard input. Otherwise "
+                       "the built-in one,\nwhich is no secret")
+          ->option_text("FILE")
+          ->check(isNotEmpty);
   command
       ->add_option("--salt", options->salt,
                    "Salt in hexadecimal digits; otherwise the\nbuilt-in one, which is no secret")
@@ -143,22 +143,20 @@ CLI::App* addOne(CLI::App& app, int mode, const std::string& name, const std::st
         return isHex(hex) && !hex.empty() ? "" : "not pairs of hexadecimal digits: " + hex;
       })
       ->option_text("HEX");
-  command
-      ->add_option("--iterations", options->iterations,
-                   "How often PBKDF2-HMAC-SHA1 iterates\n(default 100000)")
-      ->check(CLI::Range(1, INT_MAX, "a number"))
-      ->option_text("N");
+  addNumber(*command, "--iterations", options->iterations, 1, INT_MAX,
+            "How often PBKDF2-HMAC-SHA1 iterates\n(default 100000)");
   command->add_flag("--force", options->force, "Replace OUT when it is there");
   command->footer(
       "Both sides must use the same pass phrase, salt, iterations and cipher. Nothing\n"
       "authenticates the data, and equal files give equal results: see SECURITY.md.\n"
       "Exit status: 0 done, 1 something was refused, 2 wrong usage.");
-  command->callback([options] { run(*options); });
+  command->callback([options] { options->info ? printInfo(options->cipher) : run(*options); });
   if (mode == kEncipher) {
-    command->add_flag("--info", options->info,
-                      "Only print block, key and vector length of the cipher");
+    command
+        ->add_flag("--info", options->info, "Only print the cipher's block, key and vector length")
+        ->excludes(in)
+        ->excludes(passphrase);
   }
-  return command;
 }
 
 }  // namespace

@@ -17,8 +17,9 @@
 
 #include "domain/host.h"
 #include "tools/command.h"
-#include "tools/files.h"
+#include "tools/input.h"
 #include "tools/options.h"
+#include "tools/output.h"
 #include "tools/rows.h"
 #include "tools/suffix_list.h"
 #include "tools/summary.h"
@@ -201,7 +202,7 @@ void addClassify(CLI::App& app, int& exitStatus) {
           "-s,--suffixes", options->suffixes,
           "Definition file of suffixes; otherwise the\nsystem's Public Suffix List is used")
       ->option_text("FILE")
-      ->check([](const std::string& path) { return path.empty() ? "the name is empty" : ""; });
+      ->check(isNotEmpty);
   command
       ->add_option(
           "-d,--default-domain", options->defaultDomain,
@@ -216,9 +217,8 @@ void addClassify(CLI::App& app, int& exitStatus) {
   addChoice(*command, "--format", options->rows.format, kFormats,
             "table (default), tsv, csv or jsonl. Columns: status,\ntext, domain, address, URL");
   command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");
-  command->add_option("-j,--threads", options->threads, "How many threads; one a core otherwise")
-      ->check(CLI::Range(1, 256, "a number"))
-      ->option_text("N");
+  addNumber<std::size_t>(*command, "-j,--threads", options->threads, 1, 256,
+                         "How many threads; one a core otherwise");
   command->add_flag(
       "--summary", options->summary,
       "Afterwards, on standard error: rows by status,\nfrequent domains, URLs a second");

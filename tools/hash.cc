@@ -9,8 +9,9 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/command.h"
-#include "tools/files.h"
+#include "tools/input.h"
 #include "tools/options.h"
+#include "tools/output.h"
 #include "tools/rows.h"
 #include "vu/foundation.h"
 
@@ -120,9 +121,9 @@ void addHash(CLI::App& app) {
     command->add_flag_callback(kind.name, choose, kind.description);
   }
   command->footer(
-      "Each row: the hash in hexadecimal digits, a tab, the value. A tab, line end or backslash "
-      "in\n"
-      "the value is written \\t, \\n, \\r, \\\\. The first value that is none ends the command.\n"
+      "Each row: the hash in hexadecimal digits, a tab, the value, in which a tab, line end\n"
+      "or backslash is written \\t, \\n, \\r, \\\\. The first value that is none ends the\n"
+      "command.\n"
       "Exit status: 0 done, 1 something was refused, 2 wrong usage.");
   command->callback([options] { run(*options); });
 }

@@ -13,7 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/command.h"
-#include "tools/files.h"
+#include "tools/output.h"
 #include "tools/rows.h"
 #include "vu/foundation.h"
 #include "vu/version.h"
@@ -100,6 +100,9 @@ int main(int argc, char** argv) {
     return run(argc, argv);
   } catch (const vu::tool::ReaderGone&) {
     return vu::tool::kDone;
+  } catch (const std::bad_alloc&) {
+    std::cerr << "vu: not enough memory\n";
+    return vu::tool::kRefused;
   } catch (const std::exception& failure) {
     std::cerr << "vu: " << vu::tool::visible(failure.what()) << '\n';
     return vu::tool::kRefused;

@@ -4,6 +4,7 @@
 #define VU_TOOLS_OPTIONS_H_
 
 #include <charconv>
+#include <limits>
 #include <map>
 #include <string>
 #include <string_view>
@@ -23,6 +24,37 @@ void addChoice(CLI::App& command, const std::string& names, Value& value,
           names, [&value, &words](const std::string& word) { value = words.at(word); }, description)
       ->check(CLI::IsMember(&words).description("one word"))
       ->option_text("WORD");
+}
+
+/// Reads a number in decimal digits, nothing else; false beyond `most`. CLI11's own way would take
+/// "010" for 8.
+template <typename Number>
+bool readDecimal(std::string_view text, Number most, Number& number) {
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end && number >= 0 && number <= most;
+}
+
+/// Adds the option `names`, a number from `least` to `most`; any other is wrong usage.
+template <typename Number>
+CLI::Option* addNumber(CLI::App& command, const std::string& names, Number& value, Number least,
+                       Number most, const std::string& description) {
+  const auto read = [&value](const std::string& text) {
+    readDecimal(text, std::numeric_limits<Number>::max(), value);
+  };
+  const auto check = [least, most](const std::string& text) {
+    Number number{};
+    if (readDecimal(text, most, number) && number >= least) return std::string();
+    return text + " is no number from " + std::to_string(least) + " to " + std::to_string(most);
+  };
+  return command.add_option_function<std::string>(names, read, description)
+      ->check(check)
+      ->option_text("N");
+}
+
+/// The check of an option that names a file: an empty name is a variable that was not set.
+inline std::string isNotEmpty(const std::string& path) {
+  return path.empty() ? "the name is empty" : "";
 }
 
 /// Adds operands: any number of arguments that are no options, each taken as it was typed. The

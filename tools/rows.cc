@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/files.h"
+#include "tools/input.h"
 
 namespace vu::tool {
 namespace {

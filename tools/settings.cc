@@ -11,8 +11,8 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/command.h"
-#include "tools/files.h"
 #include "tools/options.h"
+#include "tools/output.h"
 #include "tools/rows.h"
 #include "vu/config.h"
 

@@ -6,7 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/command.h"
-#include "tools/files.h"
+#include "tools/output.h"
 #include "vu/foundation.h"
 
 namespace vu::tool {

@@ -10,7 +10,7 @@
 
 #include "domain/host.h"
 #include "tools/command.h"
-#include "tools/files.h"
+#include "tools/input.h"
 #include "vu/foundation.h"
 
 namespace vu::tool {

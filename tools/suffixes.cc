@@ -12,8 +12,9 @@
 #include "domain/definition_file.h"
 #include "domain/host.h"
 #include "tools/command.h"
-#include "tools/files.h"
+#include "tools/input.h"
 #include "tools/options.h"
+#include "tools/output.h"
 #include "tools/suffix_list.h"
 #include "tools/summary.h"
 #include "vu/domain.h"
@@ -86,7 +87,7 @@ void build(const BuildOptions& options) {
   if (options.output == "-") {
     writeOut(text);
   } else {
-    replaceFile(options.output, text);
+    writeFile(options.output, text, Existing::replaced);
   }
   reportBuild(rules, options);
 }

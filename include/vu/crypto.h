@@ -52,7 +52,8 @@ class VU_EXPORT vu_crypto {
   ///
   /// Throws vu_exception, and no engine exists then:
   ///   "Unknown cryptic mode: 1 or 0"                           for any other `mode`;
-  ///   "vu_crypto: Invalid salt length [" + saltLength + "]"    for a negative one that is used.
+  ///   "vu_crypto: Invalid salt length [" + saltLength + "]"    for a negative one that is used;
+  /// and std::bad_alloc.
   vu_crypto(int mode, const EVP_CIPHER* cipher, const char* passphrase, const unsigned char* salt,
             int saltLength, int iterations);
   /// The same with the service's number of the cipher, of which the low 16 bits count: 2 is RC4, any
@@ -76,7 +77,8 @@ class VU_EXPORT vu_crypto {
   ///
   /// Throws vu_exception, in this order, text being what OpenSSL says, at most 119 characters:
   ///   "vu_crypto: Invalid length [" + inLength + "]"   as `ciphersize`;
-  ///   "Cipher Init failed : " + text                   also where RC4's provider is not installed;
+  ///   "Cipher Init failed : " + text                   also where RC4's provider is not installed, and
+  ///                                                    after OpenSSL's clean-up at the process's end;
   ///   "vu_crypto: Null buffer"                         for a null pointer to bytes;
   ///   "vu_crypto: Overlapping buffers"                 all with `out` untouched;
   ///   "Cipher Update failed : " + text                 `out` is zeros and what the update wrote;
@@ -107,9 +109,9 @@ class VU_EXPORT vu_crypto {
   int mode_;
   std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> ctx_;
   const EVP_CIPHER* cipher_;
-  // While ready_ is set, ctx_ holds the schedule of the key in lastKey_.
+  // While ready_ is set, ctx_ has its cipher, and of AES-256 the schedule of the key in lastKey_.
   bool ready_ = false;
-  unsigned char lastKey_[64];
+  unsigned char lastKey_[32];
 };
 
 #endif  // VU_CRYPTO_H_

@@ -79,7 +79,8 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
   explicit vu_readlock(vu_rwlock_t& lock, int timeout = 0)
       VU_ANNOTATE(acquire_shared_capability(lock));
   /// Acquires nothing yet; without `lock`, none is chosen either.
-  explicit vu_readlock(std::defer_lock_t /*defer*/) : vu_rwlock(nullptr) {}
+  explicit vu_readlock(std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(_rwlock))
+      : vu_rwlock(nullptr) {}
   vu_readlock(vu_rwlock_t& lock, std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(lock))
       : vu_rwlock(&lock) {}
   /// Releases what the guard holds. Throws vu_exception "Empty RW Lock" when no lock was chosen.
@@ -100,7 +101,8 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_writelock : public vu_rwlock {
  public:
   explicit vu_writelock(int timeout = 0) VU_ANNOTATE(acquire_capability(_rwlock));
   explicit vu_writelock(vu_rwlock_t& lock, int timeout = 0) VU_ANNOTATE(acquire_capability(lock));
-  explicit vu_writelock(std::defer_lock_t /*defer*/) : vu_rwlock(nullptr) {}
+  explicit vu_writelock(std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(_rwlock))
+      : vu_rwlock(nullptr) {}
   vu_writelock(vu_rwlock_t& lock, std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(lock))
       : vu_rwlock(&lock) {}
   // NOLINTNEXTLINE(bugprone-exception-escape): by design

@@ -1,0 +1,126 @@
+#include "tools/input.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+
+#include "tools/command.h"
+
+namespace vu::tool {
+namespace {
+
+constexpr std::size_t kBlock = std::size_t{1} << 20;
+constexpr std::size_t kLongest = INT_MAX;  // of a line, and of a file that is read whole
+
+int openOrStandardInput(const std::string& path) {
+  if (path == "-") return STDIN_FILENO;
+  const int number = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (number < 0) refuse("cannot open " + path);
+  return number;
+}
+
+/// What a path leads to; false when that cannot be told.
+bool statusOf(const std::string& path, struct stat& status) {
+  return (path == "-" ? fstat(STDIN_FILENO, &status) : stat(path.c_str(), &status)) == 0;
+}
+
+}  // namespace
+
+std::string displayName(const std::string& path) { return path == "-" ? "standard input" : path; }
+
+LineBlocks::LineBlocks(const std::string& path)
+    : path_(displayName(path)), file_(openOrStandardInput(path)) {}
+
+bool LineBlocks::next(std::string& block) {
+  block.clear();
+  block.swap(rest_);
+  std::size_t lines = 0;  // the bytes of whole lines
+  std::size_t searched = 0;
+  while (!atEnd_ && (lines == 0 || (block.size() < kBlock && moreIsThere()))) {
+    if (!readMore(block)) break;
+    const std::size_t lineEnd = std::string_view(block).substr(searched).rfind('\n');
+    if (lineEnd != std::string_view::npos) lines = searched + lineEnd + 1;
+    searched = block.size();
+    if (lines == 0 && searched > kLongest) {
+      throw Refusal(path_ + " has a line of more than 2147483647 bytes");
+    }
+  }
+  wasFull_ = block.size() >= kBlock;
+  if (atEnd_) return !block.empty();
+  rest_ = block.substr(lines);
+  block.resize(lines);
+  return true;
+}
+
+/// Adds what one read gives to `block`; false at the end of the file.
+bool LineBlocks::readMore(std::string& block) {
+  const std::size_t had = block.size();
+  block.resize(had + kBlock);
+  ssize_t got = 0;
+  do {
+    got = read(file_.number(), block.data() + had, kBlock);
+  } while (got < 0 && shouldTryAgain(file_.number(), POLLIN));
+  block.resize(had + static_cast<std::size_t>(got < 0 ? 0 : got));
+  if (got < 0) refuse("cannot read " + path_);
+  atEnd_ = got == 0;
+  return !atEnd_;
+}
+
+std::string_view takeLine(std::string_view& block) {
+  const std::size_t lineEnd = block.find('\n');
+  std::string_view line = block.substr(0, lineEnd);
+  block.remove_prefix(lineEnd == std::string_view::npos ? block.size() : lineEnd + 1);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
+
+bool LineBlocks::moreIsThere() const {
+  pollfd waiting{file_.number(), POLLIN, 0};
+  return poll(&waiting, 1, 0) > 0;
+}
+
+void checkReadable(const std::string& path) {
+  if (path == "-") return;
+  // Not by opening it: a named pipe can be opened once only.
+  struct stat status {};
+  if (access(path.c_str(), R_OK) != 0 || stat(path.c_str(), &status) != 0) {
+    refuse("cannot open " + path);
+  }
+  if (S_ISDIR(status.st_mode)) {
+    errno = EISDIR;
+    refuse("cannot read " + path);
+  }
+}
+
+bool isSameStream(const std::string& path, const std::string& other) {
+  struct stat a {};
+  struct stat b {};
+  if (!statusOf(path, a) || !statusOf(other, b)) return false;
+  const bool eachItsOwn = S_ISREG(a.st_mode) && (path != "-" || other != "-");
+  return !eachItsOwn && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+std::string readFile(const std::string& path) {
+  LineBlocks blocks(path);
+  std::string text;
+  for (std::string block; blocks.next(block); text += block) {
+    if (text.size() + block.size() > kLongest) {
+      throw Refusal(displayName(path) + " is too large: it has more than 2147483647 bytes");
+    }
+  }
+  return text;
+}
+
+std::string readFirstLine(const std::string& path) {
+  LineBlocks blocks(path);
+  std::string block;
+  blocks.next(block);
+  std::string_view lines = block;
+  return std::string(takeLine(lines));
+}
+
+}  // namespace vu::tool
