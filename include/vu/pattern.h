@@ -15,12 +15,29 @@
 // Lifetime: nothing is copied: results point into the caller's subject. An object owns its compiled
 //           pattern and is not copied.
 // Limits:   a hostile pattern or subject ends in a negative PCRE code, not in a crash: see `match`.
+//
+// On top of it stand name/value pairs and XML fragments:
+//
+//   NvalPcre pairs("(\\w+)=(\\w*)");
+//   std::list<std::pair<CharSizet_t, CharSizet_t>> found;
+//   insertNV2List(found, pairs, "a=1 b=22", 0);         // ("a", "1"), ("b", "22")
+//
+//   const std::string text = "<user id='7'><name>Ann</name></user>";
+//   vu_pcrexml parser;
+//   const std::unique_ptr<xmldata> root(parser.execute(text.c_str(), "data"));
+//   if (const xmldata* user = root->child("user")) {
+//     std::cout << user->attribute("id") << user->child("name")->ctextString();  // "7", "Ann"
+//   }
 
 #ifndef VU_PATTERN_H_
 #define VU_PATTERN_H_
 
+#include <iosfwd>
+#include <list>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "vu/export.h"
 #include "vu/foundation.h"
@@ -36,6 +53,9 @@ struct PcreDelete {
 };
 
 }  // namespace vu::detail
+
+// ---------------------------------------------------------------------------------------------
+// Regular expressions
 
 /// A compiled PCRE pattern (bytes, not characters) with the offsets of its last match.
 class VU_EXPORT vu_pcre {
@@ -102,6 +122,159 @@ class VU_EXPORT vu_pcre {
   int ovecsize_;
   std::unique_ptr<int[]> ovector_;
   int patternPairs_ = 0;  // what the whole match and every group take
+};
+
+// ---------------------------------------------------------------------------------------------
+// Name/value pairs
+
+/// A piece of a scanned text, which must outlive it; null and 0 when it is empty.
+struct CharSizet_t {
+  const char* data;
+  unsigned int size;
+
+  CharSizet_t(const char* text, unsigned int length) : data(text), size(length) {}
+};
+
+/// A pattern for pairs: group 1 is the name, group 2 the value. Arguments and errors as `vu_pcre`;
+/// `pairs` of less than 3 make every match throw.
+class VU_EXPORT NvalPcre : public vu_pcre {
+ public:
+  explicit NvalPcre(const char* pattern, int pairs = 3, int options = -1);
+  ~NvalPcre() override;
+};
+
+/// Appends every pair that `regex` finds in `length` bytes at `text` (0: up to its NUL) to `list`, as
+/// views into the text, and returns how many entries the list then holds; 0, with the list as it was,
+/// for a null `text`. A match whose highest group is not the second appends nothing. Each search
+/// begins where the last match ended, and a byte further when that was empty and ended where its own
+/// search had begun.
+///
+/// Throws vu_exception "stingTinsert : PCRE error " + result for any other result of `execute` than a
+/// match or -1, -32 standing for a `length` beyond an int; and what `execute` and `getResult` throw.
+/// The pairs found until then stay in the list.
+VU_EXPORT unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_t>>& list,
+                                     NvalPcre& regex, const char* text, unsigned int length);
+
+// ---------------------------------------------------------------------------------------------
+// XML fragments
+
+/// A piece of a text, which must outlive it; never empty.
+struct VU_EXPORT stringLen {
+  const char* _str;
+  int _len;
+
+  /// Throws vu_exception "stringLen: Zero const char pointer" for a null `str`, "stringLen: Zero
+  /// string length" for a `len` of 0 or less.
+  stringLen(const char* str, int len);
+
+  std::string getString() const;
+};
+
+/// An element: views of its tag, attributes and text, and its children, which it owns.
+///
+/// Threads:  any number may read a tree that nobody changes.
+/// Lifetime: the text that the views point into must outlive the tree. Deleting a node frees all
+///           below it; that, and printing, needs no more stack for a deep tree than for a flat one.
+class VU_EXPORT xmldata {
+ public:
+  /// A node without text and children; without attributes, too, when `attrs` is null or its length 0.
+  /// Throws what `stringLen` throws for `tag`, and for a negative length of `attrs`.
+  xmldata(const char* tag, int tagLen, const char* attrs, int attrsLen);
+  xmldata(const xmldata&) = delete;
+  xmldata& operator=(const xmldata&) = delete;
+  ~xmldata();
+
+  /// Appends a child, which the node owns from then on; null stands for nothing and is skipped by
+  /// every walk. When memory runs out the child stays the caller's.
+  void addData(xmldata* child);
+
+  /// Sets the text to `len` bytes at `text`; a null `text` or a `len` of 0 takes it away. Throws what
+  /// `stringLen` throws for a negative `len`, with the text as it was.
+  void setContext(const char* text, int len);
+
+  /// The first child with this tag, or null.
+  const xmldata* child(const char* tag) const;
+  /// The value of an attribute without its quotes, single or double; up to the next blank when it
+  /// has none. "" when there is no such attribute, and for one without a value.
+  std::string attribute(const char* name) const;
+  bool hasAttribute(const char* name) const;
+
+  std::string tagString() const;
+  /// The attributes as they stand in the text; "null" when there are none.
+  std::string attrsString() const;
+  /// The text; "null" when there is none.
+  std::string ctextString() const;
+
+  /// Prints to `os`, in one piece: with mode 0 a line for each node of this tree; with mode 1 the
+  /// tree as indented XML; with mode 2 the children, not the node itself, as XML without line breaks;
+  /// otherwise nothing. Modes 0 and 1 begin with std::endl. A node at depth d is indented by 2 d
+  /// blanks; a negative depth is 0. Nothing is escaped.
+  void display(int depth, int mode, std::ostream& os) const;
+  /// What `display` prints with mode 0, but for the line break in front.
+  void displayText(std::stringstream& out, int depth) const;
+  /// This tree as XML, indented with mode 1, in one line with any other.
+  void displayXML(std::stringstream& out, int depth, int mode) const;
+
+  stringLen _tag;
+  stringLen* _attrs = nullptr;    ///< Null when there are none. Owned by the node.
+  stringLen* _context = nullptr;  ///< The text; null when there is none. Owned by the node.
+  std::list<xmldata*> _children;  ///< In the order of the text. Owned by the node.
+
+ private:
+  // Where _attrs and _context point to.
+  std::optional<stringLen> ownAttrs_;
+  std::optional<stringLen> ownContext_;
+};
+
+/// Parses fragments of XML by one regular expression for an element:
+///
+///   <(\w+)\s*([-'\w\s=]*?)>(.*?)</\1>|<(\w+)\s*([-'\w\s=]*?)/>
+///
+/// The first element of a level may stand anywhere, each further one directly behind the one before;
+/// the level ends, without an error, where no element begins. The text of an element is what stands
+/// in front of its first child. What that means for real XML, and what to use instead, is told in
+/// docs/xml.md.
+///
+/// Threads:  a parser serves one thread at a time; trees are independent of it.
+/// Lifetime: trees point into the text, and the root into its tag.
+/// Cost:     time and memory in proportion to the text, whatever stands in it and however deep it is
+///           nested (times the logarithm of the number of different tags, at the most). Elements are
+///           found by a direct scan; only one that is closed by the tag of a shorter name ("<ab></a>")
+///           goes through the expression.
+class VU_EXPORT vu_pcrexml {
+ public:
+  /// Throws what `vu_pcre` throws.
+  vu_pcrexml();
+  vu_pcrexml(const vu_pcrexml&) = delete;
+  vu_pcrexml& operator=(const vu_pcrexml&) = delete;
+  ~vu_pcrexml();
+
+  /// Parses a NUL-terminated `text`. Returns a new node with the tag `tag`, no attributes and no
+  /// text, whose children are the elements of the text; the caller deletes it.
+  ///
+  /// Throws vu_exception, and leaves no tree behind:
+  ///   "vu_pcrexml::execute Empty Context"    for a null or empty `text`;
+  ///   "vu_pcrexml::execute Empty Tag"        for a null or empty `tag`;
+  ///   "vu_pcrexml: Invalid length [" + n + "]"   for a text or tag of 2 GiB or more;
+  ///   "vu_pcrexml: No Match"                 when there is no element in the text, or in what begins
+  ///                                          with a "<" inside an element;
+  ///   "vu_pcrexml: PCRE matching error [" + code + "]"   when PCRE fails, and -8 when elements closed
+  ///       by tags of shorter names take it more steps than a million and 16 for each byte of the
+  ///       text, a step being a byte of the element looked at for one of the names it might have.
+  xmldata* execute(const char* text, const char* tag);
+
+  /// The same for `len` bytes at `subject`, whose elements become children of `parent`. Throws as
+  /// above, and "vu_pcrexml: Empty XML Data" for a null `parent`; what was found until then stays in
+  /// `parent`.
+  void subpattern(xmldata* parent, const char* subject, int len);
+
+  /// Appends the element of one match of the expression in `subject` to `parent`, with all below it.
+  /// `ovector` and `rc` are what PCRE gave. Throws as `subpattern`, and "vu_pcrexml: composeXmldata:
+  /// Unknown PCRE retcode" for an `rc` other than 4 (an element with a body) and 6 (an empty one).
+  void composeXmldata(xmldata* parent, const char* subject, int len, int* ovector, int rc);
+
+ private:
+  std::unique_ptr<vu_pcre> _pcre;
 };
 
 #endif  // VU_PATTERN_H_

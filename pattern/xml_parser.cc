@@ -1,0 +1,233 @@
+// The parser of XML fragments: what one expression for an element makes of a text, level by level.
+//
+// What the expression matches at a "<" can be told by looking: after a name and characters that
+// attributes may have stands "/>", or ">" with a closing tag of that name somewhere behind it; the
+// first such tag ends the element. That is found directly, in one pass over the text. Where there is
+// no closing tag of the name, the expression tries shorter and shorter beginnings of it: when one of
+// those is closed the element is left to the expression, on just the bytes that it takes. Nothing
+// else matches.
+
+#include <climits>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "pattern/closing_tags.h"
+#include "vu/pattern.h"
+
+namespace {
+
+constexpr char kElement[] = R"(<(\w+)\s*([-'\w\s=]*?)>(.*?)</\1>|<(\w+)\s*([-'\w\s=]*?)/>)";
+constexpr int kWithBody = 4;  // PCRE's results for the two forms of an element
+constexpr int kWithoutBody = 6;
+
+constexpr unsigned long long kSteps = 1'000'000;
+constexpr unsigned long long kStepsPerByte = 16;
+constexpr int kTooManySteps = -8;  // PCRE_ERROR_MATCHLIMIT
+
+/// A piece of the text, by its offsets.
+struct Span {
+  int begin;
+  int end;
+  int length() const { return end - begin; }
+};
+
+struct Element {
+  Span tag;
+  Span attrs;
+  Span body;  ///< Empty for an empty-element tag.
+  int end;
+};
+
+/// The element of a match whose vector counts from `base`.
+Element elementOf(const int* ovector, int rc, int base) {
+  const auto group = [ovector, base](std::size_t g) {
+    return Span{base + ovector[2 * g], base + ovector[2 * g + 1]};
+  };
+  if (rc == kWithBody) return {group(1), group(2), group(3), base + ovector[1]};
+  if (rc == kWithoutBody) return {group(4), group(5), {0, 0}, base + ovector[1]};
+  throw vu_exception("vu_pcrexml: composeXmldata: Unknown PCRE retcode");
+}
+
+[[noreturn]] void failWith(int code) {
+  throw vu_exception("vu_pcrexml: PCRE matching error [" + val2str(code) + "]");
+}
+
+bool isAttributeCharacter(char c) {
+  return vu::detail::isNameCharacter(c) || vu::detail::isSpace(c) || c == '-' || c == '\'' ||
+         c == '=';
+}
+
+/// One pass over a text, in which the levels that are not finished stand on a stack of their own.
+class Walk {
+ public:
+  Walk(vu_pcre& expression, const char* text, int length)
+      : expression_(expression),
+        text_(text),
+        length_(length),
+        closings_({text, static_cast<std::size_t>(length)}) {}
+
+  /// Adds the elements of the text from `begin` to `end` to `parent`, with all below them.
+  void run(xmldata* parent, Span level) {
+    levels_.push_back({parent, {0, 0}, level, false});
+    finishLevels();
+  }
+
+  /// Adds one element with all below it.
+  void run(xmldata* parent, const Element& element) {
+    compose(parent, element);
+    finishLevels();
+  }
+
+ private:
+  /// The rest of a body whose elements become children of `node`.
+  struct Level {
+    xmldata* node;
+    Span context;  ///< The text in front of the first "<".
+    Span rest;     ///< What is not yet parsed.
+    bool found;    ///< Whether an element has been.
+  };
+
+  void finishLevels();
+  bool next(Level& level, Element& element);
+  bool elementAt(int at, int end, Element& element);
+  void countSteps(unsigned long long steps);
+  void byExpression(Span whole, Element& element);
+  void compose(xmldata* parent, const Element& element);
+  int skip(int at, int end, bool (*which)(char)) const {
+    while (at < end && which(text_[at])) ++at;
+    return at;
+  }
+
+  vu_pcre& expression_;
+  const char* text_;
+  int length_;
+  vu::detail::ClosingTags closings_;
+  std::vector<Level> levels_;
+  unsigned long long steps_ = 0;
+};
+
+void Walk::finishLevels() {
+  Element element{};
+  while (!levels_.empty()) {
+    Level& level = levels_.back();
+    if (next(level, element)) {
+      level.found = true;
+      level.rest.begin = element.end;
+      compose(level.node, element);
+      continue;
+    }
+    if (!level.found) throw vu_exception("vu_pcrexml: No Match");
+    level.node->setContext(text_ + level.context.begin, level.context.length());
+    levels_.pop_back();
+  }
+}
+
+/// The level's next element: the first may stand anywhere in it, any other at its beginning.
+bool Walk::next(Level& level, Element& element) {
+  int at = level.rest.begin;
+  const int end = level.rest.end;
+  if (level.found) return at < end && text_[at] == '<' && elementAt(at, end, element);
+  while (at < end) {
+    const void* const found = std::memchr(text_ + at, '<', static_cast<std::size_t>(end - at));
+    if (found == nullptr) return false;
+    at = static_cast<int>(static_cast<const char*>(found) - text_);
+    if (elementAt(at, end, element)) return true;
+    ++at;
+  }
+  return false;
+}
+
+/// Whether an element begins with the "<" at `at` and ends before `end`.
+bool Walk::elementAt(int at, int end, Element& element) {
+  const Span tag{at + 1, skip(at + 1, end, vu::detail::isNameCharacter)};
+  if (tag.length() == 0) return false;
+  const int attrs = skip(tag.end, end, vu::detail::isSpace);
+  const int mark = skip(attrs, end, isAttributeCharacter);
+  if (end - mark >= 2 && text_[mark] == '/' && text_[mark + 1] == '>') {
+    element = {tag, {attrs, mark}, {0, 0}, mark + 2};
+    return true;
+  }
+  if (mark == end || text_[mark] != '>') return false;
+
+  const int body = mark + 1;
+  const std::string_view name(text_ + tag.begin, static_cast<std::size_t>(tag.length()));
+  const int close = closings_.find(name, body, end);
+  if (close >= 0) {
+    element = {tag, {attrs, mark}, {body, close}, close + tag.length() + 3};
+    return true;
+  }
+  std::size_t compared = 0;
+  const std::string_view shorter = closings_.shorterName(name, body, end, compared);
+  countSteps(compared);
+  if (shorter.empty()) return false;
+  const int last = closings_.find(shorter, body, end) + static_cast<int>(shorter.size()) + 3;
+  countSteps(static_cast<unsigned long long>(name.size() - shorter.size() + 1) *
+             static_cast<unsigned int>(last - at));
+  byExpression({at, last}, element);
+  return true;
+}
+
+/// Bounds the work on elements that are not closed by their own name.
+void Walk::countSteps(unsigned long long steps) {
+  steps_ += steps;
+  if (steps_ > kSteps + kStepsPerByte * static_cast<unsigned int>(length_)) failWith(kTooManySteps);
+}
+
+void Walk::byExpression(Span whole, Element& element) {
+  const int result = expression_.execute(text_ + whole.begin, whole.length(), 0, 0);
+  if (result < 0) failWith(result);
+  element = elementOf(expression_.results(), result, whole.begin);
+}
+
+/// Adds the node of an element to `parent`, and its body, where it has elements, to the levels.
+void Walk::compose(xmldata* parent, const Element& element) {
+  auto owner = std::make_unique<xmldata>(text_ + element.tag.begin, element.tag.length(),
+                                         text_ + element.attrs.begin, element.attrs.length());
+  parent->addData(owner.get());
+  xmldata* const node = owner.release();
+  const Span body = element.body;
+  if (body.length() == 0) return;
+  const char* const begin = text_ + body.begin;
+  const void* const first = std::memchr(begin, '<', static_cast<std::size_t>(body.length()));
+  if (first == nullptr) {
+    node->setContext(begin, body.length());
+    return;
+  }
+  const int at = static_cast<int>(static_cast<const char*>(first) - text_);
+  levels_.push_back({node, {body.begin, at}, {at, body.end}, false});
+}
+
+int lengthOf(const char* text) {
+  const std::size_t length = std::strlen(text);
+  if (length > INT_MAX) throw vu_exception("vu_pcrexml: Invalid length [" + val2str(length) + "]");
+  return static_cast<int>(length);
+}
+
+}  // namespace
+
+vu_pcrexml::vu_pcrexml() : _pcre(std::make_unique<vu_pcre>(kElement, 6, -1)) {}
+
+vu_pcrexml::~vu_pcrexml() = default;
+
+xmldata* vu_pcrexml::execute(const char* text, const char* tag) {
+  if (text == nullptr || *text == '\0') throw vu_exception("vu_pcrexml::execute Empty Context");
+  if (tag == nullptr || *tag == '\0') throw vu_exception("vu_pcrexml::execute Empty Tag");
+  auto root = std::make_unique<xmldata>(tag, lengthOf(tag), nullptr, 0);
+  subpattern(root.get(), text, lengthOf(text));
+  return root.release();
+}
+
+void vu_pcrexml::subpattern(xmldata* parent, const char* subject, int len) {
+  if (parent == nullptr) throw vu_exception("vu_pcrexml: Empty XML Data");
+  // What is no text at all is for PCRE to refuse.
+  if (subject == nullptr || len < 0) failWith(_pcre->execute(subject, len, 0, 0));
+  Walk(*_pcre, subject, len).run(parent, Span{0, len});
+}
+
+void vu_pcrexml::composeXmldata(xmldata* parent, const char* subject, int len, int* ovector,
+                                int rc) {
+  const Element element = elementOf(ovector, rc, 0);
+  if (parent == nullptr) throw vu_exception("vu_pcrexml: Empty XML Data");
+  Walk(*_pcre, subject, len).run(parent, element);
+}

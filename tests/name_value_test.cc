@@ -1,0 +1,101 @@
+// Name/value pairs: views into the text, and scans that never stall.
+
+#include <climits>
+
+#include <gtest/gtest.h>
+
+#include "tests/support.h"
+#include "vu/pattern.h"
+
+using vu::test::ExactCopy;
+using vu::test::messageOf;
+using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
+
+namespace {
+
+/// "name=value;" for each pair, empty pieces in parentheses.
+std::string written(const Pairs& pairs) {
+  std::string all;
+  const auto add = [&all](const CharSizet_t& piece) {
+    all += piece.data == nullptr && piece.size == 0 ? "()" : std::string(piece.data, piece.size);
+  };
+  for (const auto& pair : pairs) {
+    add(pair.first);
+    all += "=";
+    add(pair.second);
+    all += ";";
+  }
+  return all;
+}
+
+TEST(NameValue, FindsPairs) {
+  const char* const usual = R"((\w+)=(\w*))";
+  const struct {
+    const char* pattern;
+    std::string text;
+    unsigned int length;
+    std::string expected;
+  } rows[] = {
+      {usual, "a=1 b=22", 0, "a=1;b=22;"},
+      {usual, "a=1 b=22", 3, "a=1;"},
+      {usual, "a=1 b=22", 7, "a=1;b=2;"},
+      {usual, "x=", 0, "x=();"},
+      {usual, "=x, nothing", 0, ""},
+      {usual, "", 0, ""},
+      {"(a)|(b)", "abab", 0, "()=b;()=b;"},  // a match of only the first group appends nothing
+      {"(a)(b)?", "aabab", 0, "a=b;a=b;"},
+      {"(a)(b)(c)?", "ababcab", 0,
+       "a=b;a=b;"},  // nor one of a third; room for it has been asked for
+      {"(x*)(y*)", "xyzy", 0, "x=y;()=();()=y;"},
+      {"(?<=a)()()", "aab", 0, "()=();()=();()=();"},
+      {"()(a)\\K", "aab", 0, "()=a;()=a;"},
+      {"(?m)^([^:\\n]+): *([^\\n]*)$", "Host: a.b\nAccept:  */*\n", 0, "Host=a.b;Accept=*/*;"},
+  };
+  for (const auto& row : rows) {
+    NvalPcre regex(row.pattern, 4);
+    Pairs list;
+    const ExactCopy copy(row.text + std::string(1, '\0'));
+    EXPECT_EQ(0U, insertNV2List(list, regex, nullptr, row.length));
+    list.emplace_back(CharSizet_t("old", 3), CharSizet_t(nullptr, 0));
+    const unsigned int size = insertNV2List(list, regex, copy.view().data(), row.length);
+    EXPECT_EQ("old=();" + row.expected, written(list)) << row.pattern << " " << row.text;
+    EXPECT_EQ(list.size(), size);
+    EXPECT_EQ(0U, insertNV2List(list, regex, nullptr, 0));
+  }
+}
+
+/// What a caller's own `execute` returns: pairs on the way, then a result.
+class Scripted : public NvalPcre {
+ public:
+  explicit Scripted(int ending) : NvalPcre("(a)(b)"), ending_(ending) {}
+  int execute(const char* subject, int length, int startOffset, int options) override {
+    starts += val2str(startOffset) + " ";
+    if (startOffset >= 4) return ending_;
+    return NvalPcre::execute(subject, length, startOffset, options);
+  }
+  std::string starts;
+
+ private:
+  int ending_;
+};
+
+TEST(NameValue, ReportsFailures) {
+  for (const int ending : {-1, 0, -2, -8}) {
+    Scripted regex(ending);
+    Pairs list;
+    EXPECT_EQ(ending == -1 ? "" : "stingTinsert : PCRE error " + val2str(ending),
+              messageOf([&] { insertNV2List(list, regex, "ab.ab.", 0); }));
+    EXPECT_EQ("a=b;a=b;", written(list));
+    EXPECT_EQ("0 2 5 ", regex.starts);
+  }
+  Pairs list;
+  NvalPcre narrow("(a)(b)", 2);
+  EXPECT_EQ("PCRE Output vector too small",
+            messageOf([&] { insertNV2List(list, narrow, "ab", 2); }));
+  NvalPcre usual("(a)(b)");
+  EXPECT_EQ("stingTinsert : PCRE error -32",
+            messageOf([&] { insertNV2List(list, usual, "ab", UINT_MAX); }));
+  EXPECT_EQ("", written(list));
+}
+
+}  // namespace

@@ -1,0 +1,331 @@
+// The XML parser against the plain way, which has the expression match every element of every level
+// and recurses; trees of any shape and depth.
+
+#include <pcre.h>
+
+#include <chrono>
+#include <climits>
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "tests/allocations.h"
+#include "tests/support.h"
+#include "vu/pattern.h"
+
+using vu::test::ExactCopy;
+using vu::test::messageOf;
+using vu::test::randomText;
+using Tree = std::unique_ptr<xmldata>;
+
+namespace {
+
+std::string dump(const xmldata& tree, int mode = 0, int depth = 0) {
+  std::ostringstream out;
+  tree.display(depth, mode, out);
+  return out.str();
+}
+
+/// The tree of a text as a dump, or the message.
+std::string parsed(vu_pcrexml& parser, const std::string& text) {
+  std::string result;
+  return messageOf([&] { result = dump(*Tree(parser.execute(text.c_str(), "data"))); }) + result;
+}
+
+class PlainParser {
+ public:
+  std::string parse(const std::string& text) {
+    xmldata root("data", 4, nullptr, 0);
+    const std::string message =
+        messageOf([&] { level(root, text.c_str(), static_cast<int>(text.size())); });
+    return message.empty() ? dump(root) : message;
+  }
+
+ private:
+  void level(xmldata& parent, const char* subject, int len) {
+    int offset = 0;
+    for (int options = 0;; options = PCRE_ANCHORED | PCRE_NOTEMPTY) {
+      const int r = element_.execute(subject, len, offset, options);
+      if (r == -1 && offset != 0) return;
+      if (r == -1) throw vu_exception("vu_pcrexml: No Match");
+      if (r < 0) throw vu_exception("vu_pcrexml: PCRE matching error [" + val2str(r) + "]");
+      const std::vector<int> ovector(element_.results(), element_.results() + 3 * r);
+      offset = ovector[1];
+      const std::size_t tag = r == 4 ? 1 : 4;
+      const auto begin = [&](std::size_t g) { return subject + ovector[2 * g]; };
+      const auto size = [&](std::size_t g) { return ovector[2 * g + 1] - ovector[2 * g]; };
+      auto* const node = new xmldata(begin(tag), size(tag), begin(tag + 1), size(tag + 1));
+      parent.addData(node);
+      if (r != 4 || size(3) == 0) continue;
+      const std::string_view body(begin(3), static_cast<std::size_t>(size(3)));
+      const int k = static_cast<int>(std::min(body.find('<'), body.size()));
+      if (k < size(3)) level(*node, body.data() + k, size(3) - k);
+      if (k > 0) node->setContext(body.data(), k);
+    }
+  }
+
+  vu_pcre element_{R"(<(\w+)\s*([-'\w\s=]*?)>(.*?)</\1>|<(\w+)\s*([-'\w\s=]*?)/>)", 6, -1};
+};
+
+TEST(Xml, ParsesWhatTheExpressionDescribes) {
+  const std::string none = "vu_pcrexml: No Match";
+  const struct {
+    std::string text;
+    std::string compact;  // or the message
+  } rows[] = {
+      {"<a>hi</a>", ""},
+      {"<a x='1'>hi<b/></a><c>t</c>", ""},
+      {"<a x='1' y='2'  ><b/><c /></a>", "<a x='1' y='2'  ><b/><c/></a>"},
+      {"<?xml version='1.0'?>\n<!-- <no --> <a/>", "<a/>"},
+      {"<a/> <b/>", "<a/>"},
+      {"<a>x<b/>y<c/></a>", "<a>x<b/></a>"},
+      {"<a> \n</a>", ""},
+      {"<a></a>", "<a/>"},
+      {"<a>x &lt; y</a>", ""},
+      {"<a\t>1<b\n/></a  >", "<b/>"},  // a closing tag has no blanks
+      {"<ab>x</a>", "<a b>x</a>"},
+      {"<ab>1<ab>2</ab>3</ab>", none},
+      {"<a x=\"1\">hi</a>", none},
+      {"<a><!-- c --></a>", none},
+      {"<a>1 < 2</a>", none},
+      {"<a><b></a>", none},
+      {"<a><b></a></b>", none},
+      {"no element", none},
+      {"<>", none},
+      {"<a", none},
+      {"<a:b/>", none},
+      {"<\xc3\xa9/>", none},
+      {"<a>", none},
+      {"", "vu_pcrexml::execute Empty Context"},
+  };
+  vu_pcrexml parser;
+  PlainParser plain;
+  for (const auto& row : rows) {
+    std::string result;
+    result += messageOf([&] { result = dump(*Tree(parser.execute(row.text.c_str(), "t")), 2); });
+    EXPECT_EQ(row.compact.empty() ? row.text : row.compact, result) << row.text;
+  }
+  EXPECT_EQ("vu_pcrexml::execute Empty Context", messageOf([&] { parser.execute(nullptr, ""); }));
+  EXPECT_EQ("vu_pcrexml::execute Empty Tag", messageOf([&] { parser.execute("x", nullptr); }));
+  EXPECT_EQ("vu_pcrexml::execute Empty Tag", messageOf([&] { parser.execute("x", ""); }));
+  EXPECT_EQ("vu_pcrexml: Empty XML Data", messageOf([&] { parser.subpattern(nullptr, "x", 1); }));
+  xmldata root("r", 1, nullptr, 0);
+  EXPECT_EQ(none, messageOf([&] { parser.subpattern(&root, "", 0); }));
+  EXPECT_EQ("vu_pcrexml: PCRE matching error [-2]",
+            messageOf([&] { parser.subpattern(&root, nullptr, 0); }));
+  EXPECT_EQ("vu_pcrexml: PCRE matching error [-32]",
+            messageOf([&] { parser.subpattern(&root, "x", -1); }));
+  // One match at a time, as PCRE reports it.
+  int paired[] = {1, 15, 2, 3, 4, 5, 6, 11};
+  parser.composeXmldata(&root, " <a b>x<c/></a>", 15, paired, 4);
+  int empty[] = {0, 5, -1, -1, -1, -1, -1, -1, 1, 2, 2, 3};
+  parser.composeXmldata(&root, "<d /> ", 6, empty, 6);
+  EXPECT_EQ("<a b>x<c/></a><d  />", dump(root, 2));
+  EXPECT_EQ("vu_pcrexml: composeXmldata: Unknown PCRE retcode",
+            messageOf([&] { parser.composeXmldata(&root, "<d />", 5, empty, 5); }));
+}
+
+TEST(Xml, AgreesWithThePlainTelling) {
+  const std::vector<std::string> pieces = {
+      "<a>",   "</a>",  "<ab>", "</ab>", "<abc>", "</abc>", "<a ", "<ab x='1'>", "<b",  "</a",
+      "</ab ", "/>",    ">",    "<",     "/",     "<a/>",   "b",   "<ab/>",      " ",   "\n",
+      "'",     "x='1'", "\"",   "=",     "-",     "t",      "<a>", "</a>",       "\xe4"};
+  std::mt19937 random(3);
+  vu_pcrexml parser;
+  PlainParser plain;
+  int trees = 0;
+  for (int i = 0; i < 200000; ++i) {
+    const std::string text = randomText(random, pieces, 14);
+    if (text.empty()) continue;
+    const std::string expected = plain.parse(text);
+    ASSERT_EQ(expected, parsed(parser, text)) << text;
+    if (expected[0] == '\n') ++trees;
+    // The same without a NUL behind it.
+    const ExactCopy copy(text);
+    xmldata root("data", 4, nullptr, 0);
+    const std::string message = messageOf(
+        [&] { parser.subpattern(&root, copy.view().data(), static_cast<int>(text.size())); });
+    ASSERT_EQ(expected, message.empty() ? dump(root) : message) << text;
+  }
+  EXPECT_LT(50000, trees);
+}
+
+/// Many names that begin alike, in texts long enough for every order of them.
+TEST(Xml, AgreesOnNamesThatBeginAlike) {
+  std::mt19937 random(5);
+  vu_pcrexml parser;
+  PlainParser plain;
+  for (int i = 0; i < 5000; ++i) {
+    std::string text;
+    for (int n = 0; n < 40; ++n) {
+      const std::string name = std::string("abababbaba").substr(random() % 3, 1 + random() % 6);
+      text += (random() % 2 == 0 ? "<" : "</") + name + (random() % 8 == 0 ? "/>" : ">");
+    }
+    ASSERT_EQ(plain.parse(text), parsed(parser, text)) << text;
+  }
+}
+
+std::string repeated(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
+}
+
+/// Texts of megabytes that are hard on a parser: how they end, each within seconds.
+TEST(Xml, TakesTimeInProportionToTheText) {
+  const auto nested = [](int depth, const char* inner) {
+    std::string open;
+    std::string close;
+    for (int i = 0; i < depth; ++i) {
+      open += "<a" + std::to_string(i) + ">";
+    }
+    for (int i = depth; i-- > 0;) close += "</a" + std::to_string(i) + ">";
+    return open + inner + close;
+  };
+  std::string longNames;
+  for (int n = 1; n < 2000; ++n)
+    longNames += "</" + std::string(static_cast<std::size_t>(n), 'a') + ">";
+  const std::string feed =
+      "<feed>" +
+      repeated("<item id='12345'><name>some name</name><link>http://x.y/z</link></item>", 200000) +
+      "</feed>";
+  const std::string none = "vu_pcrexml: No Match";
+  const std::string limit = "vu_pcrexml: PCRE matching error [-8]";
+  const struct {
+    const char* what;
+    std::string text;
+    std::string message;
+  } rows[] = {
+      {"a feed", feed, ""},
+      {"nested 300,000 deep", nested(300000, "x"), ""},
+      {"nested, nothing inside", nested(300000, "<"), none},
+      {"never closed", repeated("<a>", 1000000), none},
+      {"closed in the wrong order", repeated("<a><b></a></b>", 300000), none},
+      {"closed by shorter names", repeated("<ab>x</a>", 300000), ""},
+      {"a long name closed by a shorter one", "<" + std::string(3000000, 'a') + ">x</a>", limit},
+      {"long names among many that they begin with",
+       "<x>" + repeated("<" + std::string(3000, 'a') + ">", 300) + "</x>" + longNames, limit},
+      {"only signs", std::string(3000000, '<'), none},
+      {"attributes without end", "<a " + std::string(3000000, '='), none},
+      {"beginnings of attributes", repeated("<a x='", 500000), none},
+  };
+  vu_pcrexml parser;
+  for (const auto& row : rows) {
+    const auto start = std::chrono::steady_clock::now();
+    Tree tree;
+    EXPECT_EQ(row.message, messageOf([&] { tree.reset(parser.execute(row.text.c_str(), "t")); }))
+        << row.what;
+    if (row.text.data() == feed.data()) {
+      EXPECT_EQ(200000U, tree->child("feed")->_children.size());
+    }
+    tree.reset();
+    EXPECT_GT(10, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count())
+        << row.what;
+  }
+}
+
+/// A failing allocation anywhere leaves no tree; the address sanitizer sees what is lost.
+TEST(Xml, SurvivesFailingAllocations) {
+  vu_pcrexml parser;
+  bool failed = true;
+  for (long left = 0; failed; ++left) {
+    vu::test::allocationsLeft = left;
+    try {
+      delete parser.execute("<a><b>text<c/></b></a><ab>x</a>", "t");
+      failed = false;
+    } catch (const std::bad_alloc&) {
+    }
+    vu::test::allocationsLeft = -1;
+    ASSERT_GT(1000, left);
+  }
+}
+
+TEST(XmlTree, Prints) {
+  const auto node = [](const char* tag, const char* attrs = "") {
+    return std::make_unique<xmldata>(tag, static_cast<int>(std::strlen(tag)), attrs,
+                                     static_cast<int>(std::strlen(attrs)));
+  };
+  const Tree root = node("data");
+  auto a = node("a", "x='1'");
+  a->setContext("hi", 2);
+  root->addData(a.release());
+  root->addData(nullptr);
+  root->addData(node("b").release());
+  const std::string xml = "\n<data>\n  <a x='1'>\n    hi\n  </a>\n  <b/>\n</data>\n";
+  const std::string fields =
+      "\ntag = [data] attrs = [null] context = [null]\n"
+      "  tag = [a] attrs = [x='1'] context = [hi]\n"
+      "  tag = [b] attrs = [null] context = [null]\n";
+  EXPECT_EQ(fields, dump(*root, 0));
+  EXPECT_EQ(fields, dump(*root, 0, -3));
+  EXPECT_EQ(xml, dump(*root, 1));
+  EXPECT_EQ(xml, dump(*root, 1, INT_MIN));
+  EXPECT_EQ("\n      <b/>\n", dump(*root->child("b"), 1, 3));
+  EXPECT_EQ("\n      tag = [b] attrs = [null] context = [null]\n", dump(*root->child("b"), 0, 3));
+  EXPECT_EQ("<a x='1'>hi</a><b/>", dump(*root, 2, 7));
+  EXPECT_EQ("", dump(*root->child("b"), 2) + dump(*root, 5) + dump(*root, -1));
+  std::stringstream out;
+  root->child("a")->displayXML(out, 1, 1);
+  root->displayXML(out, 1, 2);
+  root->child("a")->displayText(out, 1);
+  EXPECT_EQ(
+      "  <a x='1'>\n    hi\n  </a>\n<data><a x='1'>hi</a><b/></data>"
+      "  tag = [a] attrs = [x='1'] context = [hi]\n",
+      out.str());
+  // A node with nothing but an empty entry is not an empty element.
+  const Tree hollow = node("h");
+  hollow->addData(nullptr);
+  EXPECT_EQ("\n<h>\n</h>\n", dump(*hollow, 1));
+}
+
+TEST(XmlTree, HoldsViews) {
+  const std::string zero = "stringLen: Zero string length";
+  EXPECT_EQ("stringLen: Zero const char pointer", messageOf([] { stringLen(nullptr, 0); }));
+  EXPECT_EQ(zero, messageOf([] { stringLen("x", 0); }));
+  EXPECT_EQ(zero, messageOf([] { stringLen("x", -1); }));
+  EXPECT_EQ("stringLen: Zero const char pointer", messageOf([] { xmldata(nullptr, 1, "", 0); }));
+  EXPECT_EQ(zero, messageOf([] { xmldata("x", -1, "", 0); }));
+  EXPECT_EQ(zero, messageOf([] { xmldata("x", 1, "y", -1); }));
+  const char attrs[] = "a='1' b = \"2 'c'\"\tc=3 d\n=\n'' e  f='x y=1' =z g";
+  xmldata node("tag", 3, attrs, sizeof attrs - 1);
+  EXPECT_EQ(attrs, node._attrs->_str);
+  EXPECT_EQ("tag " + std::string(attrs) + " null",
+            node.tagString() + " " + node.attrsString() + " " + node.ctextString());
+  node.setContext("text", 2);
+  EXPECT_EQ(zero, messageOf([&] { node.setContext("text", -1); }));
+  EXPECT_EQ("te", node.ctextString());
+  node.setContext("text", 0);
+  EXPECT_EQ(nullptr, node._context);
+  node.setContext(nullptr, 3);
+  EXPECT_EQ(nullptr, node._context);
+  const struct {
+    const char* name;
+    bool there;
+    std::string value;
+  } rows[] = {{"a", true, "1"}, {"b", true, "2 'c'"}, {"c", true, "3"},    {"d", true, ""},
+              {"e", true, ""},  {"f", true, "x y=1"}, {"y", false, ""},    {"g", true, ""},
+              {"z", false, ""}, {"", false, ""},      {nullptr, false, ""}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.there, node.hasAttribute(row.name)) << row.name;
+    EXPECT_EQ(row.value, node.attribute(row.name)) << row.name;
+  }
+  EXPECT_EQ("x", xmldata("t", 1, "a='x", 4).attribute("a"));
+  EXPECT_EQ("", xmldata("t", 1, "a=", 2).attribute("a"));
+  EXPECT_FALSE(xmldata("t", 1, nullptr, 2).hasAttribute("a"));
+  EXPECT_EQ(nullptr, node.child("a"));
+  EXPECT_EQ(nullptr, node.child(nullptr));
+}
+
+/// A chain made by hand, deeper than any stack.
+TEST(XmlTree, IsAsDeepAsMemoryAllows) {
+  constexpr int kDepth = 1000000;
+  auto root = std::make_unique<xmldata>("a", 1, nullptr, 0);
+  xmldata* last = root.get();
+  for (int i = 0; i < kDepth; ++i) {
+    last->addData(new xmldata("a", 1, nullptr, 0));
+    last = last->_children.back();
+  }
+  EXPECT_EQ(kDepth * 7U - 3U, dump(*root, 2).size());
+}
+
+}  // namespace
