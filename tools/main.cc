@@ -69,6 +69,8 @@ int run(int argc, char** argv) {
   vu::tool::addClassify(app, exitStatus);
   vu::tool::addSettings(app, exitStatus);
   vu::tool::addSuffixes(app);
+  vu::tool::addXml(app);
+  vu::tool::addPairs(app);
   vu::tool::addCiphers(app);
   vu::tool::addHash(app);
   vu::tool::addStatus(app);

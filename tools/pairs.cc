@@ -1,0 +1,116 @@
+// vu pairs: the name/value pairs of a text.
+
+#include <list>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "tools/command.h"
+#include "tools/input.h"
+#include "tools/options.h"
+#include "tools/output.h"
+#include "tools/rows.h"
+#include "vu/pattern.h"
+
+namespace vu::tool {
+namespace {
+
+enum class PairFormat { tsv, jsonl };
+
+const std::map<std::string, PairFormat> kPairFormats = {{"tsv", PairFormat::tsv},
+                                                        {"jsonl", PairFormat::jsonl}};
+
+struct PairOptions {
+  std::string file = "-";
+  std::string pattern = R"((\w+)=(\w*))";
+  PairFormat format = PairFormat::tsv;
+};
+
+/// Notices matches that give no pair, which a person who wrote the pattern did not mean.
+class WatchedPattern : public NvalPcre {
+ public:
+  explicit WatchedPattern(const std::string& pattern) : NvalPcre(pattern.c_str()) {}
+
+  int execute(const char* subject, int length, int startOffset, int options) override {
+    const int result = NvalPcre::execute(subject, length, startOffset, options);
+    if (result > 0 && result < 3) matchedWithoutPair = true;
+    return result;
+  }
+
+  bool matchedWithoutPair = false;
+};
+
+std::string_view view(const CharSizet_t& piece) { return {piece.data, piece.size}; }
+
+std::string jsonRow(std::string_view name, std::string_view value) {
+  nlohmann::ordered_json row;
+  row["name"] = std::string(name);
+  row["value"] = std::string(value);
+  return row.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+void appendPair(std::string& out, PairFormat format, std::string_view name,
+                std::string_view value) {
+  if (format == PairFormat::jsonl) {
+    out += jsonRow(name, value);
+  } else {
+    appendTabSafe(out, name);
+    out += '\t';
+    appendTabSafe(out, value);
+  }
+  out += '\n';
+}
+
+void run(const PairOptions& options) {
+  const std::string text = readFile(options.file);
+  WatchedPattern pattern(options.pattern);
+  std::list<std::pair<CharSizet_t, CharSizet_t>> pairs;
+  std::string refusal;
+  try {
+    // A length of 0 would mean that a NUL ends the text.
+    if (!text.empty()) {
+      insertNV2List(pairs, pattern, text.data(), static_cast<unsigned int>(text.size()));
+    }
+  } catch (const vu_exception& failure) {
+    refusal = failure.what();
+    if (refusal == "PCRE Output vector too small") {
+      refusal += ": the pattern has more groups than a name and a value; write the others (?:...)";
+    }
+  }
+  std::string rows;
+  for (const auto& [name, value] : pairs) appendPair(rows, options.format, view(name), view(value));
+  writeOut(rows);
+  if (refusal.empty() && pairs.empty() && pattern.matchedWithoutPair) {
+    refusal = "the pattern matches, but never with both of its groups, name and value";
+  }
+  if (!refusal.empty()) throw Refusal(refusal);
+}
+
+}  // namespace
+
+void addPairs(CLI::App& app) {
+  auto options = std::make_shared<PairOptions>();
+  CLI::App* command =
+      app.add_subcommand("pairs", "Print the name/value pairs of a text, a row each");
+  command->add_option("FILE", options->file, "The text; - or nothing is standard input")
+      ->option_text(" ")
+      ->check(isNotEmpty);
+  command
+      ->add_option("--pattern", options->pattern,
+                   "PCRE pattern with two groups, name and value;\n(\\w+)=(\\w*) otherwise")
+      ->option_text("RE");
+  addChoice(*command, "--format", options->format, kPairFormats, "tsv (default) or jsonl");
+  command->footer(
+      "The pattern sees the whole text: \".\" matches a line end, too, and \"^\" and \"$\" those "
+      "of\n"
+      "lines with (?m) in front. docs/pairs.md has patterns for query strings, logs and headers.\n"
+      "In tsv a tab, line end or backslash inside a field is written \\t, \\n, \\r, \\\\.\n"
+      "Exit status: 0 done, 1 something was refused, 2 wrong usage.");
+  command->callback([options] { run(*options); });
+}
+
+}  // namespace vu::tool

@@ -1,0 +1,85 @@
+// vu xml: the tree of a fragment.
+
+#include <map>
+#include <memory>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/command.h"
+#include "tools/input.h"
+#include "tools/options.h"
+#include "tools/output.h"
+#include "vu/pattern.h"
+
+namespace vu::tool {
+namespace {
+
+enum class TreeFormat { tree, xml, compact };
+
+const std::map<std::string, TreeFormat> kTreeFormats = {
+    {"tree", TreeFormat::tree}, {"xml", TreeFormat::xml}, {"compact", TreeFormat::compact}};
+
+struct XmlOptions {
+  std::string file = "-";
+  std::string root = "root";
+  TreeFormat format = TreeFormat::tree;
+};
+
+std::unique_ptr<const xmldata> parse(const std::string& text, const std::string& root) {
+  try {
+    return std::unique_ptr<const xmldata>(vu_pcrexml().execute(text.c_str(), root.c_str()));
+  } catch (const vu_exception& failure) {
+    std::string what = failure.what();
+    if (what == "vu_pcrexml: No Match") {
+      what += " (no element in the text, or behind a \"<\" inside an element)";
+    }
+    throw Refusal(what);
+  }
+}
+
+void run(const XmlOptions& options) {
+  const std::string text = readFile(options.file);
+  if (text.find('\0') != std::string::npos) {
+    throw Refusal(displayName(options.file) + " has a NUL byte in it, which ends an XML text");
+  }
+  const std::unique_ptr<const xmldata> tree = parse(text, options.root);
+  std::stringstream out;
+  switch (options.format) {
+    case TreeFormat::tree:
+      tree->displayText(out, 0);
+      break;
+    case TreeFormat::xml:
+      tree->displayXML(out, 0, 1);
+      break;
+    case TreeFormat::compact:
+      tree->display(0, 2, out);
+      out << '\n';
+      break;
+  }
+  writeOut(out.str());
+}
+
+}  // namespace
+
+void addXml(CLI::App& app) {
+  auto options = std::make_shared<XmlOptions>();
+  CLI::App* command = app.add_subcommand("xml", "Print the tree of an XML fragment");
+  command->add_option("FILE", options->file, "The fragment; - or nothing is standard input")
+      ->option_text(" ")
+      ->check(isNotEmpty);
+  addChoice(
+      *command, "--format", options->format, kTreeFormats,
+      "tree: a line for each element (default).\nxml: indented XML. compact: the elements found,\n"
+      "in one line");
+  command->add_option("--root", options->root, "Name of the root that tree and xml show (root)")
+      ->option_text("NAME")
+      ->check(isNotEmpty);
+  command->footer(
+      "Elements are found as docs/xml.md tells: names of letters, digits and \"_\", attributes in\n"
+      "single quotes, siblings directly behind one another. Anything else ends its level.\n"
+      "Exit status: 0 done, 1 no element was found or the input could not be read, 2 wrong usage.");
+  command->callback([options] { run(*options); });
+}
+
+}  // namespace vu::tool
