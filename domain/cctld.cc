@@ -1,11 +1,14 @@
 // The table of domain suffixes: loading it, and the one algorithm behind all its look-ups.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <vector>
 
 #include "domain/definition_file.h"
 #include "domain/host.h"
+#include "domain/plain_host.h"
 #include "domain/suffix_tree.h"
 #include "vu/domain.h"
 #include "vu/pattern.h"
@@ -13,6 +16,7 @@
 using vu::detail::DefinitionFile;
 using vu::detail::HostScan;
 using vu::detail::LabelsFromRight;
+using vu::detail::PlainHost;
 using vu::detail::SuffixTree;
 
 namespace {
@@ -83,6 +87,25 @@ Cut cutPublicSuffix(const SuffixTree& tree, std::string_view host) noexcept {
   return domain != nullptr ? Cut{VU_SUCCESS, domain} : kPureDomain;
 }
 
+Cut cutName(const SuffixTree& tree, int maxLabels, std::string_view host, vu_match match) noexcept {
+  return match == vu_match::shortest ? cutShortest(tree, maxLabels, host)
+                                     : cutPublicSuffix(tree, host);
+}
+
+/// Whether the table has nothing to say about a host, so that its domain is the last two labels.
+bool isUnlisted(const SuffixTree& tree, const PlainHost& plain, vu_match match) noexcept {
+  if (tree.mayKnow(plain.lastTwo)) return false;
+  return match == vu_match::shortest || !tree.mayHaveWildcard(plain.last);
+}
+
+void setCut(const Cut& cut, vu_domain& result) noexcept {
+  result.status = cut.status;
+  if (cut.start == nullptr) return;
+  const std::string_view host = result.host;
+  result.domain = host.substr(static_cast<std::size_t>(cut.start - host.data()));
+  if (!host.empty() && host.back() == '.') result.domain.remove_suffix(1);
+}
+
 /// Throws what a refusal by `lookup` says; `text` is the URL from its host on.
 [[noreturn]] void refuse(vu_status status, const char* text) {
   switch (status) {
@@ -106,8 +129,33 @@ vu_domain classifyOrThrow(const vu_cctld& table, const char* url, unsigned int& 
   return found;
 }
 
-/// Adds the records of a definition file. Those in front of a bad one stay when this throws.
-int load(const char* path, std::set<std::string>& suffixes, SuffixTree& tree, int& maxLabels) {
+/// The records of a definition file up to its end or the first bad one.
+struct Records {
+  std::string texts;
+  struct Token {
+    std::uint64_t beginning;  ///< Its first eight bytes: most comparisons need no more.
+    std::size_t at;
+    std::size_t length;
+  };
+  std::vector<Token> tokens;
+  int maxLabels = 0;
+  bool complete = false;
+
+  std::string_view text(const Token& token) const {
+    return std::string_view(texts).substr(token.at, token.length);
+  }
+};
+
+/// The first eight bytes as a number that compares as they do; zeros stand for missing ones.
+std::uint64_t beginningOf(std::string_view text) {
+  std::uint64_t number = 0;
+  for (std::size_t i = 0; i < sizeof number; ++i) {
+    number = number << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
+  }
+  return number;
+}
+
+Records readRecords(const char* path) {
   DefinitionFile file(path);
   if (!file.isOpen()) {
     const int error = errno;
@@ -115,25 +163,57 @@ int load(const char* path, std::set<std::string>& suffixes, SuffixTree& tree, in
                        (path != nullptr ? path : "NULL") +
                        "] open error : " + std::strerror(error));
   }
-  int count = 0;
+  Records records;
   while (!file.atEnd()) {
-    if (!file.read()) {
-      throw vu_exception("Top level domain : Read Error at [" + val2str(count + 1) + "]-th record");
-    }
-    // Files are usually in order: the hint then spares the search for the place.
-    const auto place = suffixes.emplace_hint(suffixes.end(), file.token());
-    if (suffixes.size() > static_cast<std::size_t>(count)) {
-      try {
-        tree.insert(*place);
-      } catch (...) {
-        suffixes.erase(place);
-        throw;
-      }
-      ++count;
-    }
-    if (file.labels() > maxLabels) maxLabels = file.labels();
+    if (!file.read()) return records;
+    const std::string_view token = file.token();
+    records.tokens.push_back({beginningOf(token), records.texts.size(), token.size()});
+    records.texts += token;
+    if (file.labels() > records.maxLabels) records.maxLabels = file.labels();
   }
-  return count;
+  records.complete = true;
+  return records;
+}
+
+/// Puts the tokens in order: a set that is filled in order needs no search.
+void sort(Records& records) {
+  std::sort(records.tokens.begin(), records.tokens.end(),
+            [&records](const Records::Token& a, const Records::Token& b) {
+              if (a.beginning != b.beginning) return a.beginning < b.beginning;
+              return records.text(a) < records.text(b);
+            });
+}
+
+/// A table, complete or up to a bad record.
+struct Loaded {
+  std::set<std::string> suffixes;
+  std::unique_ptr<SuffixTree> tree = std::make_unique<SuffixTree>();
+  int count = 0;
+  int maxLabels = 0;
+  bool complete = false;
+
+  /// Throws unless it is complete.
+  void check() const {
+    if (complete) return;
+    throw vu_exception("Top level domain : Read Error at [" + val2str(count + 1) + "]-th record");
+  }
+};
+
+Loaded load(const char* path) {
+  Records records = readRecords(path);
+  sort(records);
+  Loaded loaded;
+  loaded.tree->reserve(records.tokens.size());
+  for (const Records::Token& token : records.tokens) {
+    const std::size_t before = loaded.suffixes.size();
+    const auto place = loaded.suffixes.emplace_hint(loaded.suffixes.end(), records.text(token));
+    if (loaded.suffixes.size() > before) loaded.tree->insert(*place);
+  }
+  loaded.tree->makeFilter();
+  loaded.count = static_cast<int>(loaded.suffixes.size());
+  loaded.maxLabels = records.maxLabels;
+  loaded.complete = records.complete;
+  return loaded;
 }
 
 }  // namespace
@@ -154,21 +234,24 @@ vu_cctld::vu_cctld(const char* tldFile, const char* defaultDomain)
 vu_cctld::~vu_cctld() = default;
 
 int vu_cctld::initSet(const char* path) {
-  SuffixTree empty;
+  auto empty = std::make_unique<SuffixTree>();
   tldSet_.clear();
-  *tree_ = std::move(empty);
-  return load(path, tldSet_, *tree_, maxLabels_);
+  tree_.swap(empty);
+  Loaded loaded = load(path);
+  tldSet_.swap(loaded.suffixes);
+  tree_.swap(loaded.tree);
+  maxLabels_ = std::max(maxLabels_, loaded.maxLabels);
+  loaded.check();
+  return suffixCount();
 }
 
 int vu_cctld::reload(const char* path) {
-  std::set<std::string> suffixes;
-  auto tree = std::make_unique<SuffixTree>();
-  int maxLabels = maxLabels_;
-  const int count = load(path, suffixes, *tree, maxLabels);
-  tldSet_.swap(suffixes);
-  tree_.swap(tree);
-  maxLabels_ = maxLabels;
-  return count;
+  Loaded loaded = load(path);
+  loaded.check();
+  tldSet_.swap(loaded.suffixes);
+  tree_.swap(loaded.tree);
+  maxLabels_ = std::max(maxLabels_, loaded.maxLabels);
+  return suffixCount();
 }
 
 vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
@@ -177,10 +260,25 @@ vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcep
     result.status = VU_COUNTRY_CODE_EMPTY_URL;
     return result;
   }
+  vu::detail::PlainHost plain;
+  if (!vu::detail::findPlainHost(url, plain)) {
+    classifyAny(url, match, result);
+  } else if (isUnlisted(*tree_, plain, match)) {
+    result.host = plain.host;
+    result.domain = plain.lastTwo;
+  } else {
+    result.host = plain.host;
+    setCut(cutName(*tree_, maxLabels_, plain.host, match), result);
+  }
+  return result;
+}
+
+/// The general way: any host at all.
+void vu_cctld::classifyAny(std::string_view url, vu_match match, vu_domain& result) const noexcept {
   const std::string_view host = result.host = vu::detail::cutHost(url);
   if (host.size() > std::numeric_limits<int>::max()) {
     result.status = VU_COUNTRY_CODE_NOT_A_DOMAIN;
-    return result;
+    return;
   }
   const HostScan scan = vu::detail::scanHost(host);
   Cut cut{VU_SUCCESS, host.data()};
@@ -191,16 +289,10 @@ vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcep
     result.isAddress = true;
     result.ipAddress = scan.ipAddress;
   } else if (scan.kind == HostScan::name) {
-    cut = match == vu_match::shortest ? cutShortest(*tree_, maxLabels_, host)
-                                      : cutPublicSuffix(*tree_, host);
+    cut = cutName(*tree_, maxLabels_, host, match);
     if (cut.status == VU_COUNTRY_CODE_TOO_SHORT && !defaultDomain_.empty()) cut.status = VU_SUCCESS;
   }
-  result.status = cut.status;
-  if (cut.start != nullptr) {
-    result.domain = host.substr(static_cast<std::size_t>(cut.start - host.data()));
-    if (!host.empty() && host.back() == '.') result.domain.remove_suffix(1);
-  }
-  return result;
+  setCut(cut, result);
 }
 
 const char* vu_cctld::lookup(const char* url, int& domainLength, unsigned int& ipAddress,

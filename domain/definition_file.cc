@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "vu/foundation.h"
 
@@ -57,13 +58,20 @@ bool DefinitionFile::read() {
 
 bool DefinitionFile::readToken() {
   std::size_t length = 0;
-  for (int c = peek(); c >= 0 && !isSpace(c); c = peek()) {
-    if (length == token_.size()) return false;
-    token_[length++] = static_cast<char>(c);
-    advance();
+  while (peek() >= 0) {  // what of the token is in this block
+    const char* const begin = block_.data() + at_;
+    const char* const blockEnd = block_.data() + size_;
+    const char* const end = std::find_if(begin, blockEnd, vu::detail::isSpace);
+    const auto count = static_cast<std::size_t>(end - begin);
+    if (count > token_.size() - length) return false;
+    std::copy(begin, end, token_.begin() + length);
+    length += count;
+    at_ += count;
+    if (end != blockEnd) break;
   }
-  length_ = static_cast<std::size_t>(std::find(token_.begin(), token_.begin() + length, '\0') -
-                                     token_.begin());
+  const void* const nul = std::memchr(token_.data(), '\0', length);
+  length_ = nul != nullptr ? static_cast<std::size_t>(static_cast<const char*>(nul) - token_.data())
+                           : length;
   return length > 0;
 }
 

@@ -1,8 +1,7 @@
 #include "domain/suffix_tree.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
+#include <functional>
 #include <limits>
 #include <new>
 
@@ -13,34 +12,28 @@ namespace {
 
 constexpr std::size_t kLongestLabel = 1023;  // a token of a definition file is no longer
 
-char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+bool isUpperCase(char c) { return c >= 'A' && c <= 'Z'; }
+char lowerCase(char c) { return isUpperCase(c) ? static_cast<char>(c + ('a' - 'A')) : c; }
 
-std::uint64_t mix(std::uint64_t value) {
-  value *= 0x9E3779B97F4A7C15U;  // 2^64 divided by the golden ratio: Knuth's multiplicative hashing
-  return value ^ value >> 32;
+std::uint32_t hashOf(SuffixTree::Node parent, std::string_view label) {
+  return static_cast<std::uint32_t>(mixKey(textKey(label) + parent));
 }
 
-/// A fixed hash will do: who writes the definition file is trusted not to make labels collide, and
-/// hosts cannot add any.
-std::uint32_t hashOf(SuffixTree::Node parent, std::string_view label) {
-  std::uint64_t hash = mix(parent + (std::uint64_t{label.size()} << 32));
-  while (!label.empty()) {
-    std::uint64_t word = 0;
-    const std::size_t size = std::min(label.size(), sizeof word);
-    std::memcpy(&word, label.data(), size);
-    hash = mix(hash ^ word);
-    label.remove_prefix(size);
-  }
-  return static_cast<std::uint32_t>(hash);
+bool equalsIgnoringCase(std::string_view label, std::string_view lower) {
+  return std::equal(label.begin(), label.end(), lower.begin(), lower.end(),
+                    [](char a, char b) { return lowerCase(a) == b; });
 }
 
 }  // namespace
 
-SuffixTree::SuffixTree() : nodes_(1), slots_(64) {}
+SuffixTree::SuffixTree() : nodes_(1), slots_(64), filter_(1, ~std::uint64_t{0}) {}
+
+void SuffixTree::reserve(std::size_t tokens) {
+  nodes_.reserve(tokens + tokens / 4);
+  while (slots_.size() < nodes_.capacity() * 2) growSlots();
+}
 
 void SuffixTree::insert(std::string_view token) {
-  const Node exact = isHostName(token) ? nodeFor(token) : kNone;
-
   SuffixListing meaning = kRule;
   if (token.substr(0, 1) == "!") {
     meaning = kException;
@@ -50,10 +43,15 @@ void SuffixTree::insert(std::string_view token) {
     token.remove_prefix(2);
   }
   if (!isHostName(token)) return;
-  std::string folded(token);
-  std::transform(folded.begin(), folded.end(), folded.begin(), lowerCase);
-  list(nodeFor(folded), meaning);
-  if (exact != kNone) list(exact, kSuffix);
+  const Node exact = nodeFor(token);
+  Node folded = exact;
+  if (std::any_of(token.begin(), token.end(), isUpperCase)) {
+    std::string lower(token);
+    std::transform(lower.begin(), lower.end(), lower.begin(), lowerCase);
+    folded = nodeFor(lower);
+  }
+  list(folded, meaning);
+  if (meaning == kRule) list(exact, kSuffix);
 }
 
 /// The node of a name, made with all above it where they are missing.
@@ -105,24 +103,52 @@ std::string_view SuffixTree::labelOf(Node node) const noexcept {
   return std::string_view(texts_).substr(nodes_[node].text, nodes_[node].length);
 }
 
-SuffixTree::Node SuffixTree::child(Node parent, std::string_view label) const noexcept {
+template <typename IsLabel>
+SuffixTree::Node SuffixTree::findChild(Node parent, std::string_view label,
+                                       IsLabel isLabel) const noexcept {
   if (label.size() > kLongestLabel) return kNone;
   const std::uint32_t hash = hashOf(parent, label);
   const std::size_t mask = slots_.size() - 1;
   for (std::size_t at = hash & mask; slots_[at].node != kNone; at = (at + 1) & mask) {
     const Node node = slots_[at].node;
-    if (slots_[at].hash == hash && nodes_[node].parent == parent && labelOf(node) == label) {
+    if (slots_[at].hash == hash && nodes_[node].parent == parent && isLabel(label, labelOf(node))) {
       return node;
     }
   }
   return kNone;
 }
 
+SuffixTree::Node SuffixTree::child(Node parent, std::string_view label) const noexcept {
+  return findChild(parent, label, std::equal_to<>());
+}
+
 SuffixTree::Node SuffixTree::childIgnoringCase(Node parent, std::string_view label) const noexcept {
-  if (label.size() > kLongestLabel) return kNone;
-  std::array<char, kLongestLabel> folded;
-  std::transform(label.begin(), label.end(), folded.begin(), lowerCase);
-  return child(parent, {folded.data(), label.size()});
+  return findChild(parent, label, equalsIgnoringCase);
+}
+
+/// What of a node stands in the filter: a pair of labels by its text, a wildcard of a top level.
+/// 0 for nothing.
+std::uint64_t SuffixTree::filterKeyOf(Node node, std::string& buffer) const {
+  const Node parent = nodes_[node].parent;
+  if (parent == kRoot) return (listings(node) & kWildcard) != 0 ? ~textKey(labelOf(node)) : 0;
+  if (nodes_[parent].parent != kRoot) return 0;
+  buffer.assign(labelOf(node)).append(".").append(labelOf(parent));
+  return textKey(buffer);
+}
+
+void SuffixTree::makeFilter() {
+  constexpr std::size_t kBitsPerNode = 16;
+  std::size_t words = 1;
+  while (words * 64 < nodes_.size() * kBitsPerNode) words *= 2;
+  std::vector<std::uint64_t> filter(words);
+  std::string buffer;
+  for (Node node = 1; node < nodes_.size(); ++node) {
+    const std::uint64_t key = filterKeyOf(node, buffer);
+    if (key == 0) continue;
+    const std::uint64_t bit = key & (words * 64 - 1);
+    filter[bit / 64] |= std::uint64_t{1} << bit % 64;
+  }
+  filter_.swap(filter);
 }
 
 }  // namespace vu::detail

@@ -16,6 +16,8 @@
 #include <string_view>
 #include <vector>
 
+#include "domain/text_key.h"
+
 namespace vu::detail {
 
 /// What is listed at a node, as bits.
@@ -34,6 +36,9 @@ class SuffixTree {
 
   SuffixTree();
 
+  /// Makes room for about this many tokens.
+  void reserve(std::size_t tokens);
+
   /// Lists a token of a definition file. One that no host can end in leaves no trace. Throws only
   /// when memory runs out; nothing more is listed then.
   void insert(std::string_view token);
@@ -42,6 +47,17 @@ class SuffixTree {
   Node child(Node parent, std::string_view label) const noexcept;
   /// The same for the label in lower case.
   Node childIgnoringCase(Node parent, std::string_view label) const noexcept;
+
+  /// Arranges the two questions below for what has been inserted; until then they say true. Throws
+  /// only when memory runs out, and has done nothing then.
+  void makeFilter();
+
+  /// False when no suffix of two labels or more can match a host with these last two labels. May be
+  /// true without reason, seldom. Letter case is ignored. One load from memory answers, so most hosts
+  /// need not be walked down the tree.
+  bool mayKnow(std::string_view lastTwo) const noexcept { return mayHold(textKey(lastTwo)); }
+  /// The same for a wildcard in front of a top level.
+  bool mayHaveWildcard(std::string_view top) const noexcept { return mayHold(~textKey(top)); }
 
   /// What is listed at `node`: SuffixListing bits.
   unsigned listings(Node node) const noexcept { return nodes_[node].listings; }
@@ -58,6 +74,8 @@ class SuffixTree {
     Node node;  ///< kNone: the slot is free.
   };
 
+  template <typename IsLabel>
+  Node findChild(Node parent, std::string_view label, IsLabel isLabel) const noexcept;
   Node nodeFor(std::string_view name);
   void list(Node node, SuffixListing listing) noexcept;
   Node addChild(Node parent, std::string_view label);
@@ -65,9 +83,16 @@ class SuffixTree {
   std::string_view labelOf(Node node) const noexcept;
   Slot* freeSlot(std::uint32_t hash) noexcept;
 
+  std::uint64_t filterKeyOf(Node node, std::string& buffer) const;
+  bool mayHold(std::uint64_t key) const noexcept {
+    const std::uint64_t bit = key & (filter_.size() * 64 - 1);
+    return (filter_[bit / 64] >> bit % 64 & 1) != 0;
+  }
+
   std::vector<Entry> nodes_;
   std::vector<Slot> slots_;
   std::string texts_;
+  std::vector<std::uint64_t> filter_;  ///< Bits, by key; a power of two of them.
 };
 
 }  // namespace vu::detail

