@@ -13,6 +13,8 @@ namespace {
 /// Longer names exist nowhere and would only fill the memory of those that count them.
 constexpr std::size_t kLongestCounted = 253;
 
+constexpr std::size_t kLongestAddress = 15;
+
 /// A classified URL, as every form of row shows it.
 struct Row {
   vu_status status;
@@ -26,33 +28,100 @@ std::size_t placeOf(vu_status status) {
       std::find(countedStatuses.begin(), countedStatuses.end(), status) - countedStatuses.begin());
 }
 
-void appendNumber(std::string& out, std::uint32_t number) {
-  char digits[10];
-  out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
-}
+std::string numberOf(vu_status status) { return val2str(static_cast<unsigned int>(status)); }
 
-std::string dotted(std::uint32_t address) {
-  std::string text;
+/// Writes an address in dotted form and returns where it ends, `kLongestAddress` behind at the most.
+char* putDotted(char* at, std::uint32_t address) {
   for (int shift = 24; shift >= 0; shift -= 8) {
-    appendNumber(text, address >> shift & 255U);
-    if (shift > 0) text += '.';
+    at = std::to_chars(at, at + 3, address >> shift & 255U).ptr;
+    if (shift > 0) *at++ = '.';
   }
-  return text;
+  return at;
 }
 
-void appendTabSeparated(std::string& out, const Row& row) {
-  appendNumber(out, row.status);
-  out += '\t';
-  out += statusText(row.status);
-  out += '\t';
-  appendTabSafe(out, row.domain);
-  out += '\t';
-  out += row.address;
-  out += '\t';
-  appendTabSafe(out, row.url);
+/// Writes a field between tabs, twice as long as `text` at the most, and returns where it ends.
+char* putTabSafe(char* at, std::string_view text) {
+  for (const char c : text) {
+    char letter = c;
+    switch (c) {
+      case '\t':
+        letter = 't';
+        break;
+      case '\n':
+        letter = 'n';
+        break;
+      case '\r':
+        letter = 'r';
+        break;
+      case '\\':
+        break;
+      default:
+        *at++ = c;
+        continue;
+    }
+    *at++ = '\\';
+    *at++ = letter;
+  }
+  return at;
 }
 
-void appendQuoted(std::string& out, std::string_view text) {
+/// Tells of each line of a block whether a field between tabs can have it as it is. Such bytes are
+/// rare, so they are looked for ahead of the lines, many bytes at a time.
+class EscapeFinder {
+ public:
+  explicit EscapeFinder(std::string_view block)
+      : next_(block.data()), end_(block.data() + block.size()) {
+    find();
+  }
+
+  /// Lines are asked for in their order.
+  bool isClean(std::string_view line) {
+    if (next_ < line.data()) {
+      next_ = line.data();
+      find();
+    }
+    return next_ >= line.data() + line.size();
+  }
+
+ private:
+  static constexpr std::ptrdiff_t kStep = 64;
+
+  /// Whether a byte is one of these, given the one behind it: a carriage return may belong to the
+  /// line's end. Written without branches, for the compiler to do a row of them at once.
+  static bool isFound(char c, char behind) {
+    return (c == '\t') | (c == '\\') | ((c == '\r') & (behind != '\n'));
+  }
+
+  static bool isInStep(const char* at) {
+    bool found = false;
+    for (std::ptrdiff_t i = 0; i < kStep; ++i) found |= isFound(at[i], at[i + 1]);
+    return found;
+  }
+
+  void find() {
+    while (end_ - next_ > kStep && !isInStep(next_)) next_ += kStep;
+    while (next_ < end_ && !isFound(*next_, next_ + 1 < end_ ? next_[1] : '\n')) ++next_;
+  }
+
+  const char* next_;
+  const char* end_;
+};
+
+/// The columns behind the front: domain, address and URL.
+void appendTabSeparated(Buffer& out, std::string_view front, const Row& row, bool isClean) {
+  const std::size_t fields = row.domain.size() + row.url.size();
+  char* at = out.room(front.size() + (isClean ? fields : 2 * fields) + row.address.size() + 2);
+  const auto putField = [isClean](char* to, std::string_view text) {
+    return isClean ? put(to, text) : putTabSafe(to, text);
+  };
+  at = putField(put(at, front), row.domain);
+  *at++ = '\t';
+  at = put(at, row.address);
+  *at++ = '\t';
+  out.setEnd(putField(at, row.url));
+}
+
+void appendQuoted(Buffer& out, std::string_view text) {
   if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
     out += text;
     return;
@@ -65,8 +134,8 @@ void appendQuoted(std::string& out, std::string_view text) {
   out += '"';
 }
 
-void appendCommaSeparated(std::string& out, const Row& row) {
-  appendNumber(out, row.status);
+void appendCommaSeparated(Buffer& out, const Row& row) {
+  out += numberOf(row.status);
   out += ',';
   out += statusText(row.status);
   out += ',';
@@ -77,7 +146,7 @@ void appendCommaSeparated(std::string& out, const Row& row) {
   appendQuoted(out, row.url);
 }
 
-void appendJson(std::string& out, const Row& row) {
+void appendJson(Buffer& out, const Row& row) {
   using Json = nlohmann::ordered_json;
   const auto textOrNull = [](std::string_view text) { return text.empty() ? Json() : Json(text); };
   const Json object = {{"status", static_cast<std::uint32_t>(row.status)},
@@ -90,7 +159,7 @@ void appendJson(std::string& out, const Row& row) {
 }
 
 /// The columns in front of the URL.
-void appendColumns(std::string& out, std::string_view status, std::string_view text,
+void appendColumns(Buffer& out, std::string_view status, std::string_view text,
                    std::string_view domain, std::string_view address) {
   appendColumn(out, status, 6);
   appendColumn(out, text, 27);
@@ -98,8 +167,8 @@ void appendColumns(std::string& out, std::string_view status, std::string_view t
   appendColumn(out, address, 15);
 }
 
-void appendAligned(std::string& out, const Row& row) {
-  appendColumns(out, val2str(static_cast<unsigned int>(row.status)), statusText(row.status),
+void appendAligned(Buffer& out, const Row& row) {
+  appendColumns(out, numberOf(row.status), statusText(row.status),
                 row.domain.empty() ? "-" : visible(row.domain),
                 row.address.empty() ? "-" : row.address);
   appendVisible(out, row.url);
@@ -118,34 +187,23 @@ const char* statusText(vu_status status) {
   return texts[placeOf(status)];
 }
 
-void appendColumn(std::string& out, std::string_view cell, std::size_t width) {
+template <class Text>
+void appendColumn(Text& out, std::string_view cell, std::size_t width) {
   out += cell;
   out.append(cell.size() < width ? width - cell.size() : 0, ' ');
   out += "  ";
 }
+template void appendColumn(std::string&, std::string_view, std::size_t);
+template void appendColumn(Buffer&, std::string_view, std::size_t);
 
 void appendTabSafe(std::string& out, std::string_view text) {
-  for (const char c : text) {
-    switch (c) {
-      case '\t':
-        out += "\\t";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      default:
-        out += c;
-    }
-  }
+  const std::size_t had = out.size();
+  out.resize(had + 2 * text.size());
+  out.resize(static_cast<std::size_t>(putTabSafe(out.data() + had, text) - out.data()));
 }
 
-void appendVisible(std::string& out, std::string_view text) {
+template <class Text>
+void appendVisible(Text& out, std::string_view text) {
   static constexpr char digits[] = "0123456789abcdef";
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
@@ -160,6 +218,8 @@ void appendVisible(std::string& out, std::string_view text) {
     }
   }
 }
+template void appendVisible(std::string&, std::string_view);
+template void appendVisible(Buffer&, std::string_view);
 
 std::string visible(std::string_view text) {
   std::string shown;
@@ -167,25 +227,36 @@ std::string visible(std::string_view text) {
   return shown;
 }
 
-std::string RowWriter::titles() {
-  std::string line;
-  appendColumns(line, "STATUS", "TEXT", "DOMAIN", "ADDRESS");
-  return line + "URL\n";
+RowWriter::RowWriter(const vu_cctld& table, Choices choices) : table_(table), choices_(choices) {
+  for (std::size_t i = 0; i < fronts_.size(); ++i) {
+    fronts_[i] = numberOf(countedStatuses[i]) + '\t' + statusText(countedStatuses[i]) + '\t';
+  }
 }
 
-void RowWriter::write(std::string_view url, std::string& out, Tally& tally) const {
+std::string RowWriter::titles() {
+  Buffer line;
+  appendColumns(line, "STATUS", "TEXT", "DOMAIN", "ADDRESS");
+  line += "URL\n";
+  return std::string(line.text());
+}
+
+void RowWriter::write(std::string_view url, Escapes escapes, Buffer& out, Tally& tally) const {
   const vu_domain found = table_.classify(url, choices_.match);
+  const std::size_t place = placeOf(found.status);
   ++tally.urls;
-  ++tally.byStatus[placeOf(found.status)];
+  ++tally.byStatus[place];
 
   std::string completed;
-  std::string address;
+  std::array<char, kLongestAddress> address;
   Row row{found.status, found.domain, {}, url};
   if (found.status == VU_SUCCESS && found.domain.data() == nullptr) {
-    completed = std::string(found.host) + "." + table_.defaultDomain();
+    completed.append(found.host).append(".").append(table_.defaultDomain());
     row.domain = completed;
   }
-  if (found.isAddress) row.address = address = dotted(found.ipAddress);
+  if (found.isAddress) {
+    const char* const end = putDotted(address.data(), found.ipAddress);
+    row.address = {address.data(), static_cast<std::size_t>(end - address.data())};
+  }
   if (choices_.countDomains && !row.domain.empty() && row.domain.size() <= kLongestCounted) {
     ++tally.domains[std::string(row.domain)];
   }
@@ -196,7 +267,7 @@ void RowWriter::write(std::string_view url, std::string& out, Tally& tally) cons
       appendAligned(out, row);
       break;
     case RowFormat::tsv:
-      appendTabSeparated(out, row);
+      appendTabSeparated(out, fronts_[place], row, escapes == noEscapes);
       break;
     case RowFormat::csv:
       appendCommaSeparated(out, row);
@@ -208,8 +279,12 @@ void RowWriter::write(std::string_view url, std::string& out, Tally& tally) cons
   out += '\n';
 }
 
-void RowWriter::writeLines(std::string_view block, std::string& out, Tally& tally) const {
-  while (!block.empty()) write(takeLine(block), out, tally);
+void RowWriter::writeLines(std::string_view block, Buffer& out, Tally& tally) const {
+  EscapeFinder finder(block);
+  while (!block.empty()) {
+    const std::string_view url = takeLine(block);
+    write(url, finder.isClean(url) ? noEscapes : mayNeedEscapes, out, tally);
+  }
 }
 
 }  // namespace vu::tool
