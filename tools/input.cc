@@ -72,14 +72,6 @@ bool LineBlocks::readMore(Buffer& block) {
   return !atEnd_;
 }
 
-std::string_view takeLine(std::string_view& block) {
-  const std::size_t lineEnd = block.find('\n');
-  std::string_view line = block.substr(0, lineEnd);
-  block.remove_prefix(lineEnd == std::string_view::npos ? block.size() : lineEnd + 1);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  return line;
-}
-
 bool LineBlocks::moreIsThere() const {
   pollfd waiting{file_.number(), POLLIN, 0};
   return poll(&waiting, 1, 0) > 0;

@@ -39,7 +39,13 @@ class LineBlocks {
 
 /// Cuts the first line off `block` and returns it without its line end, "\n" or "\r\n", which the last
 /// line may lack.
-std::string_view takeLine(std::string_view& block);
+inline std::string_view takeLine(std::string_view& block) {
+  const std::size_t lineEnd = block.find('\n');
+  std::string_view line = block.substr(0, lineEnd);
+  block.remove_prefix(lineEnd == std::string_view::npos ? block.size() : lineEnd + 1);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
 
 /// Throws Refusal when `path` names a file that cannot be opened or is a directory.
 void checkReadable(const std::string& path);

@@ -62,9 +62,7 @@ class RowWriter {
   static std::string titles();
 
   /// Adds the row of one URL to `out` and counts it in `tally`.
-  void write(std::string_view url, Buffer& out, Tally& tally) const {
-    write(url, mayNeedEscapes, out, tally);
-  }
+  void write(std::string_view url, Buffer& out, Tally& tally) const;
 
   /// The same for every line of `block`; "\n" and "\r\n" end a line, the last end may be missing.
   void writeLines(std::string_view block, Buffer& out, Tally& tally) const;
@@ -73,7 +71,8 @@ class RowWriter {
   /// Whether a URL has bytes that a field between tabs cannot have as they are.
   enum Escapes { noEscapes, mayNeedEscapes };
 
-  void write(std::string_view url, Escapes escapes, Buffer& out, Tally& tally) const;
+  void write(const vu_domain& found, std::string_view url, Escapes escapes, Buffer& out,
+             Tally& tally) const;
 
   const vu_cctld& table_;
   Choices choices_;
