@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support.h"
+#include "vu/domain.h"
 
 using vu::test::TemporaryFile;
 
@@ -90,6 +91,10 @@ TEST(Tool, AnswersEveryCommandLine) {
       {tsv + "'[a.b,c.d]' '[::1]'", "", 1, "\t[a.b,c.d]\n0\tOPERATION SUCCESS\t[\t\t[::1]\n", ""},
       {"vu classify --summary -d corp.xy" + s, "h\nh\n", 0, "h.corp.xy", "2  h.corp.xy  ####"},
       {"seq -f x%.0f.com 70000 | vu classify --summary" + s + ">/dev/null", "", 0, "", "too low"},
+      {"yes a.b.xy | head -n 200000 | vu classify --summary -j 1" + s + ">/dev/null", "", 0, "",
+       "200,000  100.0 %    0 OPERATION SUCCESS\n\nMost frequent domains\n       200,000  b.xy"},
+      {"yes a.b.xy | head -n 200000 | vu classify --summary -j 2" + s + ">/dev/null", "", 0, "",
+       "200,000  100.0 %    0 OPERATION SUCCESS\n\nMost frequent domains\n       200,000  b.xy"},
       {"vu classify a.b -d .corp", "", 2, "", "not a domain name: .corp"},
       {"vu classify a.b --suffixes ''", "", 2, "", "the name is empty"},
       {"vu status >/dev/full", "", 1, "", "vu: cannot write standard output: No space left"},
@@ -296,6 +301,79 @@ TEST(Tool, RowsStayInOrder) {
     EXPECT_TRUE(expected == run("cat | vu classify" + options, input).out) << threads;
     EXPECT_TRUE(expected == run("vu classify" + options + " --file " + file.path()).out) << threads;
   }
+}
+
+/// A field of a tsv row, told plainly.
+std::string tabSafe(std::string_view text) {
+  std::string safe;
+  for (const char c : text) {
+    const std::size_t kind = std::string_view("\t\n\r\\").find(c);
+    safe += kind == std::string_view::npos ? std::string(1, c) : std::string("\\") + "tnr\\"[kind];
+  }
+  return safe;
+}
+
+/// The tsv row of a URL, told plainly.
+std::string plainRow(const vu_cctld& table, std::string_view url) {
+  const vu_domain found = table.classify(url);
+  std::string domain(found.domain);
+  if (found.status == VU_SUCCESS && found.domain.data() == nullptr) {
+    domain = std::string(found.host) + "." + table.defaultDomain();
+  }
+  std::ostringstream row;
+  row << found.status << '\t' << findStringByValue(found.status, statusTable, 10001) << '\t'
+      << tabSafe(domain) << '\t';
+  for (int shift = 24; found.isAddress && shift >= 0; shift -= 8) {
+    row << (found.ipAddress >> shift & 255U) << (shift > 0 ? "." : "");
+  }
+  row << '\t' << tabSafe(url) << '\n';
+  return row.str();
+}
+
+/// Lines that share their beginnings with the line before, in blocks cut anywhere.
+TEST(Tool, RowsAgreeWithThePlainTelling) {
+  const TemporaryFile suffixes("co.xy 3\nb.co.xy 4\n");
+  const vu_cctld table(suffixes.path(), "corp.xy");
+  const std::vector<std::string> begins = {"http://", "http://", "://",
+                                           "",        "x:",      "a.longer.one://"};
+  const std::vector<std::string> pieces = {"a",
+                                           "b",
+                                           "co.xy",
+                                           "a.b.co.xy",
+                                           "1.2.3.4",
+                                           "254.",
+                                           ".",
+                                           "/",
+                                           ":",
+                                           "://",
+                                           "\t",
+                                           "\\",
+                                           "\r",
+                                           "\xff",
+                                           " ",
+                                           "@",
+                                           std::string(1, '\0')};
+  std::mt19937 random(6);
+  std::string input;
+  std::string expected;
+  std::string url;
+  for (int i = 0; i < 100000; ++i) {
+    if (random() % 3 == 0) url = begins[random() % begins.size()];
+    url.resize(std::min<std::size_t>(url.size(), random() % 40));
+    url += vu::test::randomText(random, pieces, 4);
+    if (i % 10000 == 9999) url += "/" + std::string(100000 + random() % 300000, 'c');
+    const bool hasReturn = url.empty() || url.back() == '\r' || random() % 8 == 0;
+    input += url + (hasReturn ? "\r\n" : "\n");
+    expected += plainRow(table, url);
+  }
+  input += "http://last.xy";
+  expected += plainRow(table, "http://last.xy");
+  const TemporaryFile file(input);
+  const std::string classify =
+      std::string("vu classify --format tsv -d corp.xy -s ") + suffixes.path();
+  EXPECT_TRUE(expected == run(classify + " -j 1 -f " + file.path()).out);
+  EXPECT_TRUE(expected == run(classify + " -j 3 -f " + file.path()).out);
+  EXPECT_TRUE(expected == run("cat | " + classify + " -j 2", input).out);
 }
 
 /// The largest memory, in KiB, of a shell command line and its children.

@@ -12,6 +12,7 @@
 #include <memory>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -81,8 +82,8 @@ class Progress {
 
 /// A block of lines with what became of it.
 struct Batch {
-  std::string lines;
-  std::string rows;
+  Buffer lines;
+  Buffer rows;
   Tally tally;
 };
 
@@ -99,19 +100,20 @@ class Classifier {
 
   void classifyFile(const std::string& path) {
     LineBlocks blocks(path);
-    auto lines = std::make_unique<Batch>();
-    while (blocks.next(lines->lines)) {
+    std::unique_ptr<Batch> batch = emptyBatch();
+    while (blocks.next(batch->lines)) {
       if (threads_ > 1 && blocks.wasFull()) {
-        start(std::move(lines));
+        start(std::move(batch));
+        batch = emptyBatch();
       } else {
         // Little is there: whoever feeds us may be waiting for its rows.
         finishAll();
-        writer_.writeLines(lines->lines, lines->rows, lines->tally);
-        finish(*lines);
+        writeRows(*batch);
+        finish(*batch);
       }
-      lines = std::make_unique<Batch>();
     }
     finishAll();
+    spare_.push_back(std::move(batch));
   }
 
   Summary& summary() { return summary_; }
@@ -123,11 +125,21 @@ class Classifier {
     std::future<void> done;
   };
 
+  /// Batches are used again: fresh memory costs more than to write a row there.
+  std::unique_ptr<Batch> emptyBatch() {
+    if (spare_.empty()) return std::make_unique<Batch>();
+    std::unique_ptr<Batch> batch = std::move(spare_.back());
+    spare_.pop_back();
+    return batch;
+  }
+
+  void writeRows(Batch& batch) const {
+    writer_.writeLines(batch.lines.text(), batch.rows, batch.tally);
+  }
+
   void start(std::unique_ptr<Batch> batch) {
     if (working_.size() == threads_) finishFirst();
-    const auto work = [this, mine = batch.get()] {
-      writer_.writeLines(mine->lines, mine->rows, mine->tally);
-    };
+    const auto work = [this, mine = batch.get()] { writeRows(*mine); };
     std::future<void> done;
     try {
       done = std::async(std::launch::async, work);
@@ -143,20 +155,24 @@ class Classifier {
     working_.pop_front();
     first.done.get();
     finish(*first.batch);
+    spare_.push_back(std::move(first.batch));
   }
 
   void finishAll() {
     while (!working_.empty()) finishFirst();
   }
 
-  void finish(const Batch& batch) {
+  void finish(Batch& batch) {
     summary_.add(batch.tally);
     progress_.show(summary_.urls());
-    writeOut(batch.rows);
+    writeOut(batch.rows.text());
+    batch.rows.clear();
+    batch.tally = Tally();
   }
 
   RowWriter writer_;
   std::size_t threads_;
+  std::vector<std::unique_ptr<Batch>> spare_;
   std::deque<Working> working_;
   Summary summary_;
   Progress progress_;

@@ -71,8 +71,8 @@ void hashLines(Hash hash) {
   LineBlocks blocks("-");
   std::string rows;
   unsigned long number = 0;
-  for (std::string block; blocks.next(block); rows.clear()) {
-    for (std::string_view lines = block; !lines.empty();) {
+  for (Buffer block; blocks.next(block); rows.clear()) {
+    for (std::string_view lines = block.text(); !lines.empty();) {
       ++number;
       try {
         appendRow(rows, hash, takeLine(lines));

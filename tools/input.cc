@@ -13,7 +13,7 @@
 namespace vu::tool {
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{1} << 20;
+constexpr std::size_t kBlock = std::size_t{1} << 18;
 constexpr std::size_t kLongest = INT_MAX;  // of a line, and of a file that is read whole
 
 int openOrStandardInput(const std::string& path) {
@@ -35,14 +35,15 @@ std::string displayName(const std::string& path) { return path == "-" ? "standar
 LineBlocks::LineBlocks(const std::string& path)
     : path_(displayName(path)), file_(openOrStandardInput(path)) {}
 
-bool LineBlocks::next(std::string& block) {
+bool LineBlocks::next(Buffer& block) {
   block.clear();
-  block.swap(rest_);
+  block += rest_.text();
+  rest_.clear();
   std::size_t lines = 0;  // the bytes of whole lines
   std::size_t searched = 0;
   while (!atEnd_ && (lines == 0 || (block.size() < kBlock && moreIsThere()))) {
     if (!readMore(block)) break;
-    const std::size_t lineEnd = std::string_view(block).substr(searched).rfind('\n');
+    const std::size_t lineEnd = block.text().substr(searched).rfind('\n');
     if (lineEnd != std::string_view::npos) lines = searched + lineEnd + 1;
     searched = block.size();
     if (lines == 0 && searched > kLongest) {
@@ -50,32 +51,25 @@ bool LineBlocks::next(std::string& block) {
     }
   }
   wasFull_ = block.size() >= kBlock;
-  if (atEnd_) return !block.empty();
-  rest_ = block.substr(lines);
-  block.resize(lines);
+  if (atEnd_) return block.size() > 0;
+  rest_ += block.text().substr(lines);
+  block.truncate(lines);
   return true;
 }
 
 /// Adds what one read gives to `block`; false at the end of the file.
-bool LineBlocks::readMore(std::string& block) {
-  const std::size_t had = block.size();
-  block.resize(had + kBlock);
+bool LineBlocks::readMore(Buffer& block) {
+  // A block that is full goes on only when it is the beginning of a long line.
+  const std::size_t wanted = block.size() < kBlock ? kBlock - block.size() : kBlock;
+  char* const room = block.room(wanted);
   ssize_t got = 0;
   do {
-    got = read(file_.number(), block.data() + had, kBlock);
+    got = read(file_.number(), room, wanted);
   } while (got < 0 && shouldTryAgain(file_.number(), POLLIN));
-  block.resize(had + static_cast<std::size_t>(got < 0 ? 0 : got));
   if (got < 0) refuse("cannot read " + path_);
+  block.setEnd(room + got);
   atEnd_ = got == 0;
   return !atEnd_;
-}
-
-std::string_view takeLine(std::string_view& block) {
-  const std::size_t lineEnd = block.find('\n');
-  std::string_view line = block.substr(0, lineEnd);
-  block.remove_prefix(lineEnd == std::string_view::npos ? block.size() : lineEnd + 1);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  return line;
 }
 
 bool LineBlocks::moreIsThere() const {
@@ -107,7 +101,7 @@ bool isSameStream(const std::string& path, const std::string& other) {
 std::string readFile(const std::string& path) {
   LineBlocks blocks(path);
   std::string text;
-  for (std::string block; blocks.next(block); text += block) {
+  for (Buffer block; blocks.next(block); text += block.text()) {
     if (text.size() + block.size() > kLongest) {
       throw Refusal(displayName(path) + " is too large: it has more than 2147483647 bytes");
     }
@@ -117,9 +111,9 @@ std::string readFile(const std::string& path) {
 
 std::string readFirstLine(const std::string& path) {
   LineBlocks blocks(path);
-  std::string block;
+  Buffer block;
   blocks.next(block);
-  std::string_view lines = block;
+  std::string_view lines = block.text();
   return std::string(takeLine(lines));
 }
 

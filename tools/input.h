@@ -7,37 +7,45 @@
 #include <string>
 #include <string_view>
 
+#include "tools/buffer.h"
 #include "tools/descriptor.h"
 
 namespace vu::tool {
 
-/// Reads a file in blocks of whole lines, as many as can be had without waiting, about a megabyte.
+/// Reads a file in blocks of whole lines, as many as can be had without waiting, up to a
+/// quarter of a megabyte: rows and lines of one block then fit into a core's own cache.
 class LineBlocks {
  public:
   /// `path` names the file in messages and is opened by the constructor; "-" is standard input.
   explicit LineBlocks(const std::string& path);
 
-  /// Puts the next block into `block`, each line with its line end; the last one may lack it. False
+  /// Puts the next block in place of `block`, each line with its line end; the last one may lack it. False
   /// at the end of the file. Throws Refusal, also for a line of 2 GiB or more.
-  bool next(std::string& block);
+  bool next(Buffer& block);
 
   /// Whether the last block was cut at its full size, so that more is likely to be there already.
   bool wasFull() const { return wasFull_; }
 
  private:
-  bool readMore(std::string& block);
+  bool readMore(Buffer& block);
   bool moreIsThere() const;
 
   std::string path_;
   Descriptor file_;
-  std::string rest_;
+  Buffer rest_;
   bool atEnd_ = false;
   bool wasFull_ = false;
 };
 
 /// Cuts the first line off `block` and returns it without its line end, "\n" or "\r\n", which the last
 /// line may lack.
-std::string_view takeLine(std::string_view& block);
+inline std::string_view takeLine(std::string_view& block) {
+  const std::size_t lineEnd = block.find('\n');
+  std::string_view line = block.substr(0, lineEnd);
+  block.remove_prefix(lineEnd == std::string_view::npos ? block.size() : lineEnd + 1);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
 
 /// Throws Refusal when `path` names a file that cannot be opened or is a directory.
 void checkReadable(const std::string& path);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 
 #include <nlohmann/json.hpp>
 
@@ -12,6 +13,8 @@ namespace {
 
 /// Longer names exist nowhere and would only fill the memory of those that count them.
 constexpr std::size_t kLongestCounted = 253;
+
+constexpr std::size_t kLongestAddress = 15;
 
 /// A classified URL, as every form of row shows it.
 struct Row {
@@ -26,33 +29,139 @@ std::size_t placeOf(vu_status status) {
       std::find(countedStatuses.begin(), countedStatuses.end(), status) - countedStatuses.begin());
 }
 
-void appendNumber(std::string& out, std::uint32_t number) {
-  char digits[10];
-  out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
-}
+std::string numberOf(vu_status status) { return val2str(static_cast<unsigned int>(status)); }
 
-std::string dotted(std::uint32_t address) {
-  std::string text;
+/// Writes an address in dotted form and returns where it ends, `kLongestAddress` behind at the most.
+char* putDotted(char* at, std::uint32_t address) {
   for (int shift = 24; shift >= 0; shift -= 8) {
-    appendNumber(text, address >> shift & 255U);
-    if (shift > 0) text += '.';
+    at = std::to_chars(at, at + 3, address >> shift & 255U).ptr;
+    if (shift > 0) *at++ = '.';
   }
-  return text;
+  return at;
 }
 
-void appendTabSeparated(std::string& out, const Row& row) {
-  appendNumber(out, row.status);
-  out += '\t';
-  out += statusText(row.status);
-  out += '\t';
-  appendTabSafe(out, row.domain);
-  out += '\t';
-  out += row.address;
-  out += '\t';
-  appendTabSafe(out, row.url);
+/// Writes a field between tabs, twice as long as `text` at the most, and returns where it ends.
+char* putTabSafe(char* at, std::string_view text) {
+  for (const char c : text) {
+    char letter = c;
+    switch (c) {
+      case '\t':
+        letter = 't';
+        break;
+      case '\n':
+        letter = 'n';
+        break;
+      case '\r':
+        letter = 'r';
+        break;
+      case '\\':
+        break;
+      default:
+        *at++ = c;
+        continue;
+    }
+    *at++ = '\\';
+    *at++ = letter;
+  }
+  return at;
 }
 
-void appendQuoted(std::string& out, std::string_view text) {
+/// Tells of each line of a block whether a field between tabs can have it as it is. Bytes that it
+/// cannot have are rare: each kind is looked for far ahead of the lines, at memchr's speed.
+class EscapeFinder {
+ public:
+  explicit EscapeFinder(std::string_view block) : end_(block.data() + block.size()) {
+    next_.fill(block.data());
+    if (!block.empty()) findFrom(block.data());
+  }
+
+  /// Lines, less their line ends, are asked for in their order.
+  bool isClean(std::string_view line) {
+    const char* const lineEnd = line.data() + line.size();
+    if (first_ >= lineEnd) return true;
+    findFrom(line.data());
+    return first_ >= lineEnd;
+  }
+
+ private:
+  static constexpr std::array<char, 3> kinds = {'\t', '\r', '\\'};
+
+  void findFrom(const char* start) {
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+      if (next_[i] > start) continue;
+      const void* const found =
+          std::memchr(start, kinds[i], static_cast<std::size_t>(end_ - start));
+      next_[i] = found != nullptr ? static_cast<const char*>(found) : end_;
+    }
+    first_ = *std::min_element(next_.begin(), next_.end());
+  }
+
+  const char* end_;
+  std::array<const char*, kinds.size()> next_{};  ///< Where the next byte of each kind stands.
+  const char* first_ = end_;                      ///< The first of them.
+};
+
+/// Looks up the lines of a block. Lists of URLs are often sorted, or kept site by site, so that a
+/// line has the host of the line before it: then what was found there holds here too.
+class LookUp {
+ public:
+  LookUp(const vu_cctld& table, vu_match match) : table_(table), match_(match) {}
+
+  /// The last URL has to be where it was still.
+  const vu_domain& classify(std::string_view url) {
+    if (beginsAsBefore(url)) {
+      found_.host = moved(found_.host, url);
+      if (found_.domain.data() != nullptr) found_.domain = moved(found_.domain, url);
+      begin_ = url.substr(0, begin_.size());
+    } else {
+      found_ = table_.classify(url, match_);
+      begin_ = beginOf(url);
+    }
+    return found_;
+  }
+
+ private:
+  /// What decides alone about the result: a URL from its scheme to the byte behind its host. Empty
+  /// when it lacks either: another URL may then have the same bytes and yet another host.
+  std::string_view beginOf(std::string_view url) const {
+    const auto hostEnd =
+        static_cast<std::size_t>(found_.host.data() - url.data()) + found_.host.size();
+    const bool isBounded = found_.host.data() != url.data() && hostEnd < url.size();
+    return url.substr(0, isBounded ? hostEnd + 1 : 0);
+  }
+
+  bool beginsAsBefore(std::string_view url) const {
+    const std::size_t size = begin_.size();
+    // The byte behind the host tells most others at once.
+    return size > 0 && url.size() >= size && url[size - 1] == begin_[size - 1] &&
+           url.substr(0, size) == begin_;
+  }
+
+  std::string_view moved(std::string_view part, std::string_view url) const {
+    return url.substr(static_cast<std::size_t>(part.data() - begin_.data()), part.size());
+  }
+
+  const vu_cctld& table_;
+  vu_match match_;
+  vu_domain found_{};
+  std::string_view begin_;
+};
+
+/// The columns behind the front: domain, address and URL.
+void appendTabSeparated(Buffer& out, std::string_view front, const Row& row, bool isClean) {
+  const std::size_t fields = row.domain.size() + row.url.size();
+  char* at = out.room(front.size() + (isClean ? fields : 2 * fields) + row.address.size() + 2);
+  const auto putField = [isClean](char* to, std::string_view text) {
+    return isClean ? put(to, text) : putTabSafe(to, text);
+  };
+  at = putField(put(at, front), row.domain);
+  *at++ = '\t';
+  at = put(at, row.address);
+  *at++ = '\t';
+  out.setEnd(putField(at, row.url));
+}
+
+void appendQuoted(Buffer& out, std::string_view text) {
   if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
     out += text;
     return;
@@ -65,8 +174,8 @@ void appendQuoted(std::string& out, std::string_view text) {
   out += '"';
 }
 
-void appendCommaSeparated(std::string& out, const Row& row) {
-  appendNumber(out, row.status);
+void appendCommaSeparated(Buffer& out, const Row& row) {
+  out += numberOf(row.status);
   out += ',';
   out += statusText(row.status);
   out += ',';
@@ -77,7 +186,7 @@ void appendCommaSeparated(std::string& out, const Row& row) {
   appendQuoted(out, row.url);
 }
 
-void appendJson(std::string& out, const Row& row) {
+void appendJson(Buffer& out, const Row& row) {
   using Json = nlohmann::ordered_json;
   const auto textOrNull = [](std::string_view text) { return text.empty() ? Json() : Json(text); };
   const Json object = {{"status", static_cast<std::uint32_t>(row.status)},
@@ -90,7 +199,7 @@ void appendJson(std::string& out, const Row& row) {
 }
 
 /// The columns in front of the URL.
-void appendColumns(std::string& out, std::string_view status, std::string_view text,
+void appendColumns(Buffer& out, std::string_view status, std::string_view text,
                    std::string_view domain, std::string_view address) {
   appendColumn(out, status, 6);
   appendColumn(out, text, 27);
@@ -98,8 +207,8 @@ void appendColumns(std::string& out, std::string_view status, std::string_view t
   appendColumn(out, address, 15);
 }
 
-void appendAligned(std::string& out, const Row& row) {
-  appendColumns(out, val2str(static_cast<unsigned int>(row.status)), statusText(row.status),
+void appendAligned(Buffer& out, const Row& row) {
+  appendColumns(out, numberOf(row.status), statusText(row.status),
                 row.domain.empty() ? "-" : visible(row.domain),
                 row.address.empty() ? "-" : row.address);
   appendVisible(out, row.url);
@@ -118,34 +227,23 @@ const char* statusText(vu_status status) {
   return texts[placeOf(status)];
 }
 
-void appendColumn(std::string& out, std::string_view cell, std::size_t width) {
+template <class Text>
+void appendColumn(Text& out, std::string_view cell, std::size_t width) {
   out += cell;
   out.append(cell.size() < width ? width - cell.size() : 0, ' ');
   out += "  ";
 }
+template void appendColumn(std::string&, std::string_view, std::size_t);
+template void appendColumn(Buffer&, std::string_view, std::size_t);
 
 void appendTabSafe(std::string& out, std::string_view text) {
-  for (const char c : text) {
-    switch (c) {
-      case '\t':
-        out += "\\t";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      default:
-        out += c;
-    }
-  }
+  const std::size_t had = out.size();
+  out.resize(had + 2 * text.size());
+  out.resize(static_cast<std::size_t>(putTabSafe(out.data() + had, text) - out.data()));
 }
 
-void appendVisible(std::string& out, std::string_view text) {
+template <class Text>
+void appendVisible(Text& out, std::string_view text) {
   static constexpr char digits[] = "0123456789abcdef";
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
@@ -160,6 +258,8 @@ void appendVisible(std::string& out, std::string_view text) {
     }
   }
 }
+template void appendVisible(std::string&, std::string_view);
+template void appendVisible(Buffer&, std::string_view);
 
 std::string visible(std::string_view text) {
   std::string shown;
@@ -167,25 +267,40 @@ std::string visible(std::string_view text) {
   return shown;
 }
 
-std::string RowWriter::titles() {
-  std::string line;
-  appendColumns(line, "STATUS", "TEXT", "DOMAIN", "ADDRESS");
-  return line + "URL\n";
+RowWriter::RowWriter(const vu_cctld& table, Choices choices) : table_(table), choices_(choices) {
+  for (std::size_t i = 0; i < fronts_.size(); ++i) {
+    fronts_[i] = numberOf(countedStatuses[i]) + '\t' + statusText(countedStatuses[i]) + '\t';
+  }
 }
 
-void RowWriter::write(std::string_view url, std::string& out, Tally& tally) const {
-  const vu_domain found = table_.classify(url, choices_.match);
+std::string RowWriter::titles() {
+  Buffer line;
+  appendColumns(line, "STATUS", "TEXT", "DOMAIN", "ADDRESS");
+  line += "URL\n";
+  return std::string(line.text());
+}
+
+void RowWriter::write(std::string_view url, Buffer& out, Tally& tally) const {
+  write(table_.classify(url, choices_.match), url, mayNeedEscapes, out, tally);
+}
+
+void RowWriter::write(const vu_domain& found, std::string_view url, Escapes escapes, Buffer& out,
+                      Tally& tally) const {
+  const std::size_t place = placeOf(found.status);
   ++tally.urls;
-  ++tally.byStatus[placeOf(found.status)];
+  ++tally.byStatus[place];
 
   std::string completed;
-  std::string address;
+  std::array<char, kLongestAddress> address;
   Row row{found.status, found.domain, {}, url};
   if (found.status == VU_SUCCESS && found.domain.data() == nullptr) {
-    completed = std::string(found.host) + "." + table_.defaultDomain();
+    completed.append(found.host).append(".").append(table_.defaultDomain());
     row.domain = completed;
   }
-  if (found.isAddress) row.address = address = dotted(found.ipAddress);
+  if (found.isAddress) {
+    const char* const end = putDotted(address.data(), found.ipAddress);
+    row.address = {address.data(), static_cast<std::size_t>(end - address.data())};
+  }
   if (choices_.countDomains && !row.domain.empty() && row.domain.size() <= kLongestCounted) {
     ++tally.domains[std::string(row.domain)];
   }
@@ -196,7 +311,7 @@ void RowWriter::write(std::string_view url, std::string& out, Tally& tally) cons
       appendAligned(out, row);
       break;
     case RowFormat::tsv:
-      appendTabSeparated(out, row);
+      appendTabSeparated(out, fronts_[place], row, escapes == noEscapes);
       break;
     case RowFormat::csv:
       appendCommaSeparated(out, row);
@@ -208,8 +323,14 @@ void RowWriter::write(std::string_view url, std::string& out, Tally& tally) cons
   out += '\n';
 }
 
-void RowWriter::writeLines(std::string_view block, std::string& out, Tally& tally) const {
-  while (!block.empty()) write(takeLine(block), out, tally);
+void RowWriter::writeLines(std::string_view block, Buffer& out, Tally& tally) const {
+  EscapeFinder finder(block);
+  LookUp lookUp(table_, choices_.match);
+  while (!block.empty()) {
+    const std::string_view url = takeLine(block);
+    const Escapes escapes = finder.isClean(url) ? noEscapes : mayNeedEscapes;
+    write(lookUp.classify(url), url, escapes, out, tally);
+  }
 }
 
 }  // namespace vu::tool

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "tools/buffer.h"
 #include "vu/domain.h"
 
 namespace vu::tool {
@@ -31,16 +32,19 @@ inline constexpr std::array<vu_status, 5> countedStatuses = {
 const char* statusText(vu_status status);
 
 /// Adds a text as a terminal may be shown it, which obeys control characters: everything but
-/// printable ASCII becomes "\xNN", and a backslash "\\".
-void appendVisible(std::string& out, std::string_view text);
+/// printable ASCII becomes "\xNN", and a backslash "\\". `Text` is std::string or Buffer.
+template <class Text>
+void appendVisible(Text& out, std::string_view text);
 std::string visible(std::string_view text);
 
 /// Adds a text as a field between tabs, in which tabs, line ends and backslashes would end it or be
 /// taken for such: "\t", "\n", "\r", "\\".
 void appendTabSafe(std::string& out, std::string_view text);
 
-/// Adds a cell of an aligned table: padded to `width`, with two blanks behind it.
-void appendColumn(std::string& out, std::string_view cell, std::size_t width);
+/// Adds a cell of an aligned table: padded to `width`, with two blanks behind it. `Text` is
+/// std::string or Buffer.
+template <class Text>
+void appendColumn(Text& out, std::string_view cell, std::size_t width);
 
 /// Classifies URLs and writes their rows. Threads: one writer may serve several at once.
 class RowWriter {
@@ -52,20 +56,28 @@ class RowWriter {
     bool countDomains = false;
   };
 
-  RowWriter(const vu_cctld& table, Choices choices) : table_(table), choices_(choices) {}
+  RowWriter(const vu_cctld& table, Choices choices);
 
   /// The titles of the table form, with a line end.
   static std::string titles();
 
   /// Adds the row of one URL to `out` and counts it in `tally`.
-  void write(std::string_view url, std::string& out, Tally& tally) const;
+  void write(std::string_view url, Buffer& out, Tally& tally) const;
 
   /// The same for every line of `block`; "\n" and "\r\n" end a line, the last end may be missing.
-  void writeLines(std::string_view block, std::string& out, Tally& tally) const;
+  void writeLines(std::string_view block, Buffer& out, Tally& tally) const;
 
  private:
+  /// Whether a URL has bytes that a field between tabs cannot have as they are.
+  enum Escapes { noEscapes, mayNeedEscapes };
+
+  void write(const vu_domain& found, std::string_view url, Escapes escapes, Buffer& out,
+             Tally& tally) const;
+
   const vu_cctld& table_;
   Choices choices_;
+  /// What the tsv row of a URL begins with: its status, in the order of `countedStatuses`.
+  std::array<std::string, countedStatuses.size()> fronts_;
 };
 
 }  // namespace vu::tool
