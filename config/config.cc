@@ -9,12 +9,12 @@
 
 namespace {
 
-using Entries = std::map<std::string, config_obj>;
-using Origins = std::map<std::string, std::string>;
+using vu::detail::Setting;
+using vu::detail::Settings;
 
 /// The entry of a name; a null name has none.
-Entries::const_iterator find(const Entries& entries, const char* name) {
-  return name != nullptr ? entries.find(name) : entries.end();
+Settings::const_iterator find(const Settings& settings, const char* name) {
+  return name != nullptr ? settings.find(name) : settings.end();
 }
 
 [[noreturn]] void refuseUnknown(const char* name) {
@@ -22,25 +22,24 @@ Entries::const_iterator find(const Entries& entries, const char* name) {
                      "]");
 }
 
-/// Adds what a record comes to.
-void stage(const config_helper& record, Entries& staged) {
-  if (record.type == 'b') {
-    staged[record.name] = config_obj('d', val2str(flagCount(record.value)));
-    return;
-  }
+/// What a record comes to.
+config_obj objectOf(const config_helper& record) {
+  if (record.type == 'b') return {'d', val2str(flagCount(record.value))};
   if (record.value == nullptr) {
     throw vu_exception(std::string("Null value for parameter [") + record.name + "]");
   }
-  staged[record.name] = config_obj(record.type, record.value);
+  return {record.type, record.value};
+}
+
+void stage(const config_helper& record, std::string origin, Settings& staged) {
+  staged.insert_or_assign(record.name, Setting{objectOf(record), std::move(origin)});
 }
 
 /// Adds every row of the table, as the command line leaves it.
-void parse(int argc, char* const* argv, void* table, Entries& staged, Origins& origins) {
+void parse(int argc, char* const* argv, void* table, Settings& staged) {
   const vu_getopt parser(argc, argv, static_cast<vu_opt_helper*>(table));
   for (int row = 0; row < parser.optCount(); ++row) {
-    const config_helper& record = parser.params()[row];
-    stage(record, staged);
-    origins[record.name] = parser.origin(row);
+    stage(parser.params()[row], parser.origin(row), staged);
   }
 }
 
@@ -63,58 +62,51 @@ vu_config::vu_config(const config_helper* records) { configParams(records); }
 
 /// Cannot fail: what is new comes over as it is, what is known takes the new text and keeps its
 /// place, so that references to it stay valid.
-void vu_config::put(Entries& staged, Origins& origins) noexcept {
-  for (auto& [name, entry] : staged) {
-    const auto known = confMap_.find(name);
-    if (known == confMap_.end()) continue;
-    std::swap(known->second.type, entry.type);
-    known->second.value.swap(entry.value);
-    if (origins.count(name) == 0) origins_.erase(name);
+void vu_config::put(Settings& staged) noexcept {
+  if (settings_.empty()) {
+    settings_.swap(staged);
+    return;
   }
-  for (auto& [name, origin] : origins) {
-    const auto known = origins_.find(name);
-    if (known != origins_.end()) known->second.swap(origin);
+  for (auto& [name, setting] : staged) {
+    const auto known = settings_.find(name);
+    if (known == settings_.end()) continue;
+    std::swap(known->second.stored.type, setting.stored.type);
+    known->second.stored.value.swap(setting.stored.value);
+    known->second.origin.swap(setting.origin);
   }
-  confMap_.merge(staged);
-  origins_.merge(origins);
+  settings_.merge(staged);
 }
 
 void vu_config::initConfig(int argc, char* const* argv, void* table) {
-  Entries staged;
-  Origins origins;
-  parse(argc, argv, table, staged, origins);
-  put(staged, origins);
+  Settings staged;
+  parse(argc, argv, table, staged);
+  put(staged);
 }
 
 void vu_config::reload(int argc, char* const* argv, void* table) {
-  Entries staged;
-  Origins origins;
-  parse(argc, argv, table, staged, origins);
-  for (const auto& [name, entry] : confMap_) {
-    if (origins_.count(name) != 0) continue;
-    staged.erase(name);
-    origins.erase(name);
+  Settings staged;
+  parse(argc, argv, table, staged);
+  for (const auto& [name, setting] : settings_) {
+    if (setting.origin.empty()) staged.erase(name);
   }
-  put(staged, origins);
+  put(staged);
 }
 
 int vu_config::configParams(const config_helper* records) {
   if (records == nullptr) return 0;
-  Entries staged;
+  Settings staged;
   int count = 0;
-  for (; records[count].name != nullptr; ++count) stage(records[count], staged);
-  Origins none;
-  put(staged, none);
+  for (; records[count].name != nullptr; ++count) stage(records[count], {}, staged);
+  put(staged);
   return count;
 }
 
 void vu_config::setConfParam(const config_helper* record) {
   if (record == nullptr) return;
   if (record->name == nullptr) throw vu_exception("vu_config::setConfParam: Null name");
-  Entries staged;
-  stage(*record, staged);
-  Origins none;
-  put(staged, none);
+  Settings staged;
+  stage(*record, {}, staged);
+  put(staged);
 }
 
 void vu_config::setParam(const char* name, const char* value, char type) {
@@ -130,10 +122,10 @@ const std::string& vu_config::getParam(const char* name) const {
 const std::string& vu_config::getParam(const char* name, char& type) const {
   type = 0;
   return readOrDie([&]() -> const std::string& {
-    const auto entry = find(confMap_, name);
-    if (entry == confMap_.end()) refuseUnknown(name);
-    type = entry->second.type;
-    return entry->second.value;
+    const auto entry = find(settings_, name);
+    if (entry == settings_.end()) refuseUnknown(name);
+    type = entry->second.stored.type;
+    return entry->second.stored.value;
   });
 }
 
@@ -141,10 +133,10 @@ config_value vu_config::getConfItem(const char* name) const {
   config_value result;
   std::memset(&result, 0, sizeof result);
   readOrDie([&] {
-    const auto entry = find(confMap_, name);
-    if (entry == confMap_.end()) throw vu_exception("unknown parameter");
-    const std::string& text = entry->second.value;
-    switch (entry->second.type) {
+    const auto entry = find(settings_, name);
+    if (entry == settings_.end()) throw vu_exception("unknown parameter");
+    const std::string& text = entry->second.stored.value;
+    switch (entry->second.stored.type) {
       case 0:
         break;
       case 'd':
@@ -170,7 +162,8 @@ config_value vu_config::getConfItem(const char* name) const {
 }
 
 std::string vu_config::origin(const char* name) const {
-  if (find(confMap_, name) == confMap_.end()) refuseUnknown(name);
-  const auto known = origins_.find(name);
-  return known != origins_.end() ? known->second : "set by program";
+  const auto known = find(settings_, name);
+  if (known == settings_.end()) refuseUnknown(name);
+  const std::string& origin = known->second.origin;
+  return !origin.empty() ? origin : "set by program";
 }

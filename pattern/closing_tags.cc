@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "pattern/characters.h"
+
 namespace vu::detail {
 namespace {
 
@@ -20,15 +22,11 @@ std::string_view commonPrefix(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-bool isNameCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-}
-
 ClosingTags::ClosingTags(std::string_view text) {
   for (std::size_t at = text.find("</"); at != std::string_view::npos;
        at = text.find("</", at + 2)) {
     std::size_t end = at + 2;
-    while (end < text.size() && isNameCharacter(text[end])) ++end;
+    while (end < text.size() && contains(kNameCharacters, text[end])) ++end;
     if (end > at + 2 && end < text.size() && text[end] == '>') {
       add(text.substr(at + 2, end - at - 2), static_cast<int>(at));
     }

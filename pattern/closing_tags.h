@@ -4,14 +4,11 @@
 #define VU_PATTERN_CLOSING_TAGS_H_
 
 #include <array>
+#include <deque>
 #include <map>
 #include <string_view>
-#include <vector>
 
 namespace vu::detail {
-
-/// Letters, digits and "_": what names are made of.
-bool isNameCharacter(char c);
 
 /// Every "</name>" of a text. Whoever asks goes through the text once, from its beginning to its end,
 /// so that each closing tag is passed by once, however deep elements are nested.
@@ -44,7 +41,7 @@ class ClosingTags {
   void add(std::string_view name, int at);
   int find(Name& name, int begin, int end);
 
-  std::vector<Tag> tags_;
+  std::deque<Tag> tags_;  ///< In small blocks: to free a large one has malloc tidy up all it holds.
   Names names_;
   std::array<Name*, 64> recent_{};  ///< Some of names_, where they are found at once.
 };

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "pattern/characters.h"
 #include "pattern/closing_tags.h"
 #include "vu/pattern.h"
 
@@ -36,26 +37,32 @@ struct Element {
   Span tag;
   Span attrs;
   Span body;  ///< Empty for an empty-element tag.
+  int sign;   ///< Where the first "<" of the body stands; the body's end when it has none.
   int end;
 };
 
-/// The element of a match whose vector counts from `base`.
-Element elementOf(const int* ovector, int rc, int base) {
+/// Where the first "<" stands; `end` when there is none.
+int findSign(const char* text, int begin, int end) {
+  if (begin == end) return end;
+  const void* const found = std::memchr(text + begin, '<', static_cast<std::size_t>(end - begin));
+  return found != nullptr ? static_cast<int>(static_cast<const char*>(found) - text) : end;
+}
+
+/// The element of a match whose vector counts from `base`, an offset in `text`.
+Element elementOf(const char* text, const int* ovector, int rc, int base) {
   const auto group = [ovector, base](std::size_t g) {
     return Span{base + ovector[2 * g], base + ovector[2 * g + 1]};
   };
-  if (rc == kWithBody) return {group(1), group(2), group(3), base + ovector[1]};
-  if (rc == kWithoutBody) return {group(4), group(5), {0, 0}, base + ovector[1]};
+  if (rc == kWithBody) {
+    const Span body = group(3);
+    return {group(1), group(2), body, findSign(text, body.begin, body.end), base + ovector[1]};
+  }
+  if (rc == kWithoutBody) return {group(4), group(5), {0, 0}, 0, base + ovector[1]};
   throw vu_exception("vu_pcrexml: composeXmldata: Unknown PCRE retcode");
 }
 
 [[noreturn]] void failWith(int code) {
   throw vu_exception("vu_pcrexml: PCRE matching error [" + val2str(code) + "]");
-}
-
-bool isAttributeCharacter(char c) {
-  return vu::detail::isNameCharacter(c) || vu::detail::isSpace(c) || c == '-' || c == '\'' ||
-         c == '=';
 }
 
 /// One pass over a text, in which the levels that are not finished stand on a stack of their own.
@@ -94,8 +101,9 @@ class Walk {
   void countSteps(unsigned long long steps);
   void byExpression(Span whole, Element& element);
   void compose(xmldata* parent, const Element& element);
-  int skip(int at, int end, bool (*which)(char)) const {
-    while (at < end && which(text_[at])) ++at;
+  bool isClosing(int at, int end, std::string_view name) const;
+  int skip(int at, int end, const vu::detail::CharacterSet& which) const {
+    while (at < end && vu::detail::contains(which, text_[at])) ++at;
     return at;
   }
 
@@ -128,10 +136,7 @@ bool Walk::next(Level& level, Element& element) {
   int at = level.rest.begin;
   const int end = level.rest.end;
   if (level.found) return at < end && text_[at] == '<' && elementAt(at, end, element);
-  while (at < end) {
-    const void* const found = std::memchr(text_ + at, '<', static_cast<std::size_t>(end - at));
-    if (found == nullptr) return false;
-    at = static_cast<int>(static_cast<const char*>(found) - text_);
+  while ((at = findSign(text_, at, end)) < end) {
     if (elementAt(at, end, element)) return true;
     ++at;
   }
@@ -140,21 +145,22 @@ bool Walk::next(Level& level, Element& element) {
 
 /// Whether an element begins with the "<" at `at` and ends before `end`.
 bool Walk::elementAt(int at, int end, Element& element) {
-  const Span tag{at + 1, skip(at + 1, end, vu::detail::isNameCharacter)};
+  const Span tag{at + 1, skip(at + 1, end, vu::detail::kNameCharacters)};
   if (tag.length() == 0) return false;
-  const int attrs = skip(tag.end, end, vu::detail::isSpace);
-  const int mark = skip(attrs, end, isAttributeCharacter);
+  const int attrs = skip(tag.end, end, vu::detail::kBlanks);
+  const int mark = skip(attrs, end, vu::detail::kAttributeCharacters);
   if (end - mark >= 2 && text_[mark] == '/' && text_[mark + 1] == '>') {
-    element = {tag, {attrs, mark}, {0, 0}, mark + 2};
+    element = {tag, {attrs, mark}, {0, 0}, 0, mark + 2};
     return true;
   }
   if (mark == end || text_[mark] != '>') return false;
 
   const int body = mark + 1;
   const std::string_view name(text_ + tag.begin, static_cast<std::size_t>(tag.length()));
-  const int close = closings_.find(name, body, end);
+  const int sign = findSign(text_, body, end);
+  const int close = isClosing(sign, end, name) ? sign : closings_.find(name, body, end);
   if (close >= 0) {
-    element = {tag, {attrs, mark}, {body, close}, close + tag.length() + 3};
+    element = {tag, {attrs, mark}, {body, close}, sign, close + tag.length() + 3};
     return true;
   }
   std::size_t compared = 0;
@@ -168,6 +174,13 @@ bool Walk::elementAt(int at, int end, Element& element) {
   return true;
 }
 
+/// Whether "</name>" stands at `at` and ends before `end`.
+bool Walk::isClosing(int at, int end, std::string_view name) const {
+  if (end - at < static_cast<int>(name.size()) + 3 || text_[at + 1] != '/') return false;
+  const char* const found = text_ + at + 2;
+  return found[name.size()] == '>' && std::memcmp(found, name.data(), name.size()) == 0;
+}
+
 /// Bounds the work on elements that are not closed by their own name.
 void Walk::countSteps(unsigned long long steps) {
   steps_ += steps;
@@ -177,7 +190,7 @@ void Walk::countSteps(unsigned long long steps) {
 void Walk::byExpression(Span whole, Element& element) {
   const int result = expression_.execute(text_ + whole.begin, whole.length(), 0, 0);
   if (result < 0) failWith(result);
-  element = elementOf(expression_.results(), result, whole.begin);
+  element = elementOf(text_, expression_.results(), result, whole.begin);
 }
 
 /// Adds the node of an element to `parent`, and its body, where it has elements, to the levels.
@@ -188,14 +201,11 @@ void Walk::compose(xmldata* parent, const Element& element) {
   xmldata* const node = owner.release();
   const Span body = element.body;
   if (body.length() == 0) return;
-  const char* const begin = text_ + body.begin;
-  const void* const first = std::memchr(begin, '<', static_cast<std::size_t>(body.length()));
-  if (first == nullptr) {
-    node->setContext(begin, body.length());
+  if (element.sign == body.end) {
+    node->setContext(text_ + body.begin, body.length());
     return;
   }
-  const int at = static_cast<int>(static_cast<const char*>(first) - text_);
-  levels_.push_back({node, {body.begin, at}, {at, body.end}, false});
+  levels_.push_back({node, {body.begin, element.sign}, {element.sign, body.end}, false});
 }
 
 int lengthOf(const char* text) {
@@ -227,7 +237,7 @@ void vu_pcrexml::subpattern(xmldata* parent, const char* subject, int len) {
 
 void vu_pcrexml::composeXmldata(xmldata* parent, const char* subject, int len, int* ovector,
                                 int rc) {
-  const Element element = elementOf(ovector, rc, 0);
+  const Element element = elementOf(subject, ovector, rc, 0);
   if (parent == nullptr) throw vu_exception("vu_pcrexml: Empty XML Data");
   Walk(*_pcre, subject, len).run(parent, element);
 }

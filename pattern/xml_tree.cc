@@ -162,12 +162,10 @@ xmldata::xmldata(const char* tag, int tagLen, const char* attrs, int attrsLen) :
 
 xmldata::~xmldata() {
   // Every node gives its children up before it goes.
-  std::list<xmldata*> pending;
-  pending.swap(_children);
-  while (!pending.empty()) {
-    const std::unique_ptr<xmldata> node(pending.front());
-    pending.pop_front();
-    if (node != nullptr) pending.splice(pending.begin(), node->_children);
+  while (!_children.empty()) {
+    const std::unique_ptr<xmldata> node(_children.front());
+    _children.pop_front();
+    if (node != nullptr) _children.splice(_children.begin(), node->_children);
   }
 }
 

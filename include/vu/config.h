@@ -162,6 +162,18 @@ struct config_obj {
   std::string value;
 };
 
+namespace vu::detail {
+
+/// An entry of the store.
+struct Setting {
+  config_obj stored;
+  std::string origin;  ///< Empty when the program has set it.
+};
+
+using Settings = std::map<std::string, Setting>;
+
+}  // namespace vu::detail
+
 /// A value as its type letter asks for it; all other bytes are zero.
 union config_value {
   int asInt;                ///< 'd'
@@ -218,12 +230,9 @@ class VU_EXPORT vu_config {
   std::string origin(const char* name) const;
 
  private:
-  void put(std::map<std::string, config_obj>& staged,
-           std::map<std::string, std::string>& origins) noexcept;
+  void put(vu::detail::Settings& staged) noexcept;
 
-  std::map<std::string, config_obj> confMap_;
-  // Of the entries that initConfig and reload have stored; any other was set by the program.
-  std::map<std::string, std::string> origins_;
+  vu::detail::Settings settings_;
 };
 
 #endif  // VU_CONFIG_H_

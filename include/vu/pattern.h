@@ -33,6 +33,7 @@
 #define VU_PATTERN_H_
 
 #include <iosfwd>
+#include <limits>
 #include <list>
 #include <memory>
 #include <optional>
@@ -44,12 +45,14 @@
 
 struct real_pcre;
 struct pcre_extra;
+struct real_pcre_jit_stack;
 
 namespace vu::detail {
 
 struct PcreDelete {
   void operator()(real_pcre* pattern) const noexcept;
   void operator()(pcre_extra* study) const noexcept;
+  void operator()(real_pcre_jit_stack* stack) const noexcept;
 };
 
 }  // namespace vu::detail
@@ -121,7 +124,10 @@ class VU_EXPORT vu_pcre {
   const char* pattern_;
   int ovecsize_;
   std::unique_ptr<int[]> ovector_;
-  int patternPairs_ = 0;  // what the whole match and every group take
+  // The size of vector from which on just-in-time code may run: all that the pattern could need.
+  long jitVector_ = std::numeric_limits<long>::max();
+  // Only where `execute` may run that code directly.
+  std::unique_ptr<real_pcre_jit_stack, vu::detail::PcreDelete> jitStack_;
 };
 
 // ---------------------------------------------------------------------------------------------
