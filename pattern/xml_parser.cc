@@ -2,10 +2,11 @@
 //
 // What the expression matches at a "<" can be told by looking: after a name and characters that
 // attributes may have stands "/>", or ">" with a closing tag of that name somewhere behind it; the
-// first such tag ends the element. That is found directly, in one pass over the text. Where there is
-// no closing tag of the name, the expression tries shorter and shorter beginnings of it: when one of
-// those is closed the element is left to the expression, on just the bytes that it takes. Nothing
-// else matches.
+// first such tag ends the element. Where there is no closing tag of the name, the expression gives
+// back the name's last characters, one by one, to the attributes: the longest beginning of the name
+// that is closed is the tag then. Nothing else matches. So an index of closing tags answers all that
+// backtracking would try, in one pass over the text; by the expression itself, "<a><a><a>..." takes
+// time that grows with the square of its length, and "<ab    >...</a>" with its cube.
 
 #include <climits>
 #include <cstring>
@@ -48,17 +49,28 @@ int findSign(const char* text, int begin, int end) {
   return found != nullptr ? static_cast<int>(static_cast<const char*>(found) - text) : end;
 }
 
-/// The element of a match whose vector counts from `base`, an offset in `text`.
-Element elementOf(const char* text, const int* ovector, int rc, int base) {
-  const auto group = [ovector, base](std::size_t g) {
-    return Span{base + ovector[2 * g], base + ovector[2 * g + 1]};
-  };
+/// The element of a match.
+Element elementOf(const char* text, const int* ovector, int rc) {
+  const auto group = [ovector](std::size_t g) { return Span{ovector[2 * g], ovector[2 * g + 1]}; };
   if (rc == kWithBody) {
     const Span body = group(3);
-    return {group(1), group(2), body, findSign(text, body.begin, body.end), base + ovector[1]};
+    return {group(1), group(2), body, findSign(text, body.begin, body.end), ovector[1]};
   }
-  if (rc == kWithoutBody) return {group(4), group(5), {0, 0}, 0, base + ovector[1]};
+  if (rc == kWithoutBody) return {group(4), group(5), {0, 0}, 0, ovector[1]};
   throw vu_exception("vu_pcrexml: composeXmldata: Unknown PCRE retcode");
+}
+
+/// Adds the node of an element to `parent`, with its text when that is all its body has. Whether there
+/// are elements in it, `element.sign` tells.
+xmldata* addNode(xmldata* parent, const char* text, const Element& element) {
+  auto owner = std::make_unique<xmldata>(text + element.tag.begin, element.tag.length(),
+                                         text + element.attrs.begin, element.attrs.length());
+  parent->addData(owner.get());
+  xmldata* const node = owner.release();
+  if (element.sign == element.body.end) {
+    node->setContext(text + element.body.begin, element.body.length());
+  }
+  return node;
 }
 
 [[noreturn]] void failWith(int code) {
@@ -68,23 +80,11 @@ Element elementOf(const char* text, const int* ovector, int rc, int base) {
 /// One pass over a text, in which the levels that are not finished stand on a stack of their own.
 class Walk {
  public:
-  Walk(vu_pcre& expression, const char* text, int length)
-      : expression_(expression),
-        text_(text),
-        length_(length),
-        closings_({text, static_cast<std::size_t>(length)}) {}
+  Walk(const char* text, int length)
+      : text_(text), length_(length), closings_({text, static_cast<std::size_t>(length)}) {}
 
-  /// Adds the elements of the text from `begin` to `end` to `parent`, with all below them.
-  void run(xmldata* parent, Span level) {
-    levels_.push_back({parent, {0, 0}, level, false});
-    finishLevels();
-  }
-
-  /// Adds one element with all below it.
-  void run(xmldata* parent, const Element& element) {
-    compose(parent, element);
-    finishLevels();
-  }
+  /// Adds the elements of the text to `parent`, with all below them.
+  void run(xmldata* parent);
 
  private:
   /// The rest of a body whose elements become children of `node`.
@@ -95,19 +95,15 @@ class Walk {
     bool found;    ///< Whether an element has been.
   };
 
-  void finishLevels();
   bool next(Level& level, Element& element);
   bool elementAt(int at, int end, Element& element);
-  void countSteps(unsigned long long steps);
-  void byExpression(Span whole, Element& element);
-  void compose(xmldata* parent, const Element& element);
+  std::string_view shorterName(std::string_view name, int body, int end);
   bool isClosing(int at, int end, std::string_view name) const;
   int skip(int at, int end, const vu::detail::CharacterSet& which) const {
     while (at < end && vu::detail::contains(which, text_[at])) ++at;
     return at;
   }
 
-  vu_pcre& expression_;
   const char* text_;
   int length_;
   vu::detail::ClosingTags closings_;
@@ -115,14 +111,19 @@ class Walk {
   unsigned long long steps_ = 0;
 };
 
-void Walk::finishLevels() {
+void Walk::run(xmldata* parent) {
+  levels_.push_back({parent, {0, 0}, {0, length_}, false});
   Element element{};
   while (!levels_.empty()) {
     Level& level = levels_.back();
     if (next(level, element)) {
       level.found = true;
       level.rest.begin = element.end;
-      compose(level.node, element);
+      xmldata* const node = addNode(level.node, text_, element);
+      const Span body = element.body;
+      if (element.sign != body.end) {
+        levels_.push_back({node, {body.begin, element.sign}, {element.sign, body.end}, false});
+      }
       continue;
     }
     if (!level.found) throw vu_exception("vu_pcrexml: No Match");
@@ -163,15 +164,26 @@ bool Walk::elementAt(int at, int end, Element& element) {
     element = {tag, {attrs, mark}, {body, close}, sign, close + tag.length() + 3};
     return true;
   }
+  const auto kept = static_cast<int>(shorterName(name, body, end).size());
+  if (kept == 0) return false;
+  const int attrsBegin = tag.begin + kept;
+  const int shorterClose =
+      closings_.find(name.substr(0, static_cast<std::size_t>(kept)), body, end);
+  element = {{tag.begin, attrsBegin},
+             {attrsBegin, mark},
+             {body, shorterClose},
+             sign,
+             shorterClose + kept + 3};
+  return true;
+}
+
+/// The longest beginning of a name that is closed; bounded, as the expression's backtracking is.
+std::string_view Walk::shorterName(std::string_view name, int body, int end) {
   std::size_t compared = 0;
   const std::string_view shorter = closings_.shorterName(name, body, end, compared);
-  countSteps(compared);
-  if (shorter.empty()) return false;
-  const int last = closings_.find(shorter, body, end) + static_cast<int>(shorter.size()) + 3;
-  countSteps(static_cast<unsigned long long>(name.size() - shorter.size() + 1) *
-             static_cast<unsigned int>(last - at));
-  byExpression({at, last}, element);
-  return true;
+  steps_ += compared;
+  if (steps_ > kSteps + kStepsPerByte * static_cast<unsigned int>(length_)) failWith(kTooManySteps);
+  return shorter;
 }
 
 /// Whether "</name>" stands at `at` and ends before `end`.
@@ -181,37 +193,15 @@ bool Walk::isClosing(int at, int end, std::string_view name) const {
   return found[name.size()] == '>' && std::memcmp(found, name.data(), name.size()) == 0;
 }
 
-/// Bounds the work on elements that are not closed by their own name.
-void Walk::countSteps(unsigned long long steps) {
-  steps_ += steps;
-  if (steps_ > kSteps + kStepsPerByte * static_cast<unsigned int>(length_)) failWith(kTooManySteps);
-}
-
-void Walk::byExpression(Span whole, Element& element) {
-  const int result = expression_.execute(text_ + whole.begin, whole.length(), 0, 0);
-  if (result < 0) failWith(result);
-  element = elementOf(text_, expression_.results(), result, whole.begin);
-}
-
-/// Adds the node of an element to `parent`, and its body, where it has elements, to the levels.
-void Walk::compose(xmldata* parent, const Element& element) {
-  auto owner = std::make_unique<xmldata>(text_ + element.tag.begin, element.tag.length(),
-                                         text_ + element.attrs.begin, element.attrs.length());
-  parent->addData(owner.get());
-  xmldata* const node = owner.release();
-  const Span body = element.body;
-  if (body.length() == 0) return;
-  if (element.sign == body.end) {
-    node->setContext(text_ + body.begin, body.length());
-    return;
-  }
-  levels_.push_back({node, {body.begin, element.sign}, {element.sign, body.end}, false});
-}
-
 int lengthOf(const char* text) {
   const std::size_t length = std::strlen(text);
   if (length > INT_MAX) throw vu_exception("vu_pcrexml: Invalid length [" + val2str(length) + "]");
   return static_cast<int>(length);
+}
+
+/// What is no text at all is for PCRE to refuse.
+void checkSubject(vu_pcre& expression, const char* subject, int len) {
+  if (subject == nullptr || len < 0) failWith(expression.execute(subject, len, 0, 0));
 }
 
 }  // namespace
@@ -230,14 +220,18 @@ xmldata* vu_pcrexml::execute(const char* text, const char* tag) {
 
 void vu_pcrexml::subpattern(xmldata* parent, const char* subject, int len) {
   if (parent == nullptr) throw vu_exception("vu_pcrexml: Empty XML Data");
-  // What is no text at all is for PCRE to refuse.
-  if (subject == nullptr || len < 0) failWith(_pcre->execute(subject, len, 0, 0));
-  Walk(*_pcre, subject, len).run(parent, Span{0, len});
+  checkSubject(*_pcre, subject, len);
+  Walk(subject, len).run(parent);
 }
 
 void vu_pcrexml::composeXmldata(xmldata* parent, const char* subject, int len, int* ovector,
                                 int rc) {
-  const Element element = elementOf(subject, ovector, rc, 0);
   if (parent == nullptr) throw vu_exception("vu_pcrexml: Empty XML Data");
-  Walk(*_pcre, subject, len).run(parent, element);
+  checkSubject(*_pcre, subject, len);
+  const Element element = elementOf(subject, ovector, rc);
+  xmldata* const node = addNode(parent, subject, element);
+  const Span body = element.body;
+  if (element.sign == body.end) return;
+  subpattern(node, subject + element.sign, body.end - element.sign);
+  node->setContext(subject + body.begin, element.sign - body.begin);
 }

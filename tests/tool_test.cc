@@ -64,6 +64,8 @@ TEST(Tool, AnswersEveryCommandLine) {
        ""},
       {tsv + "-d corp.xy host ''", "", 0, "\thost.corp.xy\t\thost\n0\tOPERATION SUCCESS\t\t\t\n",
        ""},
+      {tsv + "--allow-refused", "a@b\n", 0, "202\tCOUNTRY CODE - NOT A DOMAIN\t\t\ta@b\n", ""},
+      {tsv + "--allow-refused /nowhere -f /nowhere", "", 1, "", "cannot open /nowhere"},
       {tsv + "--only-failed", "a.xy\nco.xy\n", 1, "204\tCOUNTRY CODE - PURE DOMAIN\t\t\tco.xy\n",
        ""},
       {tsv, "a.b/\t\\\x01\xff\n", 0, "\ta.b\t\ta.b/\\t\\\\\x01\xff\n", ""},
@@ -171,6 +173,9 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu pairs --pattern '(a)(.)'", "a\t\na\xff", 0, "a\t\\t\na\t\xff\n", ""},
       {"vu pairs --pattern '(a)(.)' --format jsonl", "a\xff", 0,
        "{\"name\":\"a\",\"value\":\"\xef\xbf\xbd\"}\n", ""},
+      {"awk 'BEGIN { for (i = 0; i < 5001; ++i) "
+       "printf \"<a%d>\", i; for (; i-- > 0;) printf \"</a%d>\", i }' | vu xml",
+       "", 1, "", "vu: nested more than 5000 deep"},
       {"vu pairs --pattern '(b)(c+)+d'", "bcx bcd", 0, "b\tc\n", ""},
       {"vu pairs /nowhere", "", 1, "", "vu: cannot open /nowhere: No such file"},
       {"vu pairs", "", 0, "", ""},

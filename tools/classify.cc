@@ -38,6 +38,7 @@ struct ClassifyOptions {
   RowWriter::Choices rows;
   std::size_t threads = std::max(1U, std::thread::hardware_concurrency());
   bool summary = false;
+  bool allowRefused = false;
 };
 
 const std::map<std::string, vu_match> kMatches = {{"shortest", vu_match::shortest},
@@ -197,7 +198,7 @@ int classify(ClassifyOptions options) {
   for (const std::string& path : options.files) classifier.classifyFile(path);
   classifier.clearProgress();
   if (options.summary) std::cerr << classifier.summary().text(secondsSince(start));
-  return classifier.summary().refused() > 0 ? kRefused : kDone;
+  return classifier.summary().refused() > 0 && !options.allowRefused ? kRefused : kDone;
 }
 
 }  // namespace
@@ -238,6 +239,9 @@ void addClassify(CLI::App& app, int& exitStatus) {
   command->add_flag(
       "--summary", options->summary,
       "Afterwards, on standard error: rows by status,\nfrequent domains, URLs a second");
+  command->add_flag(
+      "--allow-refused", options->allowRefused,
+      "Exit with 0 also when URLs were refused, as engines\nwant it that run this as a step");
   command->footer(
       "Exit status: 0 done, 1 a URL was refused or an input could not be read, 2 wrong usage.\n"
       "In tsv a tab, line end or backslash inside a field is written \\t, \\n, \\r, \\\\; in a "

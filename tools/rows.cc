@@ -101,52 +101,6 @@ class EscapeFinder {
   const char* first_ = end_;                      ///< The first of them.
 };
 
-/// Looks up the lines of a block. Lists of URLs are often sorted, or kept site by site, so that a
-/// line has the host of the line before it: then what was found there holds here too.
-class LookUp {
- public:
-  LookUp(const vu_cctld& table, vu_match match) : table_(table), match_(match) {}
-
-  /// The last URL has to be where it was still.
-  const vu_domain& classify(std::string_view url) {
-    if (beginsAsBefore(url)) {
-      found_.host = moved(found_.host, url);
-      if (found_.domain.data() != nullptr) found_.domain = moved(found_.domain, url);
-      begin_ = url.substr(0, begin_.size());
-    } else {
-      found_ = table_.classify(url, match_);
-      begin_ = beginOf(url);
-    }
-    return found_;
-  }
-
- private:
-  /// What decides alone about the result: a URL from its scheme to the byte behind its host. Empty
-  /// when it lacks either: another URL may then have the same bytes and yet another host.
-  std::string_view beginOf(std::string_view url) const {
-    const auto hostEnd =
-        static_cast<std::size_t>(found_.host.data() - url.data()) + found_.host.size();
-    const bool isBounded = found_.host.data() != url.data() && hostEnd < url.size();
-    return url.substr(0, isBounded ? hostEnd + 1 : 0);
-  }
-
-  bool beginsAsBefore(std::string_view url) const {
-    const std::size_t size = begin_.size();
-    // The byte behind the host tells most others at once.
-    return size > 0 && url.size() >= size && url[size - 1] == begin_[size - 1] &&
-           url.substr(0, size) == begin_;
-  }
-
-  std::string_view moved(std::string_view part, std::string_view url) const {
-    return url.substr(static_cast<std::size_t>(part.data() - begin_.data()), part.size());
-  }
-
-  const vu_cctld& table_;
-  vu_match match_;
-  vu_domain found_{};
-  std::string_view begin_;
-};
-
 /// The columns behind the front: domain, address and URL.
 void appendTabSeparated(Buffer& out, std::string_view front, const Row& row, bool isClean) {
   const std::size_t fields = row.domain.size() + row.url.size();
@@ -325,11 +279,10 @@ void RowWriter::write(const vu_domain& found, std::string_view url, Escapes esca
 
 void RowWriter::writeLines(std::string_view block, Buffer& out, Tally& tally) const {
   EscapeFinder finder(block);
-  LookUp lookUp(table_, choices_.match);
   while (!block.empty()) {
     const std::string_view url = takeLine(block);
     const Escapes escapes = finder.isClean(url) ? noEscapes : mayNeedEscapes;
-    write(lookUp.classify(url), url, escapes, out, tally);
+    write(table_.classify(url, choices_.match), url, escapes, out, tally);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <sstream>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -38,12 +39,30 @@ std::unique_ptr<const xmldata> parse(const std::string& text, const std::string&
   }
 }
 
+constexpr std::size_t kDeepest = 5000;
+
+/// Throws Refusal for a tree that takes too many blanks to indent.
+void checkDepth(const xmldata& root) {
+  std::vector<const xmldata*> level = {&root};
+  for (std::size_t depth = 0; !level.empty(); ++depth) {
+    if (depth > kDeepest) {
+      throw Refusal(
+          "nested more than 5000 deep, which is too much to indent; try --format compact");
+    }
+    std::vector<const xmldata*> below;
+    for (const xmldata* node : level)
+      below.insert(below.end(), node->_children.begin(), node->_children.end());
+    level.swap(below);
+  }
+}
+
 void run(const XmlOptions& options) {
   const std::string text = readFile(options.file);
   if (text.find('\0') != std::string::npos) {
     throw Refusal(displayName(options.file) + " has a NUL byte in it, which ends an XML text");
   }
   const std::unique_ptr<const xmldata> tree = parse(text, options.root);
+  if (options.format != TreeFormat::compact) checkDepth(*tree);
   std::stringstream out;
   switch (options.format) {
     case TreeFormat::tree:
@@ -68,10 +87,10 @@ void addXml(CLI::App& app) {
   command->add_option("FILE", options->file, "The fragment; - or nothing is standard input")
       ->option_text(" ")
       ->check(isNotEmpty);
-  addChoice(
-      *command, "--format", options->format, kTreeFormats,
-      "tree: a line for each element (default).\nxml: indented XML. compact: the elements found,\n"
-      "in one line");
+  addChoice(*command, "--format", options->format, kTreeFormats,
+            "tree: the fields of each element (default).\nxml: indented XML. compact: the elements "
+            "found,\n"
+            "in one line");
   command->add_option("--root", options->root, "Name of the root that tree and xml show (root)")
       ->option_text("NAME")
       ->check(isNotEmpty);

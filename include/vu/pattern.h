@@ -211,7 +211,8 @@ class VU_EXPORT xmldata {
   /// The text; "null" when there is none.
   std::string ctextString() const;
 
-  /// Prints to `os`, in one piece: with mode 0 a line for each node of this tree; with mode 1 the
+  /// Prints to `os`, in one piece: with mode 0 a line for each node of this tree, more where
+  /// its fields have line breaks; with mode 1 the
   /// tree as indented XML; with mode 2 the children, not the node itself, as XML without line breaks;
   /// otherwise nothing. Modes 0 and 1 begin with std::endl. A node at depth d is indented by 2 d
   /// blanks; a negative depth is 0. Nothing is escaped.
@@ -244,9 +245,8 @@ class VU_EXPORT xmldata {
 /// Threads:  a parser serves one thread at a time; trees are independent of it.
 /// Lifetime: trees point into the text, and the root into its tag.
 /// Cost:     time and memory in proportion to the text, whatever stands in it and however deep it is
-///           nested (times the logarithm of the number of different tags, at the most). Elements are
-///           found by a direct scan; only one that is closed by the tag of a shorter name ("<ab></a>")
-///           goes through the expression.
+///           nested (times the logarithm of the number of different tags, at the most): elements are
+///           found by a direct scan, with the expression's results.
 class VU_EXPORT vu_pcrexml {
  public:
   /// Throws what `vu_pcre` throws.
@@ -264,14 +264,14 @@ class VU_EXPORT vu_pcrexml {
   ///   "vu_pcrexml: Invalid length [" + n + "]"   for a text or tag of 2 GiB or more;
   ///   "vu_pcrexml: No Match"                 when there is no element in the text, or in what begins
   ///                                          with a "<" inside an element;
-  ///   "vu_pcrexml: PCRE matching error [" + code + "]"   when PCRE fails, and -8 when elements closed
-  ///       by tags of shorter names take it more steps than a million and 16 for each byte of the
-  ///       text, a step being a byte of the element looked at for one of the names it might have.
+  ///   "vu_pcrexml: PCRE matching error [-8]"   when elements that are not closed by their own names
+  ///       begin with so many closed ones that a million comparisons of a byte, and 16 more for each
+  ///       byte of the text, do not tell which.
   xmldata* execute(const char* text, const char* tag);
 
   /// The same for `len` bytes at `subject`, whose elements become children of `parent`. Throws as
-  /// above, and "vu_pcrexml: Empty XML Data" for a null `parent`; what was found until then stays in
-  /// `parent`.
+  /// above, "vu_pcrexml: Empty XML Data" for a null `parent`, and PCRE's own code, -2 or -32, for a
+  /// null `subject` or a negative `len`; what was found until then stays in `parent`.
   void subpattern(xmldata* parent, const char* subject, int len);
 
   /// Appends the element of one match of the expression in `subject` to `parent`, with all below it.
