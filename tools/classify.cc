@@ -126,7 +126,7 @@ class Classifier {
     std::future<void> done;
   };
 
-  /// Batches are used again: fresh memory costs more than to write a row there.
+  /// Batches are used again: touching fresh memory costs more than writing the rows.
   std::unique_ptr<Batch> emptyBatch() {
     if (spare_.empty()) return std::make_unique<Batch>();
     std::unique_ptr<Batch> batch = std::move(spare_.back());
@@ -167,6 +167,7 @@ class Classifier {
     summary_.add(batch.tally);
     progress_.show(summary_.urls());
     writeOut(batch.rows.text());
+    batch.lines.clear();
     batch.rows.clear();
     batch.tally = Tally();
   }
