@@ -127,7 +127,7 @@ vu_pcre::vu_pcre(const char* pattern, int pairs, int options) : pattern_(pattern
     extra_->flags |= PCRE_EXTRA_MATCH_LIMIT;
     extra_->match_limit = kSteps;
   }
-  if (isJitCompiled(extra_.get())) jitVector_ = pairsOf(regex_.get()) * 3;
+  if (isJitCompiled(extra_.get())) jitVector_ = 3L * pairsOf(regex_.get());
   ovecsize_ = vectorSize(pairs);
   ovector_ = std::make_unique<int[]>(static_cast<std::size_t>(ovecsize_));
   if (ovecsize_ >= jitVector_ && !isForUtf8(regex_.get())) {
