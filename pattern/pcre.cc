@@ -7,8 +7,9 @@
 // the thread's stack, one frame a backtracking point, so its depth is bounded by bytes of stack; 4
 // MiB is more than it needs for anything that fits the other's 32 KiB.
 //
-// `execute` enters the just-in-time code directly, which saves a quarter of a short search. It then
-// looks at the arguments itself, and brings a stack for that code, which serves one thread at a time.
+// An object that searches often enters the just-in-time code directly, which saves a quarter of a
+// short search. It then looks at the arguments itself, and brings a stack for that code, which serves
+// one thread at a time and takes as long to make as a few hundred searches save.
 
 #include <pcre.h>
 
@@ -25,6 +26,7 @@ constexpr unsigned long kSteps = 1'000'000;
 constexpr unsigned long kStepsPerByte = 16;
 constexpr unsigned long kMostSteps = 10'000'000;  // PCRE's own default
 constexpr std::size_t kInterpreterStack = std::size_t{4} << 20;
+constexpr int kSearchesForStack = 100;
 constexpr int kJitStackSize = 32 << 10;
 constexpr std::size_t kJitStack = std::size_t{64} << 10;  // the same, and as much to spare
 
@@ -127,12 +129,10 @@ vu_pcre::vu_pcre(const char* pattern, int pairs, int options) : pattern_(pattern
     extra_->flags |= PCRE_EXTRA_MATCH_LIMIT;
     extra_->match_limit = kSteps;
   }
-  if (isJitCompiled(extra_.get())) jitVector_ = pairsOf(regex_.get()) * 3;
+  if (isJitCompiled(extra_.get())) jitVector_ = 3L * pairsOf(regex_.get());
   ovecsize_ = vectorSize(pairs);
   ovector_ = std::make_unique<int[]>(static_cast<std::size_t>(ovecsize_));
-  if (ovecsize_ >= jitVector_ && !isForUtf8(regex_.get())) {
-    jitStack_.reset(pcre_jit_stack_alloc(kJitStackSize, kJitStackSize));
-  }
+  if (ovecsize_ >= jitVector_ && !isForUtf8(regex_.get())) searchesToStack_ = kSearchesForStack;
 }
 
 vu_pcre::~vu_pcre() = default;
@@ -150,14 +150,19 @@ int vu_pcre::match(const char* subject, int length, int startOffset, int options
 
 int vu_pcre::execute(const char* subject, int length, int startOffset, int options) {
   std::fill_n(ovector_.get(), ovecsize_, 0);
-  const bool direct =
-      jitStack_ != nullptr && isForJit(options) && isSound(subject, length, startOffset);
-  int result = direct ? pcre_jit_exec(regex_.get(), extra_.get(), subject, length, startOffset,
-                                      options, ovector_.get(), ovecsize_, jitStack_.get())
-                      : match(subject, length, startOffset, options, ovector_.get(), ovecsize_);
-  if (direct && gaveUp(result)) {
-    result = interpret(regex_.get(), extra_.get(), subject, length, startOffset, options,
-                       ovector_.get(), ovecsize_);
+  int result = 0;
+  if (jitStack_ != nullptr && isForJit(options) && isSound(subject, length, startOffset)) {
+    result = pcre_jit_exec(regex_.get(), extra_.get(), subject, length, startOffset, options,
+                           ovector_.get(), ovecsize_, jitStack_.get());
+    if (gaveUp(result)) {
+      result = interpret(regex_.get(), extra_.get(), subject, length, startOffset, options,
+                         ovector_.get(), ovecsize_);
+    }
+  } else {
+    result = match(subject, length, startOffset, options, ovector_.get(), ovecsize_);
+    if (searchesToStack_ > 0 && --searchesToStack_ == 0) {
+      jitStack_.reset(pcre_jit_stack_alloc(kJitStackSize, kJitStackSize));
+    }
   }
   if (result == 0) throw vu_exception("PCRE Output vector too small");
   return result;

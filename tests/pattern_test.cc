@@ -16,6 +16,11 @@ using vu::test::messageOf;
 
 namespace {
 
+/// Brings an object to where it searches in the way of one that is used often.
+void searchOften(vu_pcre& pattern) {
+  for (int i = 0; i < 100; ++i) messageOf([&] { pattern.execute("", 0, 0, 0); });
+}
+
 TEST(Pattern, RefusesWhatDoesNotCompile) {
   EXPECT_EQ("vu_pcre: Empty Regular Expression", messageOf([] { vu_pcre(nullptr, 2, 1); }));
   EXPECT_EQ("PCRE Compile Error [2] missing )", messageOf([] { vu_pcre("a(", 2, -1); }));
@@ -47,12 +52,21 @@ TEST(Pattern, FindsLabels) {
     EXPECT_EQ("vu_pcre::getResult : Index out of range : 1 - 2",
               messageOf([&] { label.getResultStr(index, subject); }));
   }
-  EXPECT_EQ(PCRE_ERROR_NULL, label.execute(nullptr, 1, 0, 0));
-  EXPECT_EQ(PCRE_ERROR_BADLENGTH, label.execute(subject, -1, 0, 0));
-  EXPECT_EQ(PCRE_ERROR_BADOFFSET, label.execute(subject, 9, 10, 0));
-  EXPECT_EQ(PCRE_ERROR_BADOFFSET, label.execute(subject, 9, -1, 0));
-  EXPECT_EQ(PCRE_ERROR_BADUTF8, vu_pcre("x|(*ACCEPT)", 1, PCRE_UTF8).execute("\xff", 1, 0, 0));
-  EXPECT_EQ(PCRE_ERROR_BADUTF8, vu_pcre("(*UTF8).", 1, 0).execute("\xff", 1, 0, 0));
+}
+
+TEST(Pattern, RefusesWhatIsNoSubject) {
+  vu_pcre label("([a-z0-9][-_a-z0-9]*)", 2, 1);
+  vu_pcre byOption("x|(*ACCEPT)", 1, PCRE_UTF8);
+  vu_pcre byPattern("(*UTF8).", 1, 0);
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(PCRE_ERROR_NULL, label.execute(nullptr, 1, 0, 0));
+    EXPECT_EQ(PCRE_ERROR_BADLENGTH, label.execute("text", -1, 0, 0));
+    EXPECT_EQ(PCRE_ERROR_BADOFFSET, label.execute("text", 4, 5, 0));
+    EXPECT_EQ(PCRE_ERROR_BADOFFSET, label.execute("text", 4, -1, 0));
+    EXPECT_EQ(PCRE_ERROR_BADUTF8, byOption.execute("\xff", 1, 0, 0));
+    EXPECT_EQ(PCRE_ERROR_BADUTF8, byPattern.execute("\xff", 1, 0, 0));
+    for (vu_pcre* each : {&label, &byOption, &byPattern}) searchOften(*each);
+  }
 }
 
 TEST(Pattern, EmptyAndUnsetPairs) {
@@ -125,6 +139,7 @@ TEST(Pattern, AgreesWithTheInterpreter) {
       ASSERT_TRUE(result < 0 || expected == got) << pattern << " on " << subject.view();
       matched += result > 0 ? 1 : 0;
       if (result == 0) continue;
+      if (k == 1) searchOften(ours);
       ASSERT_EQ(result, ours.execute(subject.view().data(), size, start, options)) << pattern;
       got.assign(ours.results(), ours.results() + pairs * 2);
       ASSERT_TRUE(result < 0 || expected == got) << pattern << " on " << subject.view();
@@ -160,6 +175,8 @@ void searchHostile(bool onSmallStack) {
     EXPECT_TRUE(result == row.expected || (onSmallStack && result == PCRE_ERROR_RECURSIONLIMIT))
         << row.pattern << " of " << row.length;
     EXPECT_LT(took.count(), 0.5) << row.pattern;
+    searchOften(pattern);
+    EXPECT_EQ(result, pattern.execute(subject.data(), size, 0, 0)) << row.pattern;
     EXPECT_LT(pattern.execute(subject.data(), size, 0, PCRE_ANCHORED), -1) << row.pattern;
     EXPECT_EQ(1, vu_pcre("b", 1, 0).execute("abc", 3, 1, PCRE_ANCHORED));
   }
@@ -190,6 +207,9 @@ TEST(Pattern, DeepMatchesAreFound) {
   for (const std::size_t length : {500U, 1300U, 1500U, 2500U}) {
     vu_pcre pattern("^(a|b)*$", 2, -1);
     const std::string subject(length, 'b');
+    EXPECT_EQ(2, pattern.execute(subject.data(), static_cast<int>(length), 0, 0)) << length;
+    EXPECT_EQ(static_cast<int>(length), pattern.getContextOffset());
+    searchOften(pattern);
     EXPECT_EQ(2, pattern.execute(subject.data(), static_cast<int>(length), 0, 0)) << length;
     EXPECT_EQ(static_cast<int>(length), pattern.getContextOffset());
   }

@@ -126,7 +126,7 @@ class VU_EXPORT vu_pcre {
   std::unique_ptr<int[]> ovector_;
   // The size of vector from which on just-in-time code may run: all that the pattern could need.
   long jitVector_ = std::numeric_limits<long>::max();
-  // Only where `execute` may run that code directly.
+  int searchesToStack_ = 0;  // 0: made already, or `execute` may not run that code directly
   std::unique_ptr<real_pcre_jit_stack, vu::detail::PcreDelete> jitStack_;
 };
 
