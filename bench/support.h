@@ -37,13 +37,15 @@ struct Inputs {
   /// A Public Suffix List, and the definition file that `vu suffixes build` makes of it.
   std::string listFile;
   std::string suffixFile;
-  /// Distinct URLs in random order, so that no branch predictor learns what comes next. Each has a
-  /// registered domain by both rules, in lower case.
-  std::vector<std::string> urls;
+  /// Distinct URLs in random order, more than a branch predictor learns, each with a NUL behind it and
+  /// then the next, as a log is read. Each has a registered domain by both rules, in lower case.
+  std::vector<std::string_view> urls;
   /// Their hosts.
   std::vector<std::string> hosts;
   /// Whether this only tries every benchmark, on inputs of less than full size.
   bool smoke = false;
+  /// What `urls` points into.
+  std::string text;
 
   /// `size`, or what a smoke run has time for.
   std::int64_t atMost(std::int64_t size, std::int64_t inSmoke) const {
