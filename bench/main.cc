@@ -1,4 +1,4 @@
-// Runs the benchmarks: vu_bench [--urls FILE] [--smoke] [options of Google Benchmark].
+// Runs the benchmarks: vu_bench --urls FILE [--smoke] [options of Google Benchmark].
 
 #include <cstdlib>
 #include <iostream>

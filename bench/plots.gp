@@ -5,7 +5,7 @@ set terminal svg size 720,400 font "sans-serif,13" background "#ffffff"
 set border 3 lc rgb "#444444"
 set tics nomirror out
 set grid lc rgb "#dddddd" lt 1
-set key top left reverse Left samplen 2
+set key top left reverse Left samplen 2 noopaque
 set datafile missing "?"
 set style line 1 lc rgb "#0072b2" lw 2 pt 7 ps 0.6
 set style line 2 lc rgb "#d55e00" lw 2 pt 5 ps 0.6
@@ -55,6 +55,9 @@ plot file("threads") using 1:2 with linespoints ls 1 title "vu"
 
 ciphers = "'vu' 'OpenSSL, set up for each message' 'OpenSSL, bare update'"
 set xlabel "bytes of the message"
+set xtics ("16" 16, "64" 64, "256" 256, "1 Ki" 1024, "4 Ki" 4096, "16 Ki" 16384, "64 Ki" 65536, \
+           "256 Ki" 262144, "1 Mi" 1048576)
+set key bottom right
 set ylabel "megabytes a second"
 set logscale y 10
 set yrange [*:*]
@@ -63,8 +66,8 @@ do for [way in "encipher decipher"] {
   set title "AES-256-CBC, " . way . "ing: throughput against message size"
   plot for [i=1:3] file(way) using 1:(column(i+1)) with linespoints ls i title word(ciphers, i)
 }
-unset logscale y
-set yrange [0:*]
+set xtics autofreq
+set key top left
 
 parsers = "vu tinyxml2 pugixml"
 set logscale x 10
@@ -72,6 +75,7 @@ set format x "10^{%L}"
 set output figure("xml-size")
 set title "XML: throughput against the size of the feed"
 set xlabel "items of about 110 bytes"
+set yrange [10:10000]
 plot for [i=1:3] file("xml") using 1:(column(i+1)) with linespoints ls i title word(parsers, i)
 set output figure("xml-depth")
 set title "XML: throughput against depth, 256 KiB"

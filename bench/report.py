@@ -69,7 +69,7 @@ class Row:
             return
         a, b = costs[ours], costs[peer]
         self.ours_text = cost_text(ours, a)
-        self.peer_text = f"{' '.join(peer.split('/')[2:])}: {cost_text(peer, b)}"
+        self.peer_text = f"{peer.split('/')[2]}: {cost_text(peer, b)}"
         self.value = {">=": b / a, "<=": a / b, "ms": (a - b) / 1e6, "-": b / a}[kind]
 
     def verdict(self):
@@ -89,7 +89,7 @@ class Row:
 
     def cells(self):
         verdict = self.verdict()
-        return [f"`{self.job}`" if "<" in self.job else self.job, self.ours_text, self.peer_text,
+        return [self.job, self.ours_text, self.peer_text,
                 self.ratio_text(), self.target_text(), f"**{verdict}**" if verdict == "missed" else verdict]
 
 
@@ -166,10 +166,10 @@ def draw(work, folder, costs, throughputs):
         return value
 
     write_bars(work, "lookup", costs, [
-        ("host cut alone", "domain/classify/host-cut"),
+        ("host cut", "domain/classify/host-cut"),
         ("classify", "domain/classify/vu"),
         ("lookup", "domain/lookup/vu"),
-        ("lookup, string", "domain/lookup-string/vu"),
+        ("to string", "domain/lookup-string/vu"),
         ("public suffix", "domain/public-suffix/vu"),
         ("libpsl", "domain/classify/libpsl"),
     ])

@@ -14,6 +14,7 @@
 namespace vu::bench {
 namespace {
 
+// More than a branch predictor remembers.
 constexpr std::size_t kUrls = 65536;
 
 void run(const std::string& command) {
@@ -38,12 +39,18 @@ std::vector<std::string> readUrls(const std::string& path, const vu_cctld& table
   for (std::string url; std::getline(file, url);) {
     if (isOrdinary(table, url)) urls.push_back(url);
   }
-  std::sort(urls.begin(), urls.end());
-  urls.erase(std::unique(urls.begin(), urls.end()), urls.end());
-  // NOLINTNEXTLINE(bugprone-random-generator-seed): every run in the same order
-  std::shuffle(urls.begin(), urls.end(), std::mt19937(1));
-  if (urls.size() > kUrls) urls.resize(kUrls);
+  require(!urls.empty(), "no URL with a registered domain in " + path);
   return urls;
+}
+
+/// `count` URLs, each with a NUL behind it, and all before any of them comes again.
+void appendInRandomOrder(std::string& text, std::vector<std::string>& urls, std::size_t count) {
+  std::mt19937 random(1);  // NOLINT(bugprone-random-generator-seed): all runs in the same order
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t turn = i % urls.size();
+    if (turn == 0) std::shuffle(urls.begin(), urls.end(), random);
+    text += urls[turn] + '\0';
+  }
 }
 
 Inputs& storage() {
@@ -72,7 +79,6 @@ const Inputs& inputs() { return storage(); }
 
 void loadInputs(const std::string& urlFile, bool smoke) {
   static const TemporaryFile suffixes;
-  static const TemporaryFile collected;
   Inputs& all = storage();
   all.smoke = smoke;
   all.listFile = VU_BENCH_LIST;
@@ -81,20 +87,10 @@ void loadInputs(const std::string& urlFile, bool smoke) {
   const vu_cctld table(all.suffixFile.c_str());
   require(table.suffixCount() > 8000, "the suffix table is not whole");
 
-  std::string from = urlFile;
-  if (from.empty()) {
-    from = collected.path();
-    run(VU_BENCH_COLLECT " >" + from);
-  }
-  const std::vector<std::string> urls = readUrls(from, table);
-  for (const std::string& url : urls) all.text += url + '\0';
+  std::vector<std::string> urls = readUrls(urlFile, table);
+  appendInRandomOrder(all.text, urls, smoke ? urls.size() : kUrls);
   for (std::size_t at = 0; at < all.text.size(); at += all.urls.back().size() + 1) {
     all.urls.emplace_back(all.text.data() + at);
-  }
-  require(!all.urls.empty(), "no URL with a registered domain in " + from);
-  if (all.urls.size() < 16384 && !smoke) {
-    std::cerr << "vu_bench: only " << all.urls.size()
-              << " URLs: branch predictors may learn them, and results look better than they are\n";
   }
   for (const std::string_view url : all.urls) all.hosts.emplace_back(bareHostCut(url));
 }

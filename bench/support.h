@@ -37,8 +37,8 @@ struct Inputs {
   /// A Public Suffix List, and the definition file that `vu suffixes build` makes of it.
   std::string listFile;
   std::string suffixFile;
-  /// Distinct URLs in random order, more than a branch predictor learns, each with a NUL behind it and
-  /// then the next, as a log is read. Each has a registered domain by both rules, in lower case.
+  /// Real URLs in an order that no branch predictor learns, each with a NUL behind it and then the
+  /// next, as a log is read. Each has a registered domain by both rules, in lower case.
   std::vector<std::string_view> urls;
   /// Their hosts.
   std::vector<std::string> hosts;
@@ -55,7 +55,7 @@ struct Inputs {
 
 const Inputs& inputs();
 
-/// Reads the inputs. An empty `urlFile` means the URLs of this machine's documentation.
+/// Reads the inputs; `urlFile` has a URL a line.
 void loadInputs(const std::string& urlFile, bool smoke);
 
 /// The host of a URL and nothing else: what every look-up has to do at the least.
