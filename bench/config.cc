@@ -61,16 +61,16 @@ Settings parseByBoost(char* const* arguments) {
   namespace po = boost::program_options;
   Settings settings;
   po::options_description all("daemon");
-  auto add = all.add_options();
-  add("inet_port,b", po::value(&settings.inetPort), "bind to this address for updates");
-  add("dns_port,d", po::value(&settings.dnsPort), "bind to this address for DNS queries");
-  add("hash_size,A", po::value(&settings.hashSize), "hash size");
-  add("conffile,c", po::value(&settings.file), "configuration file");
-  add("debug,v", po::value(&settings.debug), "debug level");
-  add("showstatus,P", po::value(&settings.showStatus), "show profiling status");
-  add("isdaemon,D", po::bool_switch(&settings.isDaemon), "run as a daemon");
-  add("syslog,V", po::bool_switch(&settings.syslog), "use syslog");
-  add("user,x", po::value(&settings.user), "name=value");
+  auto describe = all.add_options();
+  describe("inet_port,b", po::value(&settings.inetPort), "bind to this address for updates");
+  describe("dns_port,d", po::value(&settings.dnsPort), "bind to this address for DNS queries");
+  describe("hash_size,A", po::value(&settings.hashSize), "hash size");
+  describe("conffile,c", po::value(&settings.file), "configuration file");
+  describe("debug,v", po::value(&settings.debug), "debug level");
+  describe("showstatus,P", po::value(&settings.showStatus), "show profiling status");
+  describe("isdaemon,D", po::bool_switch(&settings.isDaemon), "run as a daemon");
+  describe("syslog,V", po::bool_switch(&settings.syslog), "use syslog");
+  describe("user,x", po::value(&settings.user), "name=value");
   po::variables_map map;
   po::store(po::parse_command_line(kCount, arguments, all), map);
   po::notify(map);
@@ -112,11 +112,9 @@ void peer(benchmark::State& state, Parse parse) {
 }  // namespace
 
 void registerConfig() {
-  benchmark::RegisterBenchmark("config/init/vu", initConfig);
-  benchmark::RegisterBenchmark("config/init/cli11",
-                               [](benchmark::State& state) { peer(state, parseByCli11); });
-  benchmark::RegisterBenchmark("config/init/boost",
-                               [](benchmark::State& state) { peer(state, parseByBoost); });
+  add("config/init/vu", initConfig);
+  add("config/init/cli11", [](benchmark::State& state) { peer(state, parseByCli11); });
+  add("config/init/boost", [](benchmark::State& state) { peer(state, parseByBoost); });
 }
 
 }  // namespace vu::bench

@@ -62,7 +62,7 @@ class Evp {
 /// The input of one benchmark: the message, or what it is enciphered.
 Bytes inputOf(int mode, const benchmark::State& state) {
   static const vu_crypto firstOfTheProcess = makeEngine(kEncipher);
-  const Bytes message = makeMessage(static_cast<std::size_t>(state.range(0)));
+  Bytes message = makeMessage(static_cast<std::size_t>(state.range(0)));
   if (mode == kEncipher) return message;
   Bytes enciphered(message.size() + kBlock);
   enciphered.resize(static_cast<std::size_t>(Evp(kEncipher).message(message, enciphered)));
@@ -134,22 +134,21 @@ void refused(benchmark::State& state) {
   countBytes(state);
 }
 
-template <typename Job>
-void add(const char* name, Job job) {
-  auto* const sizes = benchmark::RegisterBenchmark(name, job);
+void addSizes(const char* name, void (*job)(benchmark::State&)) {
+  auto* const sizes = add(name, job);
   for (const int size : {16, 64, 256, 1024, 4096, 16384, 65536, 1 << 20}) sizes->Arg(size);
 }
 
 }  // namespace
 
 void registerCrypto() {
-  add("crypto/encipher/vu", ours<kEncipher>);
-  add("crypto/encipher/evp-message", evpMessage<kEncipher>);
-  add("crypto/encipher/evp-update", evpUpdate<kEncipher>);
-  add("crypto/decipher/vu", ours<kDecipher>);
-  add("crypto/decipher/evp-message", evpMessage<kDecipher>);
-  add("crypto/decipher/evp-update", evpUpdate<kDecipher>);
-  benchmark::RegisterBenchmark("crypto/refused/vu", refused)->Arg(16384);
+  addSizes("crypto/encipher/vu", ours<kEncipher>);
+  addSizes("crypto/encipher/evp-message", evpMessage<kEncipher>);
+  addSizes("crypto/encipher/evp-update", evpUpdate<kEncipher>);
+  addSizes("crypto/decipher/vu", ours<kDecipher>);
+  addSizes("crypto/decipher/evp-message", evpMessage<kDecipher>);
+  addSizes("crypto/decipher/evp-update", evpUpdate<kDecipher>);
+  add("crypto/refused/vu", refused)->Arg(16384);
 }
 
 }  // namespace vu::bench

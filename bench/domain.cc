@@ -365,7 +365,7 @@ std::size_t heapInUse() {
 template <typename Load>
 void memory(benchmark::State& state, Load load) {
   std::size_t bytes = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const std::size_t before = heapInUse();
     const auto table = load();
     bytes = heapInUse() - before;
@@ -376,20 +376,19 @@ void memory(benchmark::State& state, Load load) {
 
 void definitionFile(benchmark::State& state) {
   const auto bytes = std::filesystem::file_size(inputs().suffixFile);
-  for (auto _ : state) benchmark::DoNotOptimize(bytes);
+  while (state.KeepRunning()) benchmark::DoNotOptimize(bytes);
   state.counters["bytes"] = static_cast<double>(bytes);
 }
 
 void registerLoading() {
-  benchmark::RegisterBenchmark("domain/load/vu", load);
-  benchmark::RegisterBenchmark("domain/load/libpsl", loadByPsl);
-  benchmark::RegisterBenchmark("domain/memory/vu", [](benchmark::State& state) {
+  add("domain/load/vu", load);
+  add("domain/load/libpsl", loadByPsl);
+  add("domain/memory/vu", [](benchmark::State& state) {
     memory(state, [] { return std::make_unique<vu_cctld>(inputs().suffixFile.c_str()); });
   });
-  benchmark::RegisterBenchmark("domain/memory/libpsl", [](benchmark::State& state) {
-    memory(state, [] { return loadPsl(inputs().listFile); });
-  });
-  benchmark::RegisterBenchmark("domain/memory/definition-file", definitionFile);
+  add("domain/memory/libpsl",
+      [](benchmark::State& state) { memory(state, [] { return loadPsl(inputs().listFile); }); });
+  add("domain/memory/definition-file", definitionFile);
 }
 
 using Series = void (*)(benchmark::State&, bool);
@@ -397,7 +396,7 @@ using Series = void (*)(benchmark::State&, bool);
 void addSeries(const std::string& job, Series series, std::initializer_list<std::int64_t> values) {
   for (const bool ours : {true, false}) {
     const std::string name = "domain/" + job + (ours ? "/vu" : "/libpsl");
-    auto* const all = benchmark::RegisterBenchmark(name.c_str(), series, ours);
+    auto* const all = add(name, [=](benchmark::State& state) { series(state, ours); });
     for (const std::int64_t value : values) {
       if (value == inputs().atMost(value, 10000)) all->Arg(value);
     }
@@ -407,9 +406,6 @@ void addSeries(const std::string& job, Series series, std::initializer_list<std:
 }  // namespace
 
 void registerDomain() {
-  const auto add = [](const char* name, auto job) {
-    return benchmark::RegisterBenchmark(name, job);
-  };
   add("domain/classify/vu", classify);
   add("domain/lookup/vu", lookup);
   add("domain/lookup-string/vu", lookupString);
@@ -419,9 +415,10 @@ void registerDomain() {
   add("domain/address/vu", addresses);
   add("domain/refused/classify", refusedByClassify);
   add("domain/refused/lookup", refusedByLookup);
-  benchmark::RegisterBenchmark("domain/worst-host/vu", worstHost, vu_match::shortest);
-  benchmark::RegisterBenchmark("domain/worst-host/public-suffix", worstHost,
-                               vu_match::publicSuffix);
+  add("domain/worst-host/vu",
+      [](benchmark::State& state) { worstHost(state, vu_match::shortest); });
+  add("domain/worst-host/public-suffix",
+      [](benchmark::State& state) { worstHost(state, vu_match::publicSuffix); });
   const int cores = static_cast<int>(std::max(2U, std::thread::hardware_concurrency()));
   add("domain/threads/vu", threads)->ThreadRange(1, 2 * cores)->UseRealTime();
   registerLoading();

@@ -114,7 +114,6 @@ void refuseAll(benchmark::State& state, IsRefused isRefused) {
 }  // namespace
 
 void registerFoundation() {
-  const auto add = [](const char* name, auto job) { benchmark::RegisterBenchmark(name, job); };
   add("foundation/str2val/vu", [](benchmark::State& state) {
     readAll(state, [](const std::string& text) { return str2val<int>(text); });
   });

@@ -171,24 +171,24 @@ void compareRecords(benchmark::State& state, IsKey isKey) {
 }  // namespace
 
 void registerHash() {
-  auto* const ours = benchmark::RegisterBenchmark("hash/text/vu", [](benchmark::State& state) {
+  auto* const ours = add("hash/text/vu", [](benchmark::State& state) {
     hashTexts(state, [](const std::string& key) { return ourHash(key); });
   });
-  auto* const plain = benchmark::RegisterBenchmark("hash/text/bytes", [](benchmark::State& state) {
+  auto* const plain = add("hash/text/bytes", [](benchmark::State& state) {
     hashTexts(state, [](const std::string& key) { return plainHash(key); });
   });
   for (auto* const each : {ours, plain}) each->Arg(16)->Arg(64)->Arg(1024);
-  benchmark::RegisterBenchmark("hash/cmpUC20/vu", [](benchmark::State& state) {
+  add("hash/cmpUC20/vu", [](benchmark::State& state) {
     compare(state, [](const KeyPair& pair) { return vu_cmpUC20(pair.first, pair.second) == 0; });
   });
-  benchmark::RegisterBenchmark("hash/cmpUC20/memcmp", [](benchmark::State& state) {
+  add("hash/cmpUC20/memcmp", [](benchmark::State& state) {
     compare(state,
             [](const KeyPair& pair) { return std::memcmp(pair.first, pair.second, kWidth) == 0; });
   });
-  benchmark::RegisterBenchmark("hash/isKey/vu", [](benchmark::State& state) {
+  add("hash/isKey/vu", [](benchmark::State& state) {
     compareRecords(state, [](const Row& row) { return row.record.isKey(row.key); });
   });
-  benchmark::RegisterBenchmark("hash/isKey/memcmp", [](benchmark::State& state) {
+  add("hash/isKey/memcmp", [](benchmark::State& state) {
     compareRecords(
         state, [](const Row& row) { return std::memcmp(row.record.key(), row.key, kWidth) == 0; });
   });

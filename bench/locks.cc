@@ -53,9 +53,6 @@ void bare(benchmark::State& state) {
 }  // namespace
 
 void registerLocks() {
-  const auto add = [](const char* name, auto job) {
-    return benchmark::RegisterBenchmark(name, job);
-  };
   add("locks/read/vu", ours<vu_readlock, 0>);
   add("locks/read-timed/vu", ours<vu_readlock, kMilliseconds>);
   add("locks/read/pthread", bare<pthread_rwlock_rdlock>);

@@ -195,15 +195,15 @@ void pairs(benchmark::State& state, Collect collectAll) {
 }
 
 void registerPairs() {
-  benchmark::RegisterBenchmark("pattern/pairs/vu", [](benchmark::State& state) {
+  add("pattern/pairs/vu", [](benchmark::State& state) {
     NvalPcre pattern(kPair);
     pairs(state, [&] { return collect(pattern); });
   });
-  benchmark::RegisterBenchmark("pattern/pairs/re2", [](benchmark::State& state) {
+  add("pattern/pairs/re2", [](benchmark::State& state) {
     const re2::RE2 pattern(kPair);
     pairs(state, [&] { return collectByRe2(pattern); });
   });
-  benchmark::RegisterBenchmark("pattern/pairs/pcre", [](benchmark::State& state) {
+  add("pattern/pairs/pcre", [](benchmark::State& state) {
     BarePcre pattern(kPair, PCRE_DOTALL);
     pairs(state, [&] { return collectByPcre(pattern); });
   });
@@ -212,7 +212,6 @@ void registerPairs() {
 }  // namespace
 
 void registerPattern() {
-  const auto add = [](const char* name, auto job) { benchmark::RegisterBenchmark(name, job); };
   add("pattern/labels/vu", [](benchmark::State& state) {
     OurPcre pattern{{kLabel, 2, PCRE_CASELESS}};
     labels(state, [&](const std::string& host) { return countLabels(pattern, host); });

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <random>
 #include <regex>
+#include <utility>
 
 #include "vu/domain.h"
 
@@ -93,6 +94,11 @@ void loadInputs(const std::string& urlFile, bool smoke) {
     all.urls.emplace_back(all.text.data() + at);
   }
   for (const std::string_view url : all.urls) all.hosts.emplace_back(bareHostCut(url));
+}
+
+benchmark::internal::Benchmark* add(const std::string& name,
+                                    std::function<void(benchmark::State&)> job) {
+  return benchmark::RegisterBenchmark(name.c_str(), std::move(job));
 }
 
 }  // namespace vu::bench

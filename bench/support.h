@@ -7,6 +7,7 @@
 #define VU_BENCH_SUPPORT_H_
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -92,6 +93,10 @@ void measureShort(benchmark::State& state, Job job) {
   }
   state.SetItemsProcessed(state.iterations() * kCalls);
 }
+
+/// Registers a benchmark; the result is for its arguments and threads.
+benchmark::internal::Benchmark* add(const std::string& name,
+                                    std::function<void(benchmark::State&)> job);
 
 // One a subsystem.
 void registerFoundation();

@@ -20,9 +20,9 @@ std::string makeFeed(std::int64_t items) {
   std::string text = "<feed>";
   for (std::int64_t i = 0; i < items; ++i) {
     const std::string number = std::to_string(i);
-    text += "<item id='" + number + "' kind='url'><host>www" + number +
-            ".example.com</host><score>" + std::to_string(i % 101) +
-            "</score><seen at='noon'>2026-11-23</seen><fresh/></item>";
+    text.append("<item id='").append(number).append("' kind='url'><host>www").append(number);
+    text.append(".example.com</host><score>").append(std::to_string(i % 101));
+    text.append("</score><seen at='noon'>2026-11-23</seen><fresh/></item>");
   }
   return text + "</feed>";
 }
@@ -152,26 +152,24 @@ void refuse(benchmark::State& state) {
 }
 
 template <typename Parser>
-void add(const std::string& who, std::int64_t deepest) {
-  auto* const sizes =
-      benchmark::RegisterBenchmark(("pattern/xml/" + who).c_str(), parseFeed<Parser>);
+void addParser(const std::string& who, std::int64_t deepest) {
+  auto* const sizes = add("pattern/xml/" + who, parseFeed<Parser>);
   for (const std::int64_t items : {20, 200, 2000, 20000, 200000}) {
     if (items == inputs().atMost(items, 2000)) sizes->Arg(items);
   }
-  auto* const depths =
-      benchmark::RegisterBenchmark(("pattern/xml-depth/" + who).c_str(), parseChains<Parser>);
+  auto* const depths = add("pattern/xml-depth/" + who, parseChains<Parser>);
   for (const std::int64_t depth : {1, 4, 16, 64, 256, 1024, 4096}) {
     if (depth <= deepest) depths->Arg(depth);
   }
-  benchmark::RegisterBenchmark(("pattern/xml-hostile/" + who).c_str(), refuse<Parser>);
+  add("pattern/xml-hostile/" + who, refuse<Parser>);
 }
 
 }  // namespace
 
 void registerXml() {
-  add<Ours>("vu", 4096);
-  add<TinyXml>("tinyxml2", TINYXML2_MAX_ELEMENT_DEPTH - 2);
-  add<PugiXml>("pugixml", 4096);
+  addParser<Ours>("vu", 4096);
+  addParser<TinyXml>("tinyxml2", TINYXML2_MAX_ELEMENT_DEPTH - 2);
+  addParser<PugiXml>("pugixml", 4096);
 }
 
 }  // namespace vu::bench
