@@ -1,0 +1,104 @@
+"""Measures whole processes: vu classify beside cut and psl, and what linking libvu adds to a start.
+
+Usage: processes.py BUILD-DIR URLS WORK-DIR FILTER >RESULTS.json
+
+Prints what vu_bench prints with --benchmark_format=json, one entry a run. Runs of the same job take
+turns. Costs of the long jobs are processor time, which other work on the machine changes least;
+starts are wall time.
+"""
+
+import json
+import os
+import random
+import re
+import subprocess
+import sys
+import time
+
+LIST = "/usr/share/publicsuffix/public_suffix_list.dat"
+LINES = 1_000_000
+RUNS = 5
+STARTS = 400
+
+
+def host_of(url):
+    """The host cut of the library, so that psl is fed with what it has to look up."""
+    scheme = url.find("://", 0, 17)
+    return re.split("[/:]", url[scheme + 3 if scheme >= 0 else 0 :], maxsplit=1)[0]
+
+
+def write_inputs(urls_file, work):
+    with open(urls_file, encoding="latin-1") as file:
+        urls = [url for url in file.read().split("\n") if "." in host_of(url)]
+    urls *= LINES // len(urls) + 1
+    random.Random(1).shuffle(urls)
+    urls = urls[:LINES]
+    for name, lines in (("urls", urls), ("hosts", map(host_of, urls))):
+        with open(f"{work}/million-{name}.txt", "w", encoding="latin-1") as file:
+            file.writelines(line + "\n" for line in lines)
+
+
+def cost(command, stdin=None, stdout=subprocess.DEVNULL):
+    """Processor and wall seconds of a command. Status 1 of vu says that a URL was refused."""
+    start = time.perf_counter()
+    child = subprocess.Popen(command, stdin=stdin, stdout=stdout, stderr=subprocess.DEVNULL)
+    _, status, usage = os.wait4(child.pid, 0)
+    wall = time.perf_counter() - start
+    child.returncode = os.waitstatus_to_exitcode(status)
+    if child.returncode not in (0, 1):
+        sys.exit(f"processes.py: {command[0]} ended with status {child.returncode}")
+    return usage.ru_utime + usage.ru_stime, wall
+
+
+def count_lines(command, stdin, path):
+    with open(path, "wb") as out:
+        cost(command, stdin and open(stdin, "rb"), out)
+    with open(path, "rb") as out:
+        return sum(1 for _ in out)
+
+
+def measure_classify(build, work, note):
+    table = f"{work}/suffixes.txt"
+    vu = f"{build}/vu"
+    subprocess.run([vu, "suffixes", "build", LIST, "-o", table], check=True, capture_output=True)
+    urls = f"{work}/million-urls.txt"
+    hosts = f"{work}/million-hosts.txt"
+    classify = [vu, "classify", "--format", "tsv", "--threads", "1", "--suffixes", table]
+    jobs = {
+        "vu": (classify + ["--file", urls], None),
+        "cut": (["cut", "-d/", "-f3", urls], None),
+        "psl": (["psl", "--batch", "--load-psl-file", LIST, "--print-reg-domain"], hosts),
+    }
+    for name, (command, stdin) in jobs.items():
+        lines = count_lines(command, stdin, f"{work}/out.txt")
+        if lines != LINES:
+            sys.exit(f"processes.py: {name} printed {lines} lines of {LINES}")
+    for _ in range(RUNS):
+        for name, (command, stdin) in jobs.items():
+            with open(stdin or os.devnull, "rb") as file:
+                note(f"process/classify/{name}", cost(command, file)[0] / LINES)
+
+
+def measure_start(build, note):
+    programs = {"with-libvu": "vu_bench_start_with", "without": "vu_bench_start_without"}
+    for _ in range(STARTS):
+        for name, program in programs.items():
+            note(f"process/start/{name}", cost([f"{build}/bench/{program}"])[1])
+
+
+def main():
+    build, urls_file, work, wanted = sys.argv[1:]
+    results = []
+
+    def note(name, seconds):
+        results.append({"name": name, "run_type": "iteration", "items_per_second": 1 / seconds})
+
+    if re.search(wanted, "process/classify"):
+        write_inputs(urls_file, work)
+        measure_classify(build, work, note)
+    if re.search(wanted, "process/start"):
+        measure_start(build, note)
+    json.dump({"benchmarks": results}, sys.stdout)
+
+
+main()
