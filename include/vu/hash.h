@@ -98,8 +98,6 @@ class vu_data {
   unsigned char key_[N];
 };
 
-extern template class VU_EXPORT vu_data<unsigned char*, 20>;
-
 // ---------------------------------------------------------------------------------------------
 // How keys are compared: word by word, here so that callers have it inline.
 
@@ -135,5 +133,8 @@ template <typename T, unsigned int N>
 inline bool vu_data<T, N>::isKey(const unsigned char* key) const {
   return key != nullptr && vu::detail::equalKeys<N>(key_, key);
 }
+
+// libvu holds this one. Declared behind the definitions, so that they can be inline all the same.
+extern template class VU_EXPORT vu_data<unsigned char*, 20>;
 
 #endif  // VU_HASH_H_
