@@ -1,6 +1,8 @@
-// 16 bytes at a time. A text that is no multiple of 16 ends with 16 bytes that overlap those before.
+// 16 bytes at a time.
 
 #include <emmintrin.h>
+
+#include <algorithm>
 
 #include "domain/byte_classes.h"
 
@@ -38,13 +40,13 @@ void add(ByteClasses& all, const char* text, std::size_t place) {
 
 ByteClasses classifyBytesBySse2(const char* text, std::size_t length) noexcept {
   ByteClasses all{};
-  if (length >= 4 * kBlock) {
-    for (std::size_t at = 0; at < 4 * kBlock; at += kBlock) add(all, text + at, at);
-  } else if (length >= kBlock) {
-    add(all, text, 0);
-    if (length >= 2 * kBlock) add(all, text + kBlock, kBlock);
-    if (length >= 3 * kBlock) add(all, text + 2 * kBlock, 2 * kBlock);
-    add(all, text + length - kBlock, length - kBlock);
+  if (length >= kBlock) {
+    // Always four blocks, which overlap in a short text: no branch depends on the length.
+    const std::size_t last = std::min<std::size_t>(length, 64) - kBlock;
+    for (const std::size_t at :
+         {std::size_t{0}, std::min(kBlock, last), std::min(2 * kBlock, last), last}) {
+      add(all, text + at, at);
+    }
   } else {
     char padded[kBlock] = {};
     for (std::size_t i = 0; i < length; ++i) padded[i] = text[i];

@@ -1,9 +1,11 @@
 // The table of domain suffixes: loading it, and the one algorithm behind all its look-ups.
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "domain/definition_file.h"
@@ -31,23 +33,29 @@ constexpr Cut kTooShort{VU_COUNTRY_CODE_TOO_SHORT, nullptr};
 constexpr Cut kPureDomain{VU_COUNTRY_CODE_PURE_DOMAIN, nullptr};
 
 /// The label in front of the shortest listed suffix of two labels or more, among the last
-/// `maxLabels` labels of the host; the last two labels where none is listed.
+/// `maxLabels` labels of a host; the last two labels where none is listed. `label` is the second from
+/// the right, `node` that of the last two, `labels` what stands in front of them.
+Cut cutAbovePair(const SuffixTree& tree, int maxLabels, SuffixTree::Node node,
+                 std::string_view label, LabelsFromRight labels) noexcept {
+  const Cut lastTwo{VU_SUCCESS, label.data()};
+  for (int kept = 2; node != SuffixTree::kNone; ++kept) {
+    const bool listed = (tree.listings(node) & vu::detail::kSuffix) != 0;
+    const bool another = kept < maxLabels && labels.next(label);
+    if (listed) return another ? Cut{VU_SUCCESS, label.data()} : kPureDomain;
+    if (!another) break;
+    node = tree.child(node, label);
+  }
+  return lastTwo;
+}
+
 Cut cutShortest(const SuffixTree& tree, int maxLabels, std::string_view host) noexcept {
   LabelsFromRight labels(host);
   std::string_view label;
   labels.next(label);
   SuffixTree::Node node = tree.child(SuffixTree::kRoot, label);
   if (!labels.next(label)) return kTooShort;
-  const Cut lastTwo{VU_SUCCESS, label.data()};
-  for (int kept = 2; node != SuffixTree::kNone; ++kept) {
-    node = tree.child(node, label);
-    if (node == SuffixTree::kNone) break;
-    const bool listed = (tree.listings(node) & vu::detail::kSuffix) != 0;
-    const bool another = kept < maxLabels && labels.next(label);
-    if (listed) return another ? Cut{VU_SUCCESS, label.data()} : kPureDomain;
-    if (!another) break;
-  }
-  return lastTwo;
+  if (node != SuffixTree::kNone) node = tree.child(node, label);
+  return cutAbovePair(tree, maxLabels, node, label, labels);
 }
 
 /// The label in front of the public suffix, which is the longest matching rule, or what an
@@ -92,6 +100,15 @@ Cut cutName(const SuffixTree& tree, int maxLabels, std::string_view host, vu_mat
                                      : cutPublicSuffix(tree, host);
 }
 
+Cut cutPlain(const SuffixTree& tree, int maxLabels, const PlainHost& plain,
+             vu_match match) noexcept {
+  if (match == vu_match::publicSuffix) return cutPublicSuffix(tree, plain.host);
+  const std::string_view front(plain.host.data(),
+                               static_cast<std::size_t>(plain.lastTwo.data() - plain.host.data()));
+  return cutAbovePair(tree, maxLabels, tree.pair(plain.lastTwo), plain.lastTwo,
+                      LabelsFromRight(front));
+}
+
 /// Whether the table has nothing to say about a host, so that its domain is the last two labels.
 bool isUnlisted(const SuffixTree& tree, const PlainHost& plain, vu_match match) noexcept {
   if (tree.mayKnow(plain.lastTwo)) return false;
@@ -120,10 +137,17 @@ void setCut(const Cut& cut, vu_domain& result) noexcept {
   }
 }
 
-/// What both forms of `lookup` begin with.
+/// What both forms of `lookup` begin with. Only a host that does not end among the first bytes needs
+/// the rest of its URL, which may be long, to be read.
 vu_domain classifyOrThrow(const vu_cctld& table, const char* url, unsigned int& ipAddress) {
-  const vu_domain found =
-      table.classify(url != nullptr ? std::string_view(url) : std::string_view());
+  ipAddress = 0;
+  if (url == nullptr) refuse(VU_COUNTRY_CODE_EMPTY_URL, "");
+  constexpr std::size_t kFirstBytes = 65;
+  const std::string_view start(url, strnlen(url, kFirstBytes));
+  vu_domain found = table.classify(start);
+  if (start.size() == kFirstBytes && found.host.data() + found.host.size() == url + kFirstBytes) {
+    found = table.classify(url);
+  }
   ipAddress = found.ipAddress;
   if (found.status != VU_SUCCESS) refuse(found.status, found.host.data());
   return found;
@@ -175,13 +199,37 @@ Records readRecords(const char* path) {
   return records;
 }
 
-/// Puts the tokens in order: a set that is filled in order needs no search.
-void sort(Records& records) {
-  std::sort(records.tokens.begin(), records.tokens.end(),
-            [&records](const Records::Token& a, const Records::Token& b) {
-              if (a.beginning != b.beginning) return a.beginning < b.beginning;
-              return records.text(a) < records.text(b);
-            });
+/// Sorts by the first eight bytes, one byte after the other from the last: in time in proportion to
+/// their number, and without comparisons, of which a processor would mispredict half.
+void sortByBeginnings(std::vector<Records::Token>& tokens) {
+  std::vector<Records::Token> sorted(tokens.size());
+  for (unsigned shift = 0; shift < 64; shift += 8) {
+    const auto byteOf = [shift](const Records::Token& token) {
+      return token.beginning >> shift & 255;
+    };
+    std::array<std::size_t, 256> places{};
+    for (const Records::Token& token : tokens) ++places[byteOf(token)];
+    std::size_t before = 0;
+    for (std::size_t& place : places) before += std::exchange(place, before);
+    for (const Records::Token& token : tokens) sorted[places[byteOf(token)]++] = token;
+    tokens.swap(sorted);
+  }
+}
+
+/// Puts tokens in order: a set that is filled in order needs no search.
+std::vector<Records::Token> sorted(const Records& records) {
+  std::vector<Records::Token> tokens = records.tokens;
+  sortByBeginnings(tokens);
+  for (auto first = tokens.begin(); first != tokens.end();) {
+    const auto last = std::find_if(first, tokens.end(), [first](const Records::Token& token) {
+      return token.beginning != first->beginning;
+    });
+    std::sort(first, last, [&records](const Records::Token& a, const Records::Token& b) {
+      return records.text(a) < records.text(b);
+    });
+    first = last;
+  }
+  return tokens;
 }
 
 /// A table, complete or up to a bad record.
@@ -200,15 +248,14 @@ struct Loaded {
 };
 
 Loaded load(const char* path) {
-  Records records = readRecords(path);
-  sort(records);
+  const Records records = readRecords(path);
   Loaded loaded;
-  loaded.tree->reserve(records.tokens.size());
-  for (const Records::Token& token : records.tokens) {
-    const std::size_t before = loaded.suffixes.size();
-    const auto place = loaded.suffixes.emplace_hint(loaded.suffixes.end(), records.text(token));
-    if (loaded.suffixes.size() > before) loaded.tree->insert(*place);
+  for (const Records::Token& token : sorted(records)) {
+    loaded.suffixes.emplace_hint(loaded.suffixes.end(), records.text(token));
   }
+  // In the order of the file, where neighbours tend to have one parent.
+  loaded.tree->reserve(records.tokens.size());
+  for (const Records::Token& token : records.tokens) loaded.tree->insert(records.text(token));
   loaded.tree->makeFilter();
   loaded.count = static_cast<int>(loaded.suffixes.size());
   loaded.maxLabels = records.maxLabels;
@@ -268,7 +315,7 @@ vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcep
     result.domain = plain.lastTwo;
   } else {
     result.host = plain.host;
-    setCut(cutName(*tree_, maxLabels_, plain.host, match), result);
+    setCut(cutPlain(*tree_, maxLabels_, plain, match), result);
   }
   return result;
 }

@@ -34,7 +34,8 @@ bool findStart(std::string_view url, std::uint64_t ends, std::size_t& start) {
   start = 0;
   if ((ends & below(kLastSchemeStart + 1)) == 0) return true;
   const std::size_t colon = lowest(ends);
-  if (url.compare(colon, 3, "://") == 0) {
+  if (url.size() > colon + 2 && url[colon] == ':' && url[colon + 1] == '/' &&
+      url[colon + 2] == '/') {
     start = colon + 3;
     return true;
   }

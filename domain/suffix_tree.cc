@@ -4,6 +4,7 @@
 #include <functional>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "domain/host.h"
 
@@ -26,7 +27,7 @@ bool equalsIgnoringCase(std::string_view label, std::string_view lower) {
 
 }  // namespace
 
-SuffixTree::SuffixTree() : nodes_(1), slots_(64), filter_(1, ~std::uint64_t{0}) {}
+SuffixTree::SuffixTree() : nodes_(1), slots_(64), pairs_(1), filter_(1, ~std::uint64_t{0}) {}
 
 void SuffixTree::reserve(std::size_t tokens) {
   nodes_.reserve(tokens + tokens / 4);
@@ -56,6 +57,18 @@ void SuffixTree::insert(std::string_view token) {
 
 /// The node of a name, made with all above it where they are missing.
 SuffixTree::Node SuffixTree::nodeFor(std::string_view name) {
+  const std::size_t firstDot = std::min(name.find('.'), name.size() - 1);
+  const std::string_view above = name.substr(firstDot + 1);
+  if (above != lastAbove_) {
+    lastParent_ = above.empty() ? kRoot : walkTo(above);
+    lastAbove_ = above;
+  }
+  const std::string_view label = name.substr(0, above.empty() ? name.size() : firstDot);
+  const Node known = child(lastParent_, label);
+  return known != kNone ? known : addChild(lastParent_, label);
+}
+
+SuffixTree::Node SuffixTree::walkTo(std::string_view name) {
   Node node = kRoot;
   while (true) {
     const std::size_t dot = name.rfind('.');
@@ -80,7 +93,7 @@ SuffixTree::Node SuffixTree::addChild(Node parent, std::string_view label) {
   texts_ += label;
   nodes_.push_back({parent, text, static_cast<std::uint16_t>(label.size()), 0});
   const std::uint32_t hash = hashOf(parent, label);
-  *freeSlot(hash) = {hash, node};
+  *freeSlot(slots_, hash) = {hash, node};
   return node;
 }
 
@@ -88,15 +101,15 @@ void SuffixTree::growSlots() {
   std::vector<Slot> old(slots_.size() * 2);
   old.swap(slots_);
   for (const Slot& slot : old) {
-    if (slot.node != kNone) *freeSlot(slot.hash) = slot;
+    if (slot.node != kNone) *freeSlot(slots_, slot.hash) = slot;
   }
 }
 
-SuffixTree::Slot* SuffixTree::freeSlot(std::uint32_t hash) noexcept {
-  const std::size_t mask = slots_.size() - 1;
+SuffixTree::Slot* SuffixTree::freeSlot(std::vector<Slot>& slots, std::uint32_t hash) noexcept {
+  const std::size_t mask = slots.size() - 1;
   std::size_t at = hash & mask;
-  while (slots_[at].node != kNone) at = (at + 1) & mask;
-  return &slots_[at];
+  while (slots[at].node != kNone) at = (at + 1) & mask;
+  return &slots[at];
 }
 
 std::string_view SuffixTree::labelOf(Node node) const noexcept {
@@ -137,18 +150,42 @@ std::uint64_t SuffixTree::filterKeyOf(Node node, std::string& buffer) const {
 }
 
 void SuffixTree::makeFilter() {
-  constexpr std::size_t kBitsPerNode = 16;
-  std::size_t words = 1;
-  while (words * 64 < nodes_.size() * kBitsPerNode) words *= 2;
-  std::vector<std::uint64_t> filter(words);
+  constexpr std::size_t kBitsPerKey = 8;
+  std::vector<std::pair<std::uint64_t, Node>> keys;
+  keys.reserve(nodes_.size());
   std::string buffer;
   for (Node node = 1; node < nodes_.size(); ++node) {
     const std::uint64_t key = filterKeyOf(node, buffer);
-    if (key == 0) continue;
+    if (key != 0) keys.emplace_back(key, node);
+  }
+  std::size_t words = 1;
+  while (words * 64 < keys.size() * kBitsPerKey) words *= 2;
+  std::vector<std::uint64_t> filter(words);
+  std::vector<Slot> pairs(words * (64 / kBitsPerKey * 2));  // half full at the most
+  for (const auto& [key, node] : keys) {
     const std::uint64_t bit = key & (words * 64 - 1);
     filter[bit / 64] |= std::uint64_t{1} << bit % 64;
+    if (nodes_[node].parent != kRoot)
+      *freeSlot(pairs, static_cast<std::uint32_t>(key)) = {static_cast<std::uint32_t>(key), node};
   }
   filter_.swap(filter);
+  pairs_.swap(pairs);
+}
+
+bool SuffixTree::isPair(Node node, std::string_view text) const noexcept {
+  const std::string_view label = labelOf(node);
+  const std::string_view top = labelOf(nodes_[node].parent);
+  return text.size() == label.size() + 1 + top.size() && text.substr(0, label.size()) == label &&
+         text.substr(label.size() + 1) == top;
+}
+
+SuffixTree::Node SuffixTree::pair(std::string_view lastTwo) const noexcept {
+  const auto hash = static_cast<std::uint32_t>(textKey(lastTwo));
+  const std::size_t mask = pairs_.size() - 1;
+  for (std::size_t at = hash & mask; pairs_[at].node != kNone; at = (at + 1) & mask) {
+    if (pairs_[at].hash == hash && isPair(pairs_[at].node, lastTwo)) return pairs_[at].node;
+  }
+  return kNone;
 }
 
 }  // namespace vu::detail

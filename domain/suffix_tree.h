@@ -48,7 +48,7 @@ class SuffixTree {
   /// The same for the label in lower case.
   Node childIgnoringCase(Node parent, std::string_view label) const noexcept;
 
-  /// Arranges the two questions below for what has been inserted; until then they say true. Throws
+  /// Arranges the three questions below for what has been inserted; until then they say true or kNone. Throws
   /// only when memory runs out, and has done nothing then.
   void makeFilter();
 
@@ -58,6 +58,10 @@ class SuffixTree {
   bool mayKnow(std::string_view lastTwo) const noexcept { return mayHold(textKey(lastTwo)); }
   /// The same for a wildcard in front of a top level.
   bool mayHaveWildcard(std::string_view top) const noexcept { return mayHold(~textKey(top)); }
+
+  /// The node of the last two labels of a host, joined by a dot, or kNone. Knows what `makeFilter` has
+  /// seen.
+  Node pair(std::string_view lastTwo) const noexcept;
 
   /// What is listed at `node`: SuffixListing bits.
   unsigned listings(Node node) const noexcept { return nodes_[node].listings; }
@@ -77,11 +81,13 @@ class SuffixTree {
   template <typename IsLabel>
   Node findChild(Node parent, std::string_view label, IsLabel isLabel) const noexcept;
   Node nodeFor(std::string_view name);
+  Node walkTo(std::string_view name);
   void list(Node node, SuffixListing listing) noexcept;
   Node addChild(Node parent, std::string_view label);
   void growSlots();
+  bool isPair(Node node, std::string_view text) const noexcept;
   std::string_view labelOf(Node node) const noexcept;
-  Slot* freeSlot(std::uint32_t hash) noexcept;
+  static Slot* freeSlot(std::vector<Slot>& slots, std::uint32_t hash) noexcept;
 
   std::uint64_t filterKeyOf(Node node, std::string& buffer) const;
   bool mayHold(std::uint64_t key) const noexcept {
@@ -92,6 +98,9 @@ class SuffixTree {
   std::vector<Entry> nodes_;
   std::vector<Slot> slots_;
   std::string texts_;
+  std::string lastAbove_;              ///< What the last name inserted has behind its first label,
+  Node lastParent_ = kRoot;            ///< and its node.
+  std::vector<Slot> pairs_;            ///< Nodes two labels below the root, as slots_ by their key.
   std::vector<std::uint64_t> filter_;  ///< Bits, by key; a power of two of them.
 };
 
