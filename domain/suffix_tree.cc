@@ -169,6 +169,7 @@ void SuffixTree::makeFilter() {
       *freeSlot(pairs, static_cast<std::uint32_t>(key)) = {static_cast<std::uint32_t>(key), node};
   }
   filter_.swap(filter);
+  filterMask_ = words * 64 - 1;
   pairs_.swap(pairs);
 }
 

@@ -91,7 +91,7 @@ class SuffixTree {
 
   std::uint64_t filterKeyOf(Node node, std::string& buffer) const;
   bool mayHold(std::uint64_t key) const noexcept {
-    const std::uint64_t bit = key & (filter_.size() * 64 - 1);
+    const std::uint64_t bit = key & filterMask_;
     return (filter_[bit / 64] >> bit % 64 & 1) != 0;
   }
 
@@ -101,6 +101,7 @@ class SuffixTree {
   std::string lastAbove_;              ///< What the last name inserted has behind its first label,
   Node lastParent_ = kRoot;            ///< and its node.
   std::vector<Slot> pairs_;            ///< Nodes two labels below the root, as slots_ by their key.
+  std::uint64_t filterMask_ = 63;      ///< The number of bits in filter_ less one.
   std::vector<std::uint64_t> filter_;  ///< Bits, by key; a power of two of them.
 };
 
