@@ -280,6 +280,7 @@ class VU_EXPORT vu_pcrexml {
   void composeXmldata(xmldata* parent, const char* subject, int len, int* ovector, int rc);
 
  private:
+  // The expression, whose results the scan gives; asked itself for what is no text at all.
   std::unique_ptr<vu_pcre> _pcre;
 };
 
