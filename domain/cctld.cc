@@ -1,23 +1,21 @@
-// The table of domain suffixes: loading it, and the one algorithm behind all its look-ups.
+// The table of domain suffixes: the one algorithm behind all its look-ups.
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cstring>
 #include <limits>
 #include <utility>
-#include <vector>
 
-#include "domain/definition_file.h"
 #include "domain/host.h"
+#include "domain/loaded_table.h"
 #include "domain/plain_host.h"
 #include "domain/suffix_tree.h"
 #include "vu/domain.h"
 #include "vu/pattern.h"
 
-using vu::detail::DefinitionFile;
 using vu::detail::HostScan;
 using vu::detail::LabelsFromRight;
+using vu::detail::LoadedTable;
+using vu::detail::loadTable;
 using vu::detail::PlainHost;
 using vu::detail::SuffixTree;
 
@@ -153,116 +151,6 @@ vu_domain classifyOrThrow(const vu_cctld& table, const char* url, unsigned int& 
   return found;
 }
 
-/// The records of a definition file up to its end or the first bad one.
-struct Records {
-  std::string texts;
-  struct Token {
-    std::uint64_t beginning;  ///< Its first eight bytes: most comparisons need no more.
-    std::size_t at;
-    std::size_t length;
-  };
-  std::vector<Token> tokens;
-  int maxLabels = 0;
-  bool complete = false;
-
-  std::string_view text(const Token& token) const {
-    return std::string_view(texts).substr(token.at, token.length);
-  }
-};
-
-/// The first eight bytes as a number that compares as they do; zeros stand for missing ones.
-std::uint64_t beginningOf(std::string_view text) {
-  std::uint64_t number = 0;
-  for (std::size_t i = 0; i < sizeof number; ++i) {
-    number = number << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
-  }
-  return number;
-}
-
-Records readRecords(const char* path) {
-  DefinitionFile file(path);
-  if (!file.isOpen()) {
-    const int error = errno;
-    throw vu_exception(std::string("Top level domain definition file [") +
-                       (path != nullptr ? path : "NULL") +
-                       "] open error : " + std::strerror(error));
-  }
-  Records records;
-  while (!file.atEnd()) {
-    if (!file.read()) return records;
-    const std::string_view token = file.token();
-    records.tokens.push_back({beginningOf(token), records.texts.size(), token.size()});
-    records.texts += token;
-    if (file.labels() > records.maxLabels) records.maxLabels = file.labels();
-  }
-  records.complete = true;
-  return records;
-}
-
-/// Sorts by the first eight bytes, one byte after the other from the last: in time in proportion to
-/// their number, and without comparisons, of which a processor would mispredict half.
-void sortByBeginnings(std::vector<Records::Token>& tokens) {
-  std::vector<Records::Token> sorted(tokens.size());
-  for (unsigned shift = 0; shift < 64; shift += 8) {
-    const auto byteOf = [shift](const Records::Token& token) {
-      return token.beginning >> shift & 255;
-    };
-    std::array<std::size_t, 256> places{};
-    for (const Records::Token& token : tokens) ++places[byteOf(token)];
-    std::size_t before = 0;
-    for (std::size_t& place : places) before += std::exchange(place, before);
-    for (const Records::Token& token : tokens) sorted[places[byteOf(token)]++] = token;
-    tokens.swap(sorted);
-  }
-}
-
-/// Puts tokens in order: a set that is filled in order needs no search.
-std::vector<Records::Token> sorted(const Records& records) {
-  std::vector<Records::Token> tokens = records.tokens;
-  sortByBeginnings(tokens);
-  for (auto first = tokens.begin(); first != tokens.end();) {
-    const auto last = std::find_if(first, tokens.end(), [first](const Records::Token& token) {
-      return token.beginning != first->beginning;
-    });
-    std::sort(first, last, [&records](const Records::Token& a, const Records::Token& b) {
-      return records.text(a) < records.text(b);
-    });
-    first = last;
-  }
-  return tokens;
-}
-
-/// A table, complete or up to a bad record.
-struct Loaded {
-  std::set<std::string> suffixes;
-  std::unique_ptr<SuffixTree> tree = std::make_unique<SuffixTree>();
-  int count = 0;
-  int maxLabels = 0;
-  bool complete = false;
-
-  /// Throws unless it is complete.
-  void check() const {
-    if (complete) return;
-    throw vu_exception("Top level domain : Read Error at [" + val2str(count + 1) + "]-th record");
-  }
-};
-
-Loaded load(const char* path) {
-  const Records records = readRecords(path);
-  Loaded loaded;
-  for (const Records::Token& token : sorted(records)) {
-    loaded.suffixes.emplace_hint(loaded.suffixes.end(), records.text(token));
-  }
-  // In the order of the file, where neighbours tend to have one parent.
-  loaded.tree->reserve(records.tokens.size());
-  for (const Records::Token& token : records.tokens) loaded.tree->insert(records.text(token));
-  loaded.tree->makeFilter();
-  loaded.count = static_cast<int>(loaded.suffixes.size());
-  loaded.maxLabels = records.maxLabels;
-  loaded.complete = records.complete;
-  return loaded;
-}
-
 }  // namespace
 
 vu_cctld::vu_cctld(const char* tldFile, const char* defaultDomain)
@@ -284,20 +172,21 @@ int vu_cctld::initSet(const char* path) {
   auto empty = std::make_unique<SuffixTree>();
   tldSet_.clear();
   tree_.swap(empty);
-  Loaded loaded = load(path);
-  tldSet_.swap(loaded.suffixes);
-  tree_.swap(loaded.tree);
-  maxLabels_ = std::max(maxLabels_, loaded.maxLabels);
-  loaded.check();
-  return suffixCount();
+  return take(loadTable(path));
 }
 
 int vu_cctld::reload(const char* path) {
-  Loaded loaded = load(path);
-  loaded.check();
+  LoadedTable loaded = loadTable(path);
+  if (!loaded.error.empty()) throw vu_exception(loaded.error);
+  return take(std::move(loaded));
+}
+
+/// Takes over what was loaded, and then throws when it ends in an error.
+int vu_cctld::take(vu::detail::LoadedTable loaded) {
   tldSet_.swap(loaded.suffixes);
   tree_.swap(loaded.tree);
   maxLabels_ = std::max(maxLabels_, loaded.maxLabels);
+  if (!loaded.error.empty()) throw vu_exception(loaded.error);
   return suffixCount();
 }
 

@@ -25,8 +25,6 @@ constexpr std::array<unsigned char, 256> makeClasses() {
 
 constexpr std::array<unsigned char, 256> kClasses = makeClasses();
 
-constexpr std::size_t kLastSchemeStart = 14;  // where "://" may begin at the latest
-
 /// Adds a label to the address when it is a number below 255.
 bool addNumber(std::string_view label, std::uint32_t& address) noexcept {
   unsigned value = 0;

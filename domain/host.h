@@ -3,6 +3,7 @@
 #ifndef VU_DOMAIN_HOST_H_
 #define VU_DOMAIN_HOST_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -15,6 +16,9 @@ bool insideLabel(char c) noexcept;
 
 /// Whether a name is one or more labels joined by single dots, so that a host can end in it.
 bool isHostName(std::string_view name) noexcept;
+
+constexpr std::size_t kLastSchemeStart =
+    14;  ///< Where the "://" behind a scheme may begin at the latest.
 
 /// The host: after a "://" that begins within the first 15 bytes, up to the first "/" or ":".
 std::string_view cutHost(std::string_view url) noexcept;

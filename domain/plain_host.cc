@@ -13,7 +13,6 @@ namespace vu::detail {
 namespace {
 
 constexpr std::size_t kStride = 64;
-constexpr std::size_t kLastSchemeStart = 14;  // where "://" may begin at the latest
 
 /// The lowest and highest members of a set that is not empty, and all members below a place.
 std::size_t lowest(std::uint64_t set) { return static_cast<std::size_t>(__builtin_ctzll(set)); }

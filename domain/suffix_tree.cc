@@ -60,14 +60,16 @@ SuffixTree::Node SuffixTree::nodeFor(std::string_view name) {
   const std::size_t firstDot = std::min(name.find('.'), name.size() - 1);
   const std::string_view above = name.substr(firstDot + 1);
   if (above != lastAbove_) {
-    lastParent_ = above.empty() ? kRoot : walkTo(above);
+    const Node parent = above.empty() ? kRoot : walkTo(above);
     lastAbove_ = above;
+    lastParent_ = parent;
   }
   const std::string_view label = name.substr(0, above.empty() ? name.size() : firstDot);
   const Node known = child(lastParent_, label);
   return known != kNone ? known : addChild(lastParent_, label);
 }
 
+/// The same, label by label from the right.
 SuffixTree::Node SuffixTree::walkTo(std::string_view name) {
   Node node = kRoot;
   while (true) {
@@ -149,7 +151,7 @@ std::uint64_t SuffixTree::filterKeyOf(Node node, std::string& buffer) const {
   return textKey(buffer);
 }
 
-void SuffixTree::makeFilter() {
+void SuffixTree::indexPairs() {
   constexpr std::size_t kBitsPerKey = 8;
   std::vector<std::pair<std::uint64_t, Node>> keys;
   keys.reserve(nodes_.size());
@@ -165,8 +167,8 @@ void SuffixTree::makeFilter() {
   for (const auto& [key, node] : keys) {
     const std::uint64_t bit = key & (words * 64 - 1);
     filter[bit / 64] |= std::uint64_t{1} << bit % 64;
-    if (nodes_[node].parent != kRoot)
-      *freeSlot(pairs, static_cast<std::uint32_t>(key)) = {static_cast<std::uint32_t>(key), node};
+    const auto hash = static_cast<std::uint32_t>(key);
+    if (nodes_[node].parent != kRoot) *freeSlot(pairs, hash) = {hash, node};
   }
   filter_.swap(filter);
   filterMask_ = words * 64 - 1;

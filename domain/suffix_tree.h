@@ -4,8 +4,12 @@
 // "co". A host is walked down label by label until no listed suffix goes on that way, so the cost
 // of a look-up depends on the host's labels and on no number in the table.
 //
-// Invariants: node 0 is the root, every other node comes after its parent, and slots_ finds a node
-// by its parent and label; it is a power of two in size and at most half full.
+// Most hosts need no walk: a filter over the pairs of labels that the tree begins with tells that
+// nothing is listed for them, and a table of those pairs spares the others the walk's first two steps.
+//
+// Invariants: node 0 is the root, every other node comes after its parent; slots_ finds a node by its
+// parent and label, pairs_ one two labels below the root by the text of both; both are a power of two
+// in size and at most half full.
 // Threads: const members may run in any number of threads at once.
 
 #ifndef VU_DOMAIN_SUFFIX_TREE_H_
@@ -48,9 +52,9 @@ class SuffixTree {
   /// The same for the label in lower case.
   Node childIgnoringCase(Node parent, std::string_view label) const noexcept;
 
-  /// Arranges the three questions below for what has been inserted; until then they say true or kNone. Throws
-  /// only when memory runs out, and has done nothing then.
-  void makeFilter();
+  /// Arranges the three questions below for what has been inserted; until then they say true or
+  /// kNone. Throws only when memory runs out, and has done nothing then.
+  void indexPairs();
 
   /// False when no suffix of two labels or more can match a host with these last two labels. May be
   /// true without reason, seldom. Letter case is ignored. One load from memory answers, so most hosts
@@ -59,8 +63,7 @@ class SuffixTree {
   /// The same for a wildcard in front of a top level.
   bool mayHaveWildcard(std::string_view top) const noexcept { return mayHold(~textKey(top)); }
 
-  /// The node of the last two labels of a host, joined by a dot, or kNone. Knows what `makeFilter` has
-  /// seen.
+  /// The node of the last two labels of a host, joined by a dot, or kNone.
   Node pair(std::string_view lastTwo) const noexcept;
 
   /// What is listed at `node`: SuffixListing bits.
@@ -98,8 +101,8 @@ class SuffixTree {
   std::vector<Entry> nodes_;
   std::vector<Slot> slots_;
   std::string texts_;
-  std::string lastAbove_;              ///< What the last name inserted has behind its first label,
-  Node lastParent_ = kRoot;            ///< and its node.
+  std::string lastAbove_;              ///< What the last name had behind its first label,
+  Node lastParent_ = kRoot;            ///< and its node: neighbours in a file tend to share it.
   std::vector<Slot> pairs_;            ///< Nodes two labels below the root, as slots_ by their key.
   std::uint64_t filterMask_ = 63;      ///< The number of bits in filter_ less one.
   std::vector<std::uint64_t> filter_;  ///< Bits, by key; a power of two of them.

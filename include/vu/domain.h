@@ -36,8 +36,9 @@
 class vu_pcre;
 
 namespace vu::detail {
+struct LoadedTable;
 class SuffixTree;
-}
+}  // namespace vu::detail
 
 /// How a host is matched with the suffixes of a table.
 enum class vu_match {
@@ -129,6 +130,7 @@ class VU_EXPORT vu_cctld {
   const std::string& defaultDomain() const noexcept;
 
  private:
+  int take(vu::detail::LoadedTable loaded);
   void classifyAny(std::string_view url, vu_match match, vu_domain& result) const noexcept;
 
   std::string defaultDomain_;
