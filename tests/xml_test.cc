@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstring>
 #include <ctime>
+#include <iomanip>
 
 #include <gtest/gtest.h>
 
@@ -280,6 +281,19 @@ TEST(XmlTree, Prints) {
       "  <a x='1'>\n    hi\n  </a>\n<data><a x='1'>hi</a><b/></data>"
       "  tag = [a] attrs = [x='1'] context = [hi]\n",
       out.str());
+  // One line break that is flushed, then all of it in one piece, whatever the stream is set to.
+  struct Flushes : std::stringbuf {
+    int sync() override {
+      flushed += str() + "|";
+      return 0;
+    }
+    std::string flushed;
+  } flushes;
+  std::ostream stream(&flushes);
+  stream << std::setw(60) << std::setfill('*');
+  root->child("b")->display(0, 1, stream);
+  EXPECT_EQ("\n|", flushes.flushed);
+  EXPECT_EQ("\n<b/>\n", flushes.str());
   // A node with nothing but an empty entry is not an empty element.
   const Tree hollow = node("h");
   hollow->addData(nullptr);
