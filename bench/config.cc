@@ -1,5 +1,6 @@
-// A daemon's start: the default option table and six options of a command line, beside two libraries
-// that are told of equal options. Describing the options is a part of the job, as it is in a daemon.
+// A daemon's start: the default option table and six options of a command line, beside two
+// libraries that are told of equal options. Describing the options is a part of the job, as it is
+// in a daemon.
 
 #include "vu/config.h"
 

@@ -1,5 +1,5 @@
-// Enciphering and deciphering messages, beside OpenSSL told directly: once as every message needs it
-// (set up, update, final), once as the bare work on the bytes, which is the limit.
+// Enciphering and deciphering messages, beside OpenSSL told directly: once as every message needs
+// it (set up, update, final), once as the bare work on the bytes, which is the limit.
 
 #include "vu/crypto.h"
 

@@ -1,4 +1,5 @@
-// Look-ups in the suffix table, beside libpsl with the same list and beside the bare cut of the host.
+// Look-ups in the suffix table, beside libpsl with the same list and beside the bare cut of the
+// host.
 
 #include "vu/domain.h"
 
@@ -241,8 +242,8 @@ std::string worstEnd(int spelling) {
   return text;
 }
 
-/// What stands in the table as the end of a longer suffix, so that no look-up may stop early; and what
-/// does not stand there at all.
+/// What stands in the table as the end of a longer suffix, so that no look-up may stop early; and
+/// what does not stand there at all.
 constexpr int kOnTheWay = 0;
 constexpr int kUnlisted = 1;
 

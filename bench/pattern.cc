@@ -1,4 +1,5 @@
-// Regular expressions and name/value pairs, beside PCRE told directly, RE2 and the standard library.
+// Regular expressions and name/value pairs, beside PCRE told directly, RE2 and the standard
+// library.
 
 #include "vu/pattern.h"
 

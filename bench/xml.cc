@@ -1,4 +1,5 @@
-// XML fragments, beside two parsers that make a tree as well. Making and freeing the tree is one job.
+// XML fragments, beside two parsers that make a tree as well. Making and freeing the tree is one
+// job.
 
 #include <tinyxml2.h>
 
@@ -43,8 +44,8 @@ std::string makeChains(std::int64_t depth) {
   return text + "</feed>";
 }
 
-/// Opening tags that nothing closes: the text of somebody who wants a parser to look again and again
-/// for their ends.
+/// Opening tags that nothing closes: the text of somebody who wants a parser to look again and
+/// again for their ends.
 const std::string& hostile() {
   static const std::string text = [] {
     std::string made;

@@ -11,9 +11,9 @@
 
 namespace {
 
-/// A parse with getopt that leaves nothing of itself behind. getopt keeps a pointer into the argument
-/// vector, at the letter after the last option; that vector may be gone, and the pointer is what the
-/// next user of getopt would begin with. Only the start of another parse clears it.
+/// A parse with getopt that leaves nothing of itself behind. getopt keeps a pointer into the
+/// argument vector, at the letter after the last option; that vector may be gone, and the pointer
+/// is what the next user of getopt would begin with. Only the start of another parse clears it.
 class GetoptUse {
  public:
   GetoptUse() {

@@ -1,6 +1,6 @@
-// A message is one set-up, one update and one final call. What a set-up costs is the key schedule and
-// the search for the cipher's code, so a context keeps both while cipher and key stay the same, and
-// only what a message changes is set again.
+// A message is one set-up, one update and one final call. What a set-up costs is the key schedule
+// and the search for the cipher's code, so a context keeps both while cipher and key stay the same,
+// and only what a message changes is set again.
 
 #include "vu/crypto.h"
 
@@ -21,9 +21,9 @@ namespace {
 
 constexpr int kMaterial = 128;
 
-// The built-in texts are put together a character at a time so that the library's file does not show
-// them to everybody who looks for texts in it. They are no secret all the same. They never change:
-// data enciphered under them would be lost.
+// The built-in texts are put together a character at a time so that the library's file does not
+// show them to everybody who looks for texts in it. They are no secret all the same. They never
+// change: data enciphered under them would be lost.
 constexpr int kBuiltInSaltLength = 11;
 
 char unseen(char c) {

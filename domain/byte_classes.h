@@ -15,9 +15,9 @@ struct ByteClasses {
   std::uint64_t ends;  ///< "/" and ":", where a host ends.
 };
 
-/// The classes of the first 64 bytes at `text`, or of all `length` if they are fewer; the other bits
-/// are 0. With the vector instructions that every x86-64 machine has, or with plain 64-bit words: the
-/// build chooses by the target.
+/// The classes of the first 64 bytes at `text`, or of all `length` if they are fewer; the other
+/// bits are 0. With the vector instructions that every x86-64 machine has, or with plain 64-bit
+/// words: the build chooses by the target.
 ByteClasses classifyBytesBySse2(const char* text, std::size_t length) noexcept;
 ByteClasses classifyBytesByWords(const char* text, std::size_t length) noexcept;
 

@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t kBlock = 16;
 
-/// Bytes from `low` to `high`, as all ones: moved to the lower end of the signed range, they are those
-/// below a bound.
+/// Bytes from `low` to `high`, as all ones: moved to the lower end of the signed range, they are
+/// those below a bound.
 __m128i between(__m128i bytes, char low, char high) {
   const __m128i moved = _mm_add_epi8(bytes, _mm_set1_epi8(static_cast<char>(-128 - low)));
   return _mm_cmplt_epi8(moved, _mm_set1_epi8(static_cast<char>(-128 + (high - low) + 1)));

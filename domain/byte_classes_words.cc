@@ -1,5 +1,5 @@
-// Eight bytes at a time in one 64-bit word, for targets without vector instructions. Every byte of a
-// result is 0x80 where the byte belongs to the class, and 0 elsewhere.
+// Eight bytes at a time in one 64-bit word, for targets without vector instructions. Every byte of
+// a result is 0x80 where the byte belongs to the class, and 0 elsewhere.
 
 #include <algorithm>
 

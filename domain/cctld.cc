@@ -31,8 +31,8 @@ constexpr Cut kTooShort{VU_COUNTRY_CODE_TOO_SHORT, nullptr};
 constexpr Cut kPureDomain{VU_COUNTRY_CODE_PURE_DOMAIN, nullptr};
 
 /// The label in front of the shortest listed suffix of two labels or more, among the last
-/// `maxLabels` labels of a host; the last two labels where none is listed. `label` is the second from
-/// the right, `node` that of the last two, `labels` what stands in front of them.
+/// `maxLabels` labels of a host; the last two labels where none is listed. `label` is the second
+/// from the right, `node` that of the last two, `labels` what stands in front of them.
 Cut cutAbovePair(const SuffixTree& tree, int maxLabels, SuffixTree::Node node,
                  std::string_view label, LabelsFromRight labels) noexcept {
   const Cut lastTwo{VU_SUCCESS, label.data()};
@@ -135,8 +135,8 @@ void setCut(const Cut& cut, vu_domain& result) noexcept {
   }
 }
 
-/// What both forms of `lookup` begin with. Only a host that does not end among the first bytes needs
-/// the rest of its URL, which may be long, to be read.
+/// What both forms of `lookup` begin with. Only a host that does not end among the first bytes
+/// needs the rest of its URL, which may be long, to be read.
 vu_domain classifyOrThrow(const vu_cctld& table, const char* url, unsigned int& ipAddress) {
   ipAddress = 0;
   if (url == nullptr) refuse(VU_COUNTRY_CODE_EMPTY_URL, "");

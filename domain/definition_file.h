@@ -12,8 +12,8 @@
 
 namespace vu::detail {
 
-/// Reads records as `fscanf(file, "%s %hd\n", …)` does in the classic locale, but bounded: a token
-/// of more than 1023 bytes is a bad record. Like a C string, a token ends at a NUL inside it.
+/// Reads records as `fscanf(file, "%s %hd\n", ...)` does in the classic locale, but bounded: a
+/// token of more than 1023 bytes is a bad record. Like a C string, a token ends at a NUL inside it.
 class DefinitionFile {
  public:
   /// Opens `path` for reading. `isOpen` tells whether that worked, with errno set if not; a null

@@ -1,5 +1,5 @@
-// Reading is one pass over the file. The set of suffixes is filled in its own order, from records that
-// are sorted first; the tree in the order of the file.
+// Reading is one pass over the file. The set of suffixes is filled in its own order, from records
+// that are sorted first; the tree in the order of the file.
 
 #include "domain/loaded_table.h"
 

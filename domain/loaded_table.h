@@ -1,4 +1,5 @@
-// What a definition file comes to, apart from the table that it is for: a load that fails changes none.
+// What a definition file comes to, apart from the table that it is for: a load that fails changes
+// none.
 
 #ifndef VU_DOMAIN_LOADED_TABLE_H_
 #define VU_DOMAIN_LOADED_TABLE_H_
@@ -20,8 +21,8 @@ struct LoadedTable {
   std::string error;
 };
 
-/// Throws vu_exception when the file cannot be opened: "Top level domain definition file [" + path +
-/// "] open error : " + the system's text; and std::bad_alloc.
+/// Throws vu_exception when the file cannot be opened: "Top level domain definition file [" + path
+/// + "] open error : " + the system's text; and std::bad_alloc.
 LoadedTable loadTable(const char* path);
 
 }  // namespace vu::detail

@@ -1,5 +1,6 @@
-// A URL is looked at 64 bytes at a time, as sets of bits, one for each class of bytes. Most hosts end
-// within the first 64 bytes of their URL, and then a few operations on sets tell all there is to know.
+// A URL is looked at 64 bytes at a time, as sets of bits, one for each class of bytes. Most hosts
+// end within the first 64 bytes of their URL, and then a few operations on sets tell all there is
+// to know.
 
 #include "domain/plain_host.h"
 
@@ -41,8 +42,9 @@ bool findStart(std::string_view url, std::uint64_t ends, std::size_t& start) {
   return url.substr(0, kLastSchemeStart + 3).find("://") == std::string_view::npos;
 }
 
-/// What may not stand in a plain host: bytes that are no part of names, and dots or marks that begin a
-/// label. `first` is a place where a label begins beside those behind dots; 64 and more for none.
+/// What may not stand in a plain host: bytes that are no part of names, and dots or marks that
+/// begin a label. `first` is a place where a label begins beside those behind dots; 64 and more for
+/// none.
 std::uint64_t faults(const ByteClasses& bytes, std::size_t first) {
   const std::uint64_t beginnings =
       bytes.dots << 1 | (first < kStride ? std::uint64_t{1} << first : 0);

@@ -5,11 +5,12 @@
 // of a look-up depends on the host's labels and on no number in the table.
 //
 // Most hosts need no walk: a filter over the pairs of labels that the tree begins with tells that
-// nothing is listed for them, and a table of those pairs spares the others the walk's first two steps.
+// nothing is listed for them, and a table of those pairs spares the others the walk's first two
+// steps.
 //
-// Invariants: node 0 is the root, every other node comes after its parent; slots_ finds a node by its
-// parent and label, pairs_ one two labels below the root by the text of both; both are a power of two
-// in size and at most half full.
+// Invariants: node 0 is the root, every other node comes after its parent; slots_ finds a node by
+// its parent and label, pairs_ one two labels below the root by the text of both; both are a power
+// of two in size and at most half full.
 // Threads: const members may run in any number of threads at once.
 
 #ifndef VU_DOMAIN_SUFFIX_TREE_H_
@@ -57,8 +58,8 @@ class SuffixTree {
   void indexPairs();
 
   /// False when no suffix of two labels or more can match a host with these last two labels. May be
-  /// true without reason, seldom. Letter case is ignored. One load from memory answers, so most hosts
-  /// need not be walked down the tree.
+  /// true without reason, seldom. Letter case is ignored. One load from memory answers, so most
+  /// hosts need not be walked down the tree.
   bool mayKnow(std::string_view lastTwo) const noexcept { return mayHold(textKey(lastTwo)); }
   /// The same for a wildcard in front of a top level.
   bool mayHaveWildcard(std::string_view top) const noexcept { return mayHold(~textKey(top)); }

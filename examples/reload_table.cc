@@ -1,5 +1,5 @@
-// Renews a table without a pause: threads look URLs up all the time, while a new table is built aside
-// and takes the old one's place under a lock that is held for one assignment.
+// Renews a table without a pause: threads look URLs up all the time, while a new table is built
+// aside and takes the old one's place under a lock that is held for one assignment.
 //
 // Usage: reload_table [SUFFIX-FILE [URL]]     prints how long a request waited at the longest
 
@@ -32,7 +32,8 @@ class SharedTable {
     std::shared_ptr<const vu_cctld> fresh = std::move(built);
     const vu_writelock writing(lock_);
     table_.swap(fresh);
-    // The lock is released before `fresh`, by now the old table, is destroyed: it was declared first.
+    // The lock is released before `fresh`, by now the old table, is destroyed: it was declared
+    // first.
   }
 
  private:

@@ -24,7 +24,8 @@ struct KeysEqual {
 
 class SharedTable {
  public:
-  /// Keeps `record` under `key`, in place of another; the table does not own it. 0, or an error number such as ETIMEDOUT.
+  /// Keeps `record` under `key`, in place of another; the table does not own it. 0, or an error
+  /// number such as ETIMEDOUT.
   int store(const unsigned char* key, unsigned char* record) {
     const vu_writelock writing(lock_, kPatience);
     if (!writing.owns_lock()) return writing.result();

@@ -1,5 +1,5 @@
-// Both integer mixes and lookup2 are published algorithms; their constants are theirs. Words are put
-// together from single bytes, which compilers turn into one load where the machine allows it.
+// Both integer mixes and lookup2 are published algorithms; their constants are theirs. Words are
+// put together from single bytes, which compilers turn into one load where the machine allows it.
 
 #include "vu/hash.h"
 

@@ -10,14 +10,14 @@
 
 namespace vu::detail {
 
-/// Every "</name>" of a text. Whoever asks goes through the text once, from its beginning to its end,
-/// so that each closing tag is passed by once, however deep elements are nested.
+/// Every "</name>" of a text. Whoever asks goes through the text once, from its beginning to its
+/// end, so that each closing tag is passed by once, however deep elements are nested.
 class ClosingTags {
  public:
   explicit ClosingTags(std::string_view text);
 
-  /// Where the first "</name>" stands between `begin` and `end`, or -1. `begin` must not be less than
-  /// in any call before.
+  /// Where the first "</name>" stands between `begin` and `end`, or -1. `begin` must not be less
+  /// than in any call before.
   int find(std::string_view name, int begin, int end);
 
   /// The longest name that `name` begins with, shorter than itself, that is closed between `begin`

@@ -8,8 +8,8 @@
 // MiB is more than it needs for anything that fits the other's 32 KiB.
 //
 // An object that searches often enters the just-in-time code directly, which saves a quarter of a
-// short search. It then looks at the arguments itself, and brings a stack for that code, which serves
-// one thread at a time and takes as long to make as a few hundred searches save.
+// short search. It then looks at the arguments itself, and brings a stack for that code, which
+// serves one thread at a time and takes as long to make as a few hundred searches save.
 
 #include <pcre.h>
 

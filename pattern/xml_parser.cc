@@ -4,9 +4,9 @@
 // attributes may have stands "/>", or ">" with a closing tag of that name somewhere behind it; the
 // first such tag ends the element. Where there is no closing tag of the name, the expression gives
 // back the name's last characters, one by one, to the attributes: the longest beginning of the name
-// that is closed is the tag then. Nothing else matches. So an index of closing tags answers all that
-// backtracking would try, in one pass over the text; by the expression itself, "<a><a><a>..." takes
-// time that grows with the square of its length, and "<ab    >...</a>" with its cube.
+// that is closed is the tag then. Nothing else matches. So an index of closing tags answers all
+// that backtracking would try, in one pass over the text; by the expression itself, "<a><a><a>..."
+// takes time that grows with the square of its length, and "<ab    >...</a>" with its cube.
 
 #include <climits>
 #include <cstring>
@@ -60,8 +60,8 @@ Element elementOf(const char* text, const int* ovector, int rc) {
   throw vu_exception("vu_pcrexml: composeXmldata: Unknown PCRE retcode");
 }
 
-/// Adds the node of an element to `parent`, with its text when that is all its body has. Whether there
-/// are elements in it, `element.sign` tells.
+/// Adds the node of an element to `parent`, with its text when that is all its body has. Whether
+/// there are elements in it, `element.sign` tells.
 xmldata* addNode(xmldata* parent, const char* text, const Element& element) {
   auto owner = std::make_unique<xmldata>(text + element.tag.begin, element.tag.length(),
                                          text + element.attrs.begin, element.attrs.length());

@@ -1,4 +1,5 @@
-// The tree of XML elements. Nothing here recurses with its depth: it may be as deep as memory allows.
+// The tree of XML elements. Nothing here recurses with its depth: it may be as deep as memory
+// allows.
 
 #include <cstring>
 #include <sstream>
@@ -84,8 +85,8 @@ struct Open {
   std::list<xmldata*>::const_iterator next;
 };
 
-/// Calls `begin` for every node below and including `root` in the order of the text, with its level,
-/// and `end` once those below it are done; for nodes for which `begin` says that they are.
+/// Calls `begin` for every node below and including `root` in the order of the text, with its
+/// level, and `end` once those below it are done; for nodes for which `begin` says that they are.
 template <typename Begin, typename End>
 void walk(const xmldata& root, std::size_t level, Begin begin, End end) {
   std::vector<Open> open;

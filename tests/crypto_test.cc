@@ -152,8 +152,8 @@ TEST(Crypto, RefusesWhatItCannotDo) {
   });
 }
 
-/// What `cipheranalyse` returns, or its message, with all of `out` behind it: as it is specified, on
-/// a context made for this one message.
+/// What `cipheranalyse` returns, or its message, with all of `out` behind it: as it is specified,
+/// on a context made for this one message.
 std::string plainly(int mode, const EVP_CIPHER* cipher, std::string_view in, Bytes out) {
   const std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> context(EVP_CIPHER_CTX_new(),
                                                                            EVP_CIPHER_CTX_free);

@@ -1,5 +1,5 @@
-// Hash functions against published values and a telling of the string hash byte by byte; equality of
-// keys against every difference of a byte.
+// Hash functions against published values and a telling of the string hash byte by byte; equality
+// of keys against every difference of a byte.
 
 #include "vu/hash.h"
 

@@ -134,7 +134,8 @@ TEST(Locks, OnlyGuardsWithoutALockThrow) {
   EXPECT_EQ(State::free, stateOf(own));
 }
 
-/// Writers exclude everybody, readers share, nobody is lost: with waits of every kind, on both locks.
+/// Writers exclude everybody, readers share, nobody is lost: with waits of every kind, on both
+/// locks.
 TEST(Locks, GuardWhatThreadsShare) {
   pthread_rwlock_t own = PTHREAD_RWLOCK_INITIALIZER;
   for (pthread_rwlock_t* lock : {&own, static_cast<pthread_rwlock_t*>(&vu_rwlock::_rwlock)}) {

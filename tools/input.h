@@ -19,8 +19,8 @@ class LineBlocks {
   /// `path` names the file in messages and is opened by the constructor; "-" is standard input.
   explicit LineBlocks(const std::string& path);
 
-  /// Puts the next block in place of `block`, each line with its line end; the last one may lack it. False
-  /// at the end of the file. Throws Refusal, also for a line of 2 GiB or more.
+  /// Puts the next block in place of `block`, each line with its line end; the last one may lack
+  /// it. False at the end of the file. Throws Refusal, also for a line of 2 GiB or more.
   bool next(Buffer& block);
 
   /// Whether the last block was cut at its full size, so that more is likely to be there already.
@@ -37,8 +37,8 @@ class LineBlocks {
   bool wasFull_ = false;
 };
 
-/// Cuts the first line off `block` and returns it without its line end, "\n" or "\r\n", which the last
-/// line may lack.
+/// Cuts the first line off `block` and returns it without its line end, "\n" or "\r\n", which the
+/// last line may lack.
 inline std::string_view takeLine(std::string_view& block) {
   const std::size_t lineEnd = block.find('\n');
   std::string_view line = block.substr(0, lineEnd);

@@ -22,8 +22,8 @@ enum class Existing { replaced, refused };
 void checkPlace(const std::string& path, Existing existing);
 
 /// Makes the file at `path` with `text`: beside its place first, then there in one step, so that a
-/// failure or a signal leaves what was there. A replaced file keeps its permissions. What is no file
-/// (a device, a pipe, /dev/stdout) is written directly. Throws Refusal.
+/// failure or a signal leaves what was there. A replaced file keeps its permissions. What is no
+/// file (a device, a pipe, /dev/stdout) is written directly. Throws Refusal.
 void writeFile(const std::string& path, std::string_view text, Existing existing);
 
 }  // namespace vu::tool

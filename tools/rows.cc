@@ -31,7 +31,8 @@ std::size_t placeOf(vu_status status) {
 
 std::string numberOf(vu_status status) { return val2str(static_cast<unsigned int>(status)); }
 
-/// Writes an address in dotted form and returns where it ends, `kLongestAddress` behind at the most.
+/// Writes an address in dotted form and returns where it ends, `kLongestAddress` behind at the
+/// most.
 char* putDotted(char* at, std::uint32_t address) {
   for (int shift = 24; shift >= 0; shift -= 8) {
     at = std::to_chars(at, at + 3, address >> shift & 255U).ptr;

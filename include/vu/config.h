@@ -1,5 +1,5 @@
-// A daemon's settings: an option table with defaults, the command line, configuration files, and the
-// typed store of what they come to.
+// A daemon's settings: an option table with defaults, the command line, configuration files, and
+// the typed store of what they come to.
 //
 //   vu_config settings(nullptr);
 //   settings.initConfig(argc, argv, nullptr);            // the default table, opt_helper
@@ -10,8 +10,8 @@
 // Precedence: the table's default, then the options in the order of the command line; option "c"
 // reads its file where it stands, so options behind it win over the file.
 //
-// Threads:  one parse at a time in a process, and none beside other users of `getopt`. Any number of
-//           threads may read a store while nobody writes to it.
+// Threads:  one parse at a time in a process, and none beside other users of `getopt`. Any number
+//           of threads may read a store while nobody writes to it.
 // Errors:   every failure is a vu_exception, the usage text too.
 // Lifetime: `vu_getopt` points into the table and `argv`; `vu_config` owns copies of all texts.
 
@@ -30,7 +30,8 @@
 // ---------------------------------------------------------------------------------------------
 // Tables and records
 
-/// One row of an option table. A row with a null name and option 0 ends the table; names are unique.
+/// One row of an option table. A row with a null name and option 0 ends the table; names are
+/// unique.
 struct vu_opt_helper {
   const char* name;   ///< The setting's name.
   char option;        ///< Its letter; 'x': set by "-x name=value"; 'X': not on the command line.
@@ -42,8 +43,8 @@ struct vu_opt_helper {
 /// The table that is used when a caller gives none.
 extern VU_EXPORT vu_opt_helper opt_helper[];
 
-/// One parameter: a record of `vu_getopt`, and the form in which `vu_config` is loaded. A record with
-/// a null name ends an array of them.
+/// One parameter: a record of `vu_getopt`, and the form in which `vu_config` is loaded. A record
+/// with a null name ends an array of them.
 struct config_helper {
   const char* name;
   char type;
@@ -98,8 +99,8 @@ class VU_EXPORT vu_getopt {
   const char* getOptItem(const char* name, int& type) const;
 
   /// Reads and applies a configuration file; returns 0. A line sets a parameter by its name and the
-  /// next word; blank lines, comments ("#") and lines of any other form are skipped, as are lines of
-  /// 2 GiB or more.
+  /// next word; blank lines, comments ("#") and lines of any other form are skipped, as are lines
+  /// of 2 GiB or more.
   ///
   /// Throws vu_exception, and what stood in front of the bad line stays applied:
   ///   "Null configuration file definition"                 for a null path; prints "NULL" too;
@@ -112,14 +113,14 @@ class VU_EXPORT vu_getopt {
   /// Applies one line of a configuration file. Throws as above.
   void parseConfigLine(const std::string& line);
 
-  /// The records, ended by one with a null name. Texts live as long as this object, `argv`, the table
-  /// and what was passed to `setOptions`.
+  /// The records, ended by one with a null name. Texts live as long as this object, `argv`, the
+  /// table and what was passed to `setOptions`.
   const config_helper* params() const { return params_.get(); }
   /// How many there are.
   int optCount() const { return optCount_; }
 
-  /// Where the value of record `index` comes from: "default", "command line", a file's path and line
-  /// ("/etc/vu.conf:12"), or "set by program" for a direct call of `parseConfigLine`.
+  /// Where the value of record `index` comes from: "default", "command line", a file's path and
+  /// line ("/etc/vu.conf:12"), or "set by program" for a direct call of `parseConfigLine`.
   /// Throws vu_exception "vu_getopt::origin: Index out of range [" + index + "]".
   std::string origin(int index) const;
 

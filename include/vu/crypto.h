@@ -9,16 +9,17 @@
 // other's formats. What it is not: protection of messages against somebody who can watch or change
 // them. The first engine of a process fixes key and initialisation vector for all of them; equal
 // messages give equal ciphertexts; nothing authenticates a ciphertext, so changed data may decipher
-// to something else; RC4 is broken, and its engines repeat one key stream, so two ciphertexts reveal
-// the difference of their messages; the built-in pass phrase and salt are the same everywhere. New
-// designs take an authenticated cipher with a fresh nonce a message (AES-256-GCM, or libsodium's
-// secretbox), with a key of their own.
+// to something else; RC4 is broken, and its engines repeat one key stream, so two ciphertexts
+// reveal the difference of their messages; the built-in pass phrase and salt are the same
+// everywhere. New designs take an authenticated cipher with a fresh nonce a message (AES-256-GCM,
+// or libsodium's secretbox), with a key of their own.
 //
 // Threads:  the first engine of a process must not be built beside another one; later ones may be.
 //           An engine serves one thread at a time.
 // Errors:   vu_exception, and a negative result for a buffer that is too small. A failure in
-//           OpenSSL empties the calling thread's OpenSSL error queue; nothing else disturbs OpenSSL's
-//           state: RC4 lives in a library context of our own, kept until the process ends.
+//           OpenSSL empties the calling thread's OpenSSL error queue; nothing else disturbs
+//           OpenSSL's state: RC4 lives in a library context of our own, kept until the process
+//           ends.
 // Lifetime: an engine keeps no pointer to what it is given, but for a cipher of the caller's own.
 
 #ifndef VU_CRYPTO_H_
@@ -43,12 +44,12 @@ class VU_EXPORT CipherLookup {
 /// An engine of one direction and one cipher.
 class VU_EXPORT vu_crypto {
  public:
-  /// `mode` is 1 to encipher, 0 to decipher; a null `cipher` is AES-256-CBC, any other is used as it
-  /// is. The first engine of a process derives the key material with PBKDF2-HMAC-SHA1 (RFC 8018)
-  /// from `passphrase` (NUL-terminated), `saltLength` bytes at `salt`, and `iterations`; a null pass
-  /// phrase or salt means the built-in one. For every later engine these four have no effect. A
-  /// derivation that fails, such as one of no iterations, is not reported: the material is all zero
-  /// then, and the next engine tries again.
+  /// `mode` is 1 to encipher, 0 to decipher; a null `cipher` is AES-256-CBC, any other is used as
+  /// it is. The first engine of a process derives the key material with PBKDF2-HMAC-SHA1 (RFC 8018)
+  /// from `passphrase` (NUL-terminated), `saltLength` bytes at `salt`, and `iterations`; a null
+  /// pass phrase or salt means the built-in one. For every later engine these four have no effect.
+  /// A derivation that fails, such as one of no iterations, is not reported: the material is all
+  /// zero then, and the next engine tries again.
   ///
   /// Throws vu_exception, and no engine exists then:
   ///   "Unknown cryptic mode: 1 or 0"                           for any other `mode`;
@@ -56,8 +57,8 @@ class VU_EXPORT vu_crypto {
   /// and std::bad_alloc.
   vu_crypto(int mode, const EVP_CIPHER* cipher, const char* passphrase, const unsigned char* salt,
             int saltLength, int iterations);
-  /// The same with the service's number of the cipher, of which the low 16 bits count: 2 is RC4, any
-  /// other AES-256-CBC.
+  /// The same with the service's number of the cipher, of which the low 16 bits count: 2 is RC4,
+  /// any other AES-256-CBC.
   vu_crypto(int mode, int cipherNumber, const char* passphrase, const unsigned char* salt,
             int saltLength, int iterations);
   vu_crypto(const vu_crypto&) = delete;
@@ -72,18 +73,19 @@ class VU_EXPORT vu_crypto {
 
   /// Enciphers or deciphers `inLength` bytes at `in`, a message of its own, into the `outCapacity`
   /// bytes at `out`. Returns the number of bytes written; what is left of `out` is zeros. When
-  /// `outCapacity` is less than `ciphersize(inLength)`, returns minus that, with `out` untouched (it
-  /// may be null then). A change of `cipherkey_` counts from the next call on.
+  /// `outCapacity` is less than `ciphersize(inLength)`, returns minus that, with `out` untouched
+  /// (it may be null then). A change of `cipherkey_` counts from the next call on.
   ///
   /// Throws vu_exception, in this order, text being what OpenSSL says, at most 119 characters:
   ///   "vu_crypto: Invalid length [" + inLength + "]"   as `ciphersize`;
-  ///   "Cipher Init failed : " + text                   also where RC4's provider is not installed, and
-  ///                                                    after OpenSSL's clean-up at the process's end;
+  ///   "Cipher Init failed : " + text                   also where RC4's provider is not installed
+  ///       and after OpenSSL's clean-up at the process's end;
   ///   "vu_crypto: Null buffer"                         for a null pointer to bytes;
   ///   "vu_crypto: Overlapping buffers"                 all with `out` untouched;
   ///   "Cipher Update failed : " + text                 `out` is zeros and what the update wrote;
-  ///   "Cipher Final failed : " + text                  `out` is the update's output, then zeros: the
-  ///       usual end of deciphering under another key, or of a length that is no multiple of 16.
+  ///   "Cipher Final failed : " + text                  `out` is the update's output, then zeros:
+  ///       the usual end of deciphering under another key, or of a length that is no multiple of
+  ///       16.
   /// The engine serves further messages after each of them.
   int cipheranalyse(const unsigned char* in, int inLength, unsigned char* out, int outCapacity);
 

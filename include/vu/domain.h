@@ -17,8 +17,8 @@
 //           table, while nobody runs `initSet` or `reload` on it.
 // Errors:   `classify` has none, its status tells; the others throw vu_exception.
 // Lifetime: results are views into the caller's URL. A table is not copied.
-// Cost:     look-ups take time in proportion to the URL, whatever numbers the table holds; memory of
-//           a table is in proportion to its file. `classify`, and the first `lookup` unless it
+// Cost:     look-ups take time in proportion to the URL, whatever numbers the table holds; memory
+//           of a table is in proportion to its file. `classify`, and the first `lookup` unless it
 //           throws, allocate nothing.
 
 #ifndef VU_DOMAIN_H_
@@ -64,8 +64,8 @@ struct vu_domain {
   /// trailing dot. Empty for an empty host. A view without data after a refusal, and when the host
   /// is a single label that the caller completes: host + "." + defaultDomain().
   std::string_view domain;
-  /// Of an address: its last four numbers, one a byte, the last of them in the lowest. After 202: the
-  /// same of the numbers that the host begins with. Otherwise 0.
+  /// Of an address: its last four numbers, one a byte, the last of them in the lowest. After 202:
+  /// the same of the numbers that the host begins with. Otherwise 0.
   std::uint32_t ipAddress;
   /// Whether the host is at least one label and all are numbers below 255.
   bool isAddress;

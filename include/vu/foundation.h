@@ -123,8 +123,8 @@ VU_EXPORT const char* findStringByValue(unsigned int value, const sizeT_string_p
 /// The number at the start of `text`, as `stream >> value` reads it: leading white space is
 /// skipped, a sign is accepted, what follows the number is ignored. With `flag`, or when the text
 /// begins with exactly "0x", integers are read as hexadecimal, with or without "0x" or "0X" in
-/// front; `double` is always decimal. T is an integer type that a stream reads in digits (`short` to
-/// `unsigned long long`), double, or any other type that has `operator>>`.
+/// front; `double` is always decimal. T is an integer type that a stream reads in digits (`short`
+/// to `unsigned long long`), double, or any other type that has `operator>>`.
 ///
 /// Throws vu_exception:
 ///   "empty string T"                    when text is empty;

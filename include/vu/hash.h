@@ -5,12 +5,13 @@
 //   const vu_data<unsigned char*, 20> record(digest, row);
 //   if (record.isKey(candidate)) return record.data();
 //
-// Hash values are 32 bits, the same on every platform, and never reduced. None of them is keyed: who
-// chooses the keys can make them collide, so a table of strangers' keys needs another bound.
+// Hash values are 32 bits, the same on every platform, and never reduced. None of them is keyed:
+// who chooses the keys can make them collide, so a table of strangers' keys needs another bound.
 //
 // Threads:  everything here is stateless or read-only; any number of threads may call at once.
 // Errors:   none.
-// Lifetime: hashes and comparisons keep no pointers. `vu_data` holds its key and the caller's pointer.
+// Lifetime: hashes and comparisons keep no pointers. `vu_data` holds its key and the caller's
+// pointer.
 
 #ifndef VU_HASH_H_
 #define VU_HASH_H_

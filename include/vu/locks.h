@@ -10,11 +10,12 @@
 // A guard without a lock of its own works on one lock of the whole process, `vu_rwlock::_rwlock`.
 //
 // Threads:  one guard serves one thread, which also destroys it.
-// Errors:   acquisitions report the POSIX call's result, as an error number; they throw nothing. The
-//           destructor of a guard for which no lock was ever chosen throws vu_exception "Empty RW
-//           Lock"; while another exception is in flight, that ends the process. A lock is chosen by
-//           every constructor but `vu_readlock(std::defer_lock)` and its like for writing, and by the
-//           first acquisition: no guard that has acquired, or tried to, ever throws.
+// Errors:   acquisitions report the POSIX call's result, as an error number; they throw nothing.
+//           The destructor of a guard for which no lock was ever chosen throws vu_exception
+//           "Empty RW Lock"; while another exception is in flight, that ends the process. A lock
+//           is chosen by every constructor but `vu_readlock(std::defer_lock)` and its like for
+//           writing, and by the first acquisition: no guard that has acquired, or tried to, ever
+//           throws.
 // Lifetime: a guard does not own its lock, which must outlive it.
 // Time-outs: in milliseconds; 0 and below wait without limit. They run by CLOCK_REALTIME, so that
 //           setting the system's clock moves them. What is free is taken whatever the time-out, and
@@ -44,8 +45,8 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_rwlock {
   vu_rwlock& operator=(const vu_rwlock&) = delete;
 
   /// Acquires the guard's lock, the shared one when none is chosen yet. Returns what the POSIX call
-  /// returns: 0, or an error number such as ETIMEDOUT, EDEADLK, EAGAIN. For use by the guard itself:
-  /// a caller that gets 0 owns the lock, not the guard; see `lock`.
+  /// returns: 0, or an error number such as ETIMEDOUT, EDEADLK, EAGAIN. For use by the guard
+  /// itself: a caller that gets 0 owns the lock, not the guard; see `lock`.
   virtual int rwlock_func(int timeout) = 0;
   virtual ~vu_rwlock() noexcept(false);
 
@@ -74,7 +75,8 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_rwlock {
 /// Holds a lock for reading, beside other readers.
 class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
  public:
-  /// Acquires the shared lock, or `lock`. Whether that succeeded is told by `owns_lock` and `result`.
+  /// Acquires the shared lock, or `lock`. Whether that succeeded is told by `owns_lock` and
+  /// `result`.
   explicit vu_readlock(int timeout = 0) VU_ANNOTATE(acquire_shared_capability(_rwlock));
   explicit vu_readlock(vu_rwlock_t& lock, int timeout = 0)
       VU_ANNOTATE(acquire_shared_capability(lock));
@@ -89,8 +91,8 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
 
   int rwlock_func(int timeout) override;
 
-  /// Acquires through `rwlock_func`, and holds when that returns 0. Returns its result, and EDEADLK,
-  /// without a try, when the guard holds already.
+  /// Acquires through `rwlock_func`, and holds when that returns 0. Returns its result, and
+  /// EDEADLK, without a try, when the guard holds already.
   int lock(int timeout = 0) VU_ANNOTATE(try_acquire_shared_capability(false));
   /// Releases before the end of the scope. Returns 0, or EPERM when the guard holds nothing.
   int unlock() VU_ANNOTATE(release_generic_capability());

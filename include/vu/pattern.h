@@ -113,8 +113,8 @@ class VU_EXPORT vu_pcre {
   /// Results are those of PCRE's interpreter. PCRE's just-in-time code runs first where the machine
   /// has it, and whatever it gives up is done again by the interpreter. That one may take a million
   /// matching steps at each starting position and 16 more for each byte, ten million at the most
-  /// (-8, PCRE_ERROR_MATCHLIMIT, beyond), and half of what is left of its thread's stack, 4 MiB at the
-  /// most (-21, PCRE_ERROR_RECURSIONLIMIT, beyond).
+  /// (-8, PCRE_ERROR_MATCHLIMIT, beyond), and half of what is left of its thread's stack, 4 MiB at
+  /// the most (-21, PCRE_ERROR_RECURSIONLIMIT, beyond).
   int match(const char* subject, int length, int startOffset, int options, int* ovector,
             int ovecsize) const;
 
@@ -149,15 +149,15 @@ class VU_EXPORT NvalPcre : public vu_pcre {
   ~NvalPcre() override;
 };
 
-/// Appends every pair that `regex` finds in `length` bytes at `text` (0: up to its NUL) to `list`, as
-/// views into the text, and returns how many entries the list then holds; 0, with the list as it was,
-/// for a null `text`. A match whose highest group is not the second appends nothing. Each search
-/// begins where the last match ended, and a byte further when that was empty and ended where its own
-/// search had begun.
+/// Appends every pair that `regex` finds in `length` bytes at `text` (0: up to its NUL) to `list`,
+/// as views into the text, and returns how many entries the list then holds; 0, with the list as it
+/// was, for a null `text`. A match whose highest group is not the second appends nothing. Each
+/// search begins where the last match ended, and a byte further when that was empty and ended where
+/// its own search had begun.
 ///
-/// Throws vu_exception "stingTinsert : PCRE error " + result for any other result of `execute` than a
-/// match or -1, -32 standing for a `length` beyond an int; and what `execute` and `getResult` throw.
-/// The pairs found until then stay in the list.
+/// Throws vu_exception "stingTinsert : PCRE error " + result for any other result of `execute` than
+/// a match or -1, -32 standing for a `length` beyond an int; and what `execute` and `getResult`
+/// throw. The pairs found until then stay in the list.
 VU_EXPORT unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_t>>& list,
                                      NvalPcre& regex, const char* text, unsigned int length);
 
@@ -183,8 +183,8 @@ struct VU_EXPORT stringLen {
 ///           below it; that, and printing, needs no more stack for a deep tree than for a flat one.
 class VU_EXPORT xmldata {
  public:
-  /// A node without text and children; without attributes, too, when `attrs` is null or its length 0.
-  /// Throws what `stringLen` throws for `tag`, and for a negative length of `attrs`.
+  /// A node without text and children; without attributes, too, when `attrs` is null or its length
+  /// 0. Throws what `stringLen` throws for `tag`, and for a negative length of `attrs`.
   xmldata(const char* tag, int tagLen, const char* attrs, int attrsLen);
   xmldata(const xmldata&) = delete;
   xmldata& operator=(const xmldata&) = delete;
@@ -194,8 +194,8 @@ class VU_EXPORT xmldata {
   /// every walk. When memory runs out the child stays the caller's.
   void addData(xmldata* child);
 
-  /// Sets the text to `len` bytes at `text`; a null `text` or a `len` of 0 takes it away. Throws what
-  /// `stringLen` throws for a negative `len`, with the text as it was.
+  /// Sets the text to `len` bytes at `text`; a null `text` or a `len` of 0 takes it away. Throws
+  /// what `stringLen` throws for a negative `len`, with the text as it was.
   void setContext(const char* text, int len);
 
   /// The first child with this tag, or null.
@@ -212,10 +212,10 @@ class VU_EXPORT xmldata {
   std::string ctextString() const;
 
   /// Prints to `os`, in one piece: with mode 0 a line for each node of this tree, more where
-  /// its fields have line breaks; with mode 1 the
-  /// tree as indented XML; with mode 2 the children, not the node itself, as XML without line breaks;
-  /// otherwise nothing. Modes 0 and 1 begin with std::endl. A node at depth d is indented by 2 d
-  /// blanks; a negative depth is 0. Nothing is escaped.
+  /// its fields have line breaks; with mode 1 the tree as indented XML; with mode 2 the children,
+  /// not the node itself, as XML without line breaks; otherwise nothing. Modes 0 and 1 begin with
+  /// std::endl. A node at depth d is indented by 2 d blanks; a negative depth is 0. Nothing is
+  /// escaped.
   void display(int depth, int mode, std::ostream& os) const;
   /// What `display` prints with mode 0, but for the line break in front.
   void displayText(std::stringstream& out, int depth) const;
@@ -237,16 +237,16 @@ class VU_EXPORT xmldata {
 ///
 ///   <(\w+)\s*([-'\w\s=]*?)>(.*?)</\1>|<(\w+)\s*([-'\w\s=]*?)/>
 ///
-/// The first element of a level may stand anywhere, each further one directly behind the one before;
-/// the level ends, without an error, where no element begins. The text of an element is what stands
-/// in front of its first child. What that means for real XML, and what to use instead, is told in
-/// docs/xml.md.
+/// The first element of a level may stand anywhere, each further one directly behind the one
+/// before; the level ends, without an error, where no element begins. The text of an element is
+/// what stands in front of its first child. What that means for real XML, and what to use instead,
+/// is told in docs/xml.md.
 ///
 /// Threads:  a parser serves one thread at a time; trees are independent of it.
 /// Lifetime: trees point into the text, and the root into its tag.
-/// Cost:     time and memory in proportion to the text, whatever stands in it and however deep it is
-///           nested (times the logarithm of the number of different tags, at the most): elements are
-///           found by a direct scan, with the expression's results.
+/// Cost:     time and memory in proportion to the text, whatever stands in it and however deep it
+///           is nested (times the logarithm of the number of different tags, at the most): elements
+///           are found by a direct scan, with the expression's results.
 class VU_EXPORT vu_pcrexml {
  public:
   /// Throws what `vu_pcre` throws.
@@ -262,11 +262,11 @@ class VU_EXPORT vu_pcrexml {
   ///   "vu_pcrexml::execute Empty Context"    for a null or empty `text`;
   ///   "vu_pcrexml::execute Empty Tag"        for a null or empty `tag`;
   ///   "vu_pcrexml: Invalid length [" + n + "]"   for a text or tag of 2 GiB or more;
-  ///   "vu_pcrexml: No Match"                 when there is no element in the text, or in what begins
-  ///                                          with a "<" inside an element;
-  ///   "vu_pcrexml: PCRE matching error [-8]"   when elements that are not closed by their own names
-  ///       begin with so many closed ones that a million comparisons of a byte, and 16 more for each
-  ///       byte of the text, do not tell which.
+  ///   "vu_pcrexml: No Match"                 when there is no element in the text, or in what
+  ///       begins with a "<" inside an element;
+  ///   "vu_pcrexml: PCRE matching error [-8]"   when elements that are not closed by their own
+  ///       names begin with so many closed ones that a million comparisons of a byte, and 16 more
+  ///       for each byte of the text, do not tell which.
   xmldata* execute(const char* text, const char* tag);
 
   /// The same for `len` bytes at `subject`, whose elements become children of `parent`. Throws as
@@ -274,9 +274,10 @@ class VU_EXPORT vu_pcrexml {
   /// null `subject` or a negative `len`; what was found until then stays in `parent`.
   void subpattern(xmldata* parent, const char* subject, int len);
 
-  /// Appends the element of one match of the expression in `subject` to `parent`, with all below it.
-  /// `ovector` and `rc` are what PCRE gave. Throws as `subpattern`, and "vu_pcrexml: composeXmldata:
-  /// Unknown PCRE retcode" for an `rc` other than 4 (an element with a body) and 6 (an empty one).
+  /// Appends the element of one match of the expression in `subject` to `parent`, with all below
+  /// it. `ovector` and `rc` are what PCRE gave. Throws as `subpattern`, and "vu_pcrexml:
+  /// composeXmldata: Unknown PCRE retcode" for an `rc` other than 4 (an element with a body) and 6
+  /// (an empty one).
   void composeXmldata(xmldata* parent, const char* subject, int len, int* ovector, int rc);
 
  private:
