@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
+#include "domain/text_key.h"
 #include "vu/foundation.h"
 
 namespace vu::detail {
@@ -11,6 +11,20 @@ namespace {
 
 bool isDigit(int c) { return c >= 0 && vu::detail::isDigit(static_cast<char>(c)); }
 bool isSpace(int c) { return c >= 0 && vu::detail::isSpace(static_cast<char>(c)); }
+
+bool isBlankOrControl(char c) { return static_cast<unsigned char>(c) <= ' '; }
+
+/// The first such byte, or `end`: eight bytes at a time as long as there are so many.
+const char* findBlankOrControl(const char* at, const char* end) {
+  constexpr std::uint64_t kEach = 0x0101010101010101U;
+  for (; end - at >= 8; at += 8) {
+    // Borrowing from its neighbours changes none but the bytes behind the first one found.
+    const std::uint64_t bytes = loadBytes<8>(at);
+    const std::uint64_t found = (bytes - kEach * (' ' + 1)) & ~bytes & kEach * 0x80;
+    if (found != 0) return at + __builtin_ctzll(found) / 8;
+  }
+  return std::find_if(at, end, isBlankOrControl);
+}
 
 }  // namespace
 
@@ -47,12 +61,34 @@ void DefinitionFile::skipSpace() {
 }
 
 bool DefinitionFile::read() {
+  if (readLine()) return true;
   skipSpace();
   line_ = currentLine_;
   if (!readToken()) return false;
   skipSpace();
   if (!readLabels()) return false;
   skipSpace();
+  return true;
+}
+
+/// Reads a record as they usually are, "token labels\n", when the block has it whole with the byte
+/// behind it; otherwise reads nothing.
+bool DefinitionFile::readLine() {
+  if (at_ == size_) return false;
+  const char* const begin = block_.data() + at_;
+  const char* const last = block_.data() + size_ - 1;
+  const char* const tokenEnd = findBlankOrControl(begin, last);
+  const std::string_view token(begin, static_cast<std::size_t>(tokenEnd - begin));
+  if (token.empty() || token.size() > copy_.size() || *tokenEnd != ' ') return false;
+  const char* const digits = tokenEnd + 1;
+  const char* at = digits;
+  int labels = 0;
+  for (; at < last && at - digits < 4 && isDigit(*at); ++at) labels = labels * 10 + (*at - '0');
+  if (at == digits || at >= last || *at != '\n' || isBlankOrControl(at[1])) return false;
+  token_ = token;
+  labels_ = static_cast<std::int16_t>(labels);
+  line_ = currentLine_++;
+  at_ = static_cast<std::size_t>(at + 1 - block_.data());
   return true;
 }
 
@@ -63,15 +99,14 @@ bool DefinitionFile::readToken() {
     const char* const blockEnd = block_.data() + size_;
     const char* const end = std::find_if(begin, blockEnd, vu::detail::isSpace);
     const auto count = static_cast<std::size_t>(end - begin);
-    if (count > token_.size() - length) return false;
-    std::copy(begin, end, token_.begin() + length);
+    if (count > copy_.size() - length) return false;
+    std::copy(begin, end, copy_.begin() + length);
     length += count;
     at_ += count;
     if (end != blockEnd) break;
   }
-  const void* const nul = std::memchr(token_.data(), '\0', length);
-  length_ = nul != nullptr ? static_cast<std::size_t>(static_cast<const char*>(nul) - token_.data())
-                           : length;
+  token_ = std::string_view(copy_.data(), length);
+  token_ = token_.substr(0, token_.find('\0'));
   return length > 0;
 }
 

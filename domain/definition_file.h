@@ -29,7 +29,8 @@ class DefinitionFile {
   bool read();
 
   // The last record.
-  std::string_view token() const { return {token_.data(), length_}; }
+  /// Until the next `read`.
+  std::string_view token() const { return token_; }
   std::int16_t labels() const { return labels_; }
   /// The line, counted from 1, where it begins, or where one was looked for.
   long line() const { return line_; }
@@ -39,6 +40,7 @@ class DefinitionFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
+  bool readLine();
   int peek();
   void advance();
   void skipSpace();
@@ -46,13 +48,13 @@ class DefinitionFile {
   bool readLabels();
 
   std::unique_ptr<std::FILE, Close> file_;
-  std::array<char, 4096> block_;
+  std::array<char, 16384> block_;
   std::size_t at_ = 0;
   std::size_t size_ = 0;
   bool atEnd_ = false;
   bool failed_ = false;
-  std::array<char, 1023> token_;
-  std::size_t length_ = 0;
+  std::string_view token_;  ///< In the block, or copied where that does not have it whole.
+  std::array<char, 1023> copy_;
   std::int16_t labels_ = 0;
   long currentLine_ = 1;
   long line_ = 1;

@@ -12,18 +12,22 @@
 namespace vu::detail {
 namespace {
 
-enum : unsigned char { kBegins = 1, kInside = 2 };
+enum : unsigned char { kNoBeginning = 1, kOutside = 2, kNoName = 4, kCapital = 8, kDot = 16 };
 
 constexpr std::array<unsigned char, 256> makeClasses() {
   std::array<unsigned char, 256> classes{};
-  for (unsigned c = '0'; c <= '9'; ++c) classes[c] = kBegins | kInside;
-  for (unsigned c = 'a'; c <= 'z'; ++c) classes[c] = kBegins | kInside;
-  for (unsigned c = 'A'; c <= 'Z'; ++c) classes[c] = kBegins | kInside;
-  classes['-'] = classes['_'] = kInside;
+  for (unsigned char& each : classes) each = kNoBeginning | kOutside | kNoName;
+  for (unsigned c = '0'; c <= '9'; ++c) classes[c] = 0;
+  for (unsigned c = 'a'; c <= 'z'; ++c) classes[c] = 0;
+  for (unsigned c = 'A'; c <= 'Z'; ++c) classes[c] = kCapital;
+  classes['-'] = classes['_'] = kNoBeginning;
+  classes['.'] = kNoBeginning | kOutside | kDot;
   return classes;
 }
 
 constexpr std::array<unsigned char, 256> kClasses = makeClasses();
+
+unsigned classesOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
 
 /// Adds a label to the address when it is a number below 255.
 bool addNumber(std::string_view label, std::uint32_t& address) noexcept {
@@ -39,20 +43,24 @@ bool addNumber(std::string_view label, std::uint32_t& address) noexcept {
 
 }  // namespace
 
-bool beginsLabel(char c) noexcept {
-  return (kClasses[static_cast<unsigned char>(c)] & kBegins) != 0;
-}
-bool insideLabel(char c) noexcept {
-  return (kClasses[static_cast<unsigned char>(c)] & kInside) != 0;
-}
+bool beginsLabel(char c) noexcept { return (classesOf(c) & kNoBeginning) == 0; }
+bool insideLabel(char c) noexcept { return (classesOf(c) & kOutside) == 0; }
 
-bool isHostName(std::string_view name) noexcept {
-  bool atStart = true;
-  for (const char c : name) {
-    if (atStart ? !beginsLabel(c) : !insideLabel(c) && c != '.') return false;
-    atStart = c == '.';
+NameScan scanName(std::string_view name) noexcept {
+  // No branch depends on a byte: where names have their dots cannot be predicted.
+  unsigned seen = 0;
+  unsigned misplaced = 0;
+  unsigned previous = kDot;
+  std::size_t firstDot = name.size();
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const unsigned classes = classesOf(name[i]);
+    seen |= classes;
+    misplaced |= previous / kDot & classes;  // 1, which is kNoBeginning, behind a dot
+    firstDot = (classes & kDot) != 0 ? std::min(firstDot, i) : firstDot;
+    previous = classes;
   }
-  return !atStart;
+  const bool isHostName = (seen & kNoName) == 0 && misplaced == 0 && (previous & kDot) == 0;
+  return {isHostName, (seen & kCapital) != 0, firstDot};
 }
 
 std::string_view cutHost(std::string_view url) noexcept {

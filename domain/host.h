@@ -14,8 +14,15 @@ bool beginsLabel(char c) noexcept;
 /// Whether `c` may stand inside a label.
 bool insideLabel(char c) noexcept;
 
-/// Whether a name is one or more labels joined by single dots, so that a host can end in it.
-bool isHostName(std::string_view name) noexcept;
+struct NameScan {
+  bool isHostName;  ///< One or more labels joined by single dots: a host can end in it.
+  bool hasCapitals;
+  std::size_t firstDot;  ///< The name's length where it has none.
+};
+
+NameScan scanName(std::string_view name) noexcept;
+
+inline bool isHostName(std::string_view name) noexcept { return scanName(name).isHostName; }
 
 constexpr std::size_t kLastSchemeStart =
     14;  ///< Where the "://" behind a scheme may begin at the latest.

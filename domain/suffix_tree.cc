@@ -13,8 +13,7 @@ namespace {
 
 constexpr std::size_t kLongestLabel = 1023;  // a token of a definition file is no longer
 
-bool isUpperCase(char c) { return c >= 'A' && c <= 'Z'; }
-char lowerCase(char c) { return isUpperCase(c) ? static_cast<char>(c + ('a' - 'A')) : c; }
+char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
 std::uint32_t hashOf(SuffixTree::Node parent, std::string_view label) {
   return static_cast<std::uint32_t>(mixKey(textKey(label) + parent));
@@ -31,7 +30,9 @@ SuffixTree::SuffixTree() : nodes_(1), slots_(64), pairs_(1), filter_(1, ~std::ui
 
 void SuffixTree::reserve(std::size_t tokens) {
   nodes_.reserve(tokens + tokens / 4);
-  while (slots_.size() < nodes_.capacity() * 2) growSlots();
+  std::size_t size = slots_.size();
+  while (size < nodes_.capacity() * 2) size *= 2;
+  resizeSlots(size);
 }
 
 void SuffixTree::insert(std::string_view token) {
@@ -43,30 +44,31 @@ void SuffixTree::insert(std::string_view token) {
     meaning = kWildcard;
     token.remove_prefix(2);
   }
-  if (!isHostName(token)) return;
-  const Node exact = nodeFor(token);
+  const NameScan scan = scanName(token);
+  if (!scan.isHostName) return;
+  const Node exact = nodeFor(token, scan.firstDot);
   Node folded = exact;
-  if (std::any_of(token.begin(), token.end(), isUpperCase)) {
+  if (scan.hasCapitals) {
     std::string lower(token);
     std::transform(lower.begin(), lower.end(), lower.begin(), lowerCase);
-    folded = nodeFor(lower);
+    folded = nodeFor(lower, scan.firstDot);
   }
   list(folded, meaning);
   if (meaning == kRule) list(exact, kSuffix);
 }
 
-/// The node of a name, made with all above it where they are missing.
-SuffixTree::Node SuffixTree::nodeFor(std::string_view name) {
-  const std::size_t firstDot = std::min(name.find('.'), name.size() - 1);
+/// The node of a name, made with all above it where they are missing. `firstDot` is the name's
+/// length where it has none.
+SuffixTree::Node SuffixTree::nodeFor(std::string_view name, std::size_t firstDot) {
+  const std::string_view label = name.substr(0, firstDot);
+  if (firstDot == name.size()) return childOrNew(kRoot, label);
   const std::string_view above = name.substr(firstDot + 1);
   if (above != lastAbove_) {
-    const Node parent = above.empty() ? kRoot : walkTo(above);
+    const Node parent = walkTo(above);
     lastAbove_ = above;
     lastParent_ = parent;
   }
-  const std::string_view label = name.substr(0, above.empty() ? name.size() : firstDot);
-  const Node known = child(lastParent_, label);
-  return known != kNone ? known : addChild(lastParent_, label);
+  return childOrNew(lastParent_, label);
 }
 
 /// The same, label by label from the right.
@@ -75,8 +77,7 @@ SuffixTree::Node SuffixTree::walkTo(std::string_view name) {
   while (true) {
     const std::size_t dot = name.rfind('.');
     const std::string_view label = name.substr(dot == std::string_view::npos ? 0 : dot + 1);
-    const Node known = child(node, label);
-    node = known != kNone ? known : addChild(node, label);
+    node = childOrNew(node, label);
     if (dot == std::string_view::npos) return node;
     name = name.substr(0, dot);
   }
@@ -86,21 +87,24 @@ void SuffixTree::list(Node node, SuffixListing listing) noexcept {
   nodes_[node].listings = static_cast<std::uint8_t>(nodes_[node].listings | listing);
 }
 
-SuffixTree::Node SuffixTree::addChild(Node parent, std::string_view label) {
+SuffixTree::Node SuffixTree::childOrNew(Node parent, std::string_view label) {
+  const std::uint32_t hash = hashOf(parent, label);
+  const Node known = findChild(parent, label, hash, std::equal_to<>());
+  if (known != kNone) return known;
   constexpr std::size_t most = std::numeric_limits<std::uint32_t>::max();
-  if (nodes_.size() > most / 2 || texts_.size() > most - label.size()) throw std::bad_alloc();
-  if (nodes_.size() * 2 > slots_.size()) growSlots();
+  if (nodes_.size() > most / 2 || texts_.size() > most / 2) throw std::bad_alloc();
+  if (nodes_.size() * 2 > slots_.size()) resizeSlots(slots_.size() * 2);
   const auto node = static_cast<Node>(nodes_.size());
   const auto text = static_cast<std::uint32_t>(texts_.size());
   texts_ += label;
+  if (parent != kRoot && nodes_[parent].parent == kRoot) (texts_ += '.') += labelOf(parent);
   nodes_.push_back({parent, text, static_cast<std::uint16_t>(label.size()), 0});
-  const std::uint32_t hash = hashOf(parent, label);
   *freeSlot(slots_, hash) = {hash, node};
   return node;
 }
 
-void SuffixTree::growSlots() {
-  std::vector<Slot> old(slots_.size() * 2);
+void SuffixTree::resizeSlots(std::size_t size) {
+  std::vector<Slot> old(size);
   old.swap(slots_);
   for (const Slot& slot : old) {
     if (slot.node != kNone) *freeSlot(slots_, slot.hash) = slot;
@@ -118,11 +122,21 @@ std::string_view SuffixTree::labelOf(Node node) const noexcept {
   return std::string_view(texts_).substr(nodes_[node].text, nodes_[node].length);
 }
 
+/// Whether a node stands two labels below the root.
+bool SuffixTree::isPair(Node node) const noexcept {
+  const Node parent = nodes_[node].parent;
+  return parent != kRoot && nodes_[parent].parent == kRoot;
+}
+
+/// Both labels of such a node, joined by a dot.
+std::string_view SuffixTree::pairOf(Node node) const noexcept {
+  const std::size_t top = nodes_[nodes_[node].parent].length;
+  return std::string_view(texts_).substr(nodes_[node].text, nodes_[node].length + 1 + top);
+}
+
 template <typename IsLabel>
-SuffixTree::Node SuffixTree::findChild(Node parent, std::string_view label,
+SuffixTree::Node SuffixTree::findChild(Node parent, std::string_view label, std::uint32_t hash,
                                        IsLabel isLabel) const noexcept {
-  if (label.size() > kLongestLabel) return kNone;
-  const std::uint32_t hash = hashOf(parent, label);
   const std::size_t mask = slots_.size() - 1;
   for (std::size_t at = hash & mask; slots_[at].node != kNone; at = (at + 1) & mask) {
     const Node node = slots_[at].node;
@@ -134,59 +148,52 @@ SuffixTree::Node SuffixTree::findChild(Node parent, std::string_view label,
 }
 
 SuffixTree::Node SuffixTree::child(Node parent, std::string_view label) const noexcept {
-  return findChild(parent, label, std::equal_to<>());
+  if (label.size() > kLongestLabel) return kNone;
+  return findChild(parent, label, hashOf(parent, label), std::equal_to<>());
 }
 
 SuffixTree::Node SuffixTree::childIgnoringCase(Node parent, std::string_view label) const noexcept {
-  return findChild(parent, label, equalsIgnoringCase);
-}
-
-/// What of a node stands in the filter: a pair of labels by its text, a wildcard of a top level.
-/// 0 for nothing.
-std::uint64_t SuffixTree::filterKeyOf(Node node, std::string& buffer) const {
-  const Node parent = nodes_[node].parent;
-  if (parent == kRoot) return (listings(node) & kWildcard) != 0 ? ~textKey(labelOf(node)) : 0;
-  if (nodes_[parent].parent != kRoot) return 0;
-  buffer.assign(labelOf(node)).append(".").append(labelOf(parent));
-  return textKey(buffer);
+  if (label.size() > kLongestLabel) return kNone;
+  return findChild(parent, label, hashOf(parent, label), equalsIgnoringCase);
 }
 
 void SuffixTree::indexPairs() {
   constexpr std::size_t kBitsPerKey = 8;
-  std::vector<std::pair<std::uint64_t, Node>> keys;
-  keys.reserve(nodes_.size());
-  std::string buffer;
+  const auto isTopWildcard = [this](Node node) {
+    return nodes_[node].parent == kRoot && (listings(node) & kWildcard) != 0;
+  };
+  std::size_t keys = 0;
   for (Node node = 1; node < nodes_.size(); ++node) {
-    const std::uint64_t key = filterKeyOf(node, buffer);
-    if (key != 0) keys.emplace_back(key, node);
+    if (isPair(node) || isTopWildcard(node)) ++keys;
   }
   std::size_t words = 1;
-  while (words * 64 < keys.size() * kBitsPerKey) words *= 2;
+  while (words * 64 < keys * kBitsPerKey) words *= 2;
   std::vector<std::uint64_t> filter(words);
   std::vector<Slot> pairs(words * (64 / kBitsPerKey * 2));  // half full at the most
-  for (const auto& [key, node] : keys) {
-    const std::uint64_t bit = key & (words * 64 - 1);
+  const auto addToFilter = [&filter](std::uint64_t key) {
+    const std::uint64_t bit = key & (filter.size() * 64 - 1);
     filter[bit / 64] |= std::uint64_t{1} << bit % 64;
-    const auto hash = static_cast<std::uint32_t>(key);
-    if (nodes_[node].parent != kRoot) *freeSlot(pairs, hash) = {hash, node};
+  };
+  for (Node node = 1; node < nodes_.size(); ++node) {
+    if (isPair(node)) {
+      const std::uint64_t key = textKey(pairOf(node));
+      const auto hash = static_cast<std::uint32_t>(key);
+      addToFilter(key);
+      *freeSlot(pairs, hash) = {hash, node};
+    } else if (isTopWildcard(node)) {
+      addToFilter(~textKey(labelOf(node)));
+    }
   }
   filter_.swap(filter);
   filterMask_ = words * 64 - 1;
   pairs_.swap(pairs);
 }
 
-bool SuffixTree::isPair(Node node, std::string_view text) const noexcept {
-  const std::string_view label = labelOf(node);
-  const std::string_view top = labelOf(nodes_[node].parent);
-  return text.size() == label.size() + 1 + top.size() && text.substr(0, label.size()) == label &&
-         text.substr(label.size() + 1) == top;
-}
-
 SuffixTree::Node SuffixTree::pair(std::string_view lastTwo) const noexcept {
   const auto hash = static_cast<std::uint32_t>(textKey(lastTwo));
   const std::size_t mask = pairs_.size() - 1;
   for (std::size_t at = hash & mask; pairs_[at].node != kNone; at = (at + 1) & mask) {
-    if (pairs_[at].hash == hash && isPair(pairs_[at].node, lastTwo)) return pairs_[at].node;
+    if (pairs_[at].hash == hash && pairOf(pairs_[at].node) == lastTwo) return pairs_[at].node;
   }
   return kNone;
 }

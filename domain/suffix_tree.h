@@ -73,7 +73,7 @@ class SuffixTree {
  private:
   struct Entry {
     Node parent;
-    std::uint32_t text;  ///< Where in texts_ its label begins.
+    std::uint32_t text;  ///< Where in texts_ its label begins, or all of a pair.
     std::uint16_t length;
     std::uint8_t listings;
   };
@@ -83,17 +83,18 @@ class SuffixTree {
   };
 
   template <typename IsLabel>
-  Node findChild(Node parent, std::string_view label, IsLabel isLabel) const noexcept;
-  Node nodeFor(std::string_view name);
+  Node findChild(Node parent, std::string_view label, std::uint32_t hash,
+                 IsLabel isLabel) const noexcept;
+  Node nodeFor(std::string_view name, std::size_t firstDot);
   Node walkTo(std::string_view name);
   void list(Node node, SuffixListing listing) noexcept;
-  Node addChild(Node parent, std::string_view label);
-  void growSlots();
-  bool isPair(Node node, std::string_view text) const noexcept;
+  Node childOrNew(Node parent, std::string_view label);
+  void resizeSlots(std::size_t size);
+  bool isPair(Node node) const noexcept;
+  std::string_view pairOf(Node node) const noexcept;
   std::string_view labelOf(Node node) const noexcept;
   static Slot* freeSlot(std::vector<Slot>& slots, std::uint32_t hash) noexcept;
 
-  std::uint64_t filterKeyOf(Node node, std::string& buffer) const;
   bool mayHold(std::uint64_t key) const noexcept {
     const std::uint64_t bit = key & filterMask_;
     return (filter_[bit / 64] >> bit % 64 & 1) != 0;

@@ -197,25 +197,9 @@ TEST(Table, LoadsRecords) {
 }
 
 TEST(Table, ReadsAsFscanfDoes) {
-  const std::vector<std::string> pieces = {"a.b",
-                                           "co",
-                                           ".xy",
-                                           "C",
-                                           " ",
-                                           "\n",
-                                           "\t",
-                                           "\r\n",
-                                           "3",
-                                           "4",
-                                           "12",
-                                           "-",
-                                           "+",
-                                           "*.",
-                                           "007",
-                                           "#",
-                                           "3x",
-                                           "\v",
-                                           std::string("\0", 1)};
+  const std::vector<std::string> pieces = {
+      "a.b", "a.b 3\n", "co", ".xy", "C",  " ",   "\n", "\t", "\r\n", "3",
+      "4",   "12",      "-",  "+",   "*.", "007", "#",  "3x", "\v",   std::string("\0", 1)};
   vu_pcre tenDigits("[0-9]{10}", 1, 0);
   std::mt19937 random(3);
   TemporaryFile file;
@@ -223,7 +207,7 @@ TEST(Table, ReadsAsFscanfDoes) {
   for (int i = 0; i < 3000; ++i) records += "a" + std::to_string(i * i) + ".xy 3\n";
   for (int i = 0; i < 6000; ++i) {
     std::string content = vu::test::randomText(random, pieces, 12);
-    if (i % 1000 == 0) content = records + content;
+    if (i % 100 == 0) content = records.substr(random() % 2000) + content;
     const int size = static_cast<int>(content.size());
     if (tenDigits.execute(content.data(), size, 0, 0) > 0) continue;  // hangs on the width of long
     file.rewrite(content);
