@@ -51,16 +51,14 @@ NameScan scanName(std::string_view name) noexcept {
   unsigned seen = 0;
   unsigned misplaced = 0;
   unsigned previous = kDot;
-  std::size_t firstDot = name.size();
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    const unsigned classes = classesOf(name[i]);
+  for (const char c : name) {
+    const unsigned classes = classesOf(c);
     seen |= classes;
     misplaced |= previous / kDot & classes;  // 1, which is kNoBeginning, behind a dot
-    firstDot = (classes & kDot) != 0 ? std::min(firstDot, i) : firstDot;
     previous = classes;
   }
   const bool isHostName = (seen & kNoName) == 0 && misplaced == 0 && (previous & kDot) == 0;
-  return {isHostName, (seen & kCapital) != 0, firstDot};
+  return {isHostName, (seen & kDot) != 0, (seen & kCapital) != 0};
 }
 
 std::string_view cutHost(std::string_view url) noexcept {

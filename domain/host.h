@@ -16,8 +16,8 @@ bool insideLabel(char c) noexcept;
 
 struct NameScan {
   bool isHostName;  ///< One or more labels joined by single dots: a host can end in it.
+  bool hasDots;
   bool hasCapitals;
-  std::size_t firstDot;  ///< The name's length where it has none.
 };
 
 NameScan scanName(std::string_view name) noexcept;

@@ -44,40 +44,42 @@ void SuffixTree::insert(std::string_view token) {
     meaning = kWildcard;
     token.remove_prefix(2);
   }
-  const NameScan scan = scanName(token);
-  if (!scan.isHostName) return;
-  const Node exact = nodeFor(token, scan.firstDot);
+  Node exact = nodeBesideLast(token);
   Node folded = exact;
-  if (scan.hasCapitals) {
-    std::string lower(token);
-    std::transform(lower.begin(), lower.end(), lower.begin(), lowerCase);
-    folded = nodeFor(lower, scan.firstDot);
+  if (exact == kNone) {
+    const NameScan scan = scanName(token);
+    if (!scan.isHostName) return;
+    exact = folded = walkTo(token);
+    if (scan.hasCapitals) {
+      std::string lower(token);
+      std::transform(lower.begin(), lower.end(), lower.begin(), lowerCase);
+      folded = walkTo(lower);
+    } else {
+      lastAbove_ = token.substr(std::min(token.find('.'), token.size()));
+      lastParent_ = nodes_[exact].parent;
+    }
   }
   list(folded, meaning);
   if (meaning == kRule) list(exact, kSuffix);
 }
 
-/// The node of a name, made with all above it where they are missing. `firstDot` is the name's
-/// length where it has none.
-SuffixTree::Node SuffixTree::nodeFor(std::string_view name, std::size_t firstDot) {
-  const std::string_view label = name.substr(0, firstDot);
-  if (firstDot == name.size()) return childOrNew(kRoot, label);
-  const std::string_view above = name.substr(firstDot + 1);
-  if (above != lastAbove_) {
-    const Node parent = walkTo(above);
-    lastAbove_ = above;
-    lastParent_ = parent;
-  }
-  return childOrNew(lastParent_, label);
+/// The node of a name in lower case that has the same behind its first label as the last one had;
+/// kNone for any other.
+SuffixTree::Node SuffixTree::nodeBesideLast(std::string_view name) {
+  const std::size_t size = name.size() - std::min(name.size(), lastAbove_.size());
+  if (name.substr(size) != lastAbove_) return kNone;
+  const std::string_view label = name.substr(0, size);
+  const NameScan scan = scanName(label);
+  const bool known = scan.isHostName && !scan.hasDots && !scan.hasCapitals;
+  return known ? childOrNew(lastParent_, label) : kNone;
 }
 
-/// The same, label by label from the right.
+/// The node of a name, made with all above it where they are missing.
 SuffixTree::Node SuffixTree::walkTo(std::string_view name) {
   Node node = kRoot;
   while (true) {
     const std::size_t dot = name.rfind('.');
-    const std::string_view label = name.substr(dot == std::string_view::npos ? 0 : dot + 1);
-    node = childOrNew(node, label);
+    node = childOrNew(node, name.substr(dot + 1));  // npos + 1 is 0
     if (dot == std::string_view::npos) return node;
     name = name.substr(0, dot);
   }

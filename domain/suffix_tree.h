@@ -85,7 +85,7 @@ class SuffixTree {
   template <typename IsLabel>
   Node findChild(Node parent, std::string_view label, std::uint32_t hash,
                  IsLabel isLabel) const noexcept;
-  Node nodeFor(std::string_view name, std::size_t firstDot);
+  Node nodeBesideLast(std::string_view name);
   Node walkTo(std::string_view name);
   void list(Node node, SuffixListing listing) noexcept;
   Node childOrNew(Node parent, std::string_view label);
@@ -103,8 +103,8 @@ class SuffixTree {
   std::vector<Entry> nodes_;
   std::vector<Slot> slots_;
   std::string texts_;
-  std::string lastAbove_;              ///< What the last name had behind its first label,
-  Node lastParent_ = kRoot;            ///< and its node: neighbours in a file tend to share it.
+  std::string lastAbove_;              ///< What the last name had behind its first label, and the
+  Node lastParent_ = kRoot;            ///< node of that: neighbours in a file tend to share it.
   std::vector<Slot> pairs_;            ///< Nodes two labels below the root, as slots_ by their key.
   std::uint64_t filterMask_ = 63;      ///< The number of bits in filter_ less one.
   std::vector<std::uint64_t> filter_;  ///< Bits, by key; a power of two of them.
