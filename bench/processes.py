@@ -80,7 +80,11 @@ def measure_classify(build, work, note):
 
 
 def measure_start(build, note):
-    programs = {"with-libvu": "vu_bench_start_with", "without": "vu_bench_start_without"}
+    programs = {
+        "with-libvu": "vu_bench_start_with",
+        "without": "vu_bench_start_without",
+        "bare": "vu_bench_start_bare",
+    }
     for _ in range(STARTS):
         for name, program in programs.items():
             note(f"process/start/{name}", cost([f"{build}/bench/{program}"])[1])

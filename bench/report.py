@@ -73,13 +73,15 @@ class Row:
         self.value = {">=": b / a, "<=": a / b, "ms": (a - b) / 1e6, "-": b / a}[kind]
 
     def verdict(self):
-        if self.kind == "-":
+        if not self.target:
             return "reported"
         limit = float(self.target)
         return "met" if (self.value >= limit if self.kind == ">=" else self.value <= limit) else "missed"
 
     def target_text(self):
-        sign = {">=": "≥ ", "<=": "≤ ", "ms": "≤ ", "-": ""}[self.kind]
+        if not self.target:
+            return ""
+        sign = {">=": "≥ ", "<=": "≤ ", "ms": "≤ "}[self.kind]
         return sign + self.target + (" ms more" if self.kind == "ms" else "")
 
     def ratio_text(self):

@@ -1,2 +1,2 @@
-// What a process costs that does nothing; linked once with libvu and once without.
+// What a process costs that does nothing; linked with libvu and without.
 int main() { return 0; }
