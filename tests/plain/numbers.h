@@ -40,7 +40,8 @@ std::string convertPlainly(const std::string& text, bool flag) {
   if (flag || text.compare(0, 2, "0x") == 0) stream >> std::hex;
   std::conditional_t<isByte, int, T> value{};
   if (stream >> value) return exactly(static_cast<T>(value));
-  return isByte ? "<bad conversion>" : "<bad conversion [" + text + "]>";
+  if (isByte) return "<bad conversion>";
+  return "<" + upToNul("bad conversion [" + text + "]") + ">";
 }
 
 }  // namespace vu::test

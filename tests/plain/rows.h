@@ -22,8 +22,9 @@ inline std::string tabSafe(std::string_view text) {
 }
 
 /// The tsv row of a URL, told plainly.
-inline std::string plainRow(const vu_cctld& table, std::string_view url) {
-  const vu_domain found = table.classify(url);
+inline std::string plainRow(const vu_cctld& table, std::string_view url,
+                            vu_match match = vu_match::shortest) {
+  const vu_domain found = table.classify(url, match);
   std::string domain(found.domain);
   if (found.status == VU_SUCCESS && found.domain.data() == nullptr) {
     domain = std::string(found.host) + "." + table.defaultDomain();

@@ -137,7 +137,7 @@ class PlainSettings {
     if (row == values_.size()) {
       throw vu_exception("Unknown configure parameter in conf_file : " + name);
     }
-    values_[row] = {value, table_[row].type == 'b' ? str2val<long>(value) : 0, origin};
+    values_[row] = {upToNul(value), table_[row].type == 'b' ? str2val<long>(value) : 0, origin};
   }
 
  private:

@@ -1,5 +1,5 @@
-// The table of suffixes, told plainly: a definition file by fscanf, a look-up label by label through
-// the expression, both rules by comparing whole names.
+// The table of suffixes, told plainly: a definition file by fscanf, a look-up label by label
+// through the expression, both rules by comparing whole names.
 
 #ifndef VU_TESTS_PLAIN_TABLE_H_
 #define VU_TESTS_PLAIN_TABLE_H_
@@ -40,7 +40,7 @@ struct PlainTable {
     rules.clear();
     FILE* file = std::fopen(path, "r");
     std::string result;
-    while (!std::feof(file)) {
+    while (std::feof(file) == 0) {
       char token[1024] = "";
       short number = 0;
       if (std::fscanf(file, "%1023s %hd\n", token, &number) != 2) {

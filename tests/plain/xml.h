@@ -41,7 +41,8 @@ class PlainParser {
       if (r == -1 && offset != 0) return;
       if (r == -1) throw vu_exception("vu_pcrexml: No Match");
       if (r < 0) throw vu_exception("vu_pcrexml: PCRE matching error [" + val2str(r) + "]");
-      const std::vector<int> ovector(element_.results(), element_.results() + 3 * r);
+      const int* const results = element_.results();
+      const std::vector<int> ovector(results, results + std::ptrdiff_t{3} * r);
       offset = ovector[1];
       const std::size_t tag = r == 4 ? 1 : 4;
       const auto begin = [&](std::size_t g) { return subject + ovector[2 * g]; };
