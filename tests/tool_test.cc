@@ -127,7 +127,7 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu classify --nothing", "", 2, "", "--nothing"},
       {"vu clasify", "", 2, "", "there is no command clasify"},
       {"vu", "", 2, "", "Usage: vu"},
-      {"vu --version", "", 0, "vu 0.", ""},
+      {"vu --version", "", 0, "vu 1.", ""},
       {"vu classify --help", "", 0, "--default-domain", ""},
       {"vu status 1003", "", 0, "1003\tMALFORMED URL\n", ""},
       {"vu status 'URL Not Found'", "", 0, "999\tURL Not Found\n", ""},
