@@ -1,11 +1,12 @@
 // The regular-expression wrapper over PCRE's 8-bit interface.
 //
-// A search goes through the just-in-time code first. Where that gives up (its stack of 32 KiB or
-// its step count is used up) the interpreter does the search again from the start and decides. So
-// it does when the caller's vector has no room for all groups of the pattern: a group that was set
-// on the way and dropped again counts as lost for the interpreter only. The interpreter recurses on
-// the thread's stack, one frame a backtracking point, so its depth is bounded by bytes of stack; 4
-// MiB is more than it needs for anything that fits the other's 32 KiB.
+// A search goes through the just-in-time code first, unless the pattern has something that this
+// code treats in its own way. Where it gives up (its stack of 32 KiB or its step count is used up)
+// the interpreter does the search again from the start and decides. So it does when the caller's
+// vector has no room for all groups of the pattern: a group that was set on the way and dropped
+// again counts as lost for the interpreter only. The interpreter recurses on the thread's stack,
+// one frame a backtracking point, so its depth is bounded by bytes of stack; 4 MiB is more than it
+// needs for anything that fits the other's 32 KiB.
 //
 // An object that searches often enters the just-in-time code directly, which saves a quarter of a
 // short search. It then looks at the arguments itself, and brings a stack for that code, which
@@ -17,6 +18,7 @@
 #include <limits>
 #include <new>
 
+#include "pattern/jit_agreement.h"
 #include "pattern/stack_room.h"
 #include "vu/pattern.h"
 
@@ -115,13 +117,14 @@ vu_pcre::vu_pcre(const char* pattern, int pairs, int options) : pattern_(pattern
   if (pattern_ == nullptr) throw vu_exception("vu_pcre: Empty Regular Expression");
   const char* errorText = nullptr;
   int errorOffset = 0;
-  regex_.reset(pcre_compile(pattern_, options < 0 ? PCRE_DOTALL : options, &errorText, &errorOffset,
-                            nullptr));
+  if (options < 0) options = PCRE_DOTALL;
+  regex_.reset(pcre_compile(pattern_, options, &errorText, &errorOffset, nullptr));
   if (!regex_) {
     throw vu_exception("PCRE Compile Error [" + val2str(errorOffset) + "] " + errorText);
   }
   errorText = nullptr;
-  extra_.reset(pcre_study(regex_.get(), PCRE_STUDY_JIT_COMPILE, &errorText));
+  const bool mayUseJit = vu::detail::jitAgrees(pattern_, options);
+  extra_.reset(pcre_study(regex_.get(), mayUseJit ? PCRE_STUDY_JIT_COMPILE : 0, &errorText));
   if (!extra_ && errorText != nullptr) {
     throw vu_exception(std::string("PCRE Compile Study Error ") + errorText);
   }

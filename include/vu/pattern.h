@@ -110,11 +110,13 @@ class VU_EXPORT vu_pcre {
   /// `ovecsize` entries, three a pair. The result is PCRE's own, also 0 when the vector is too
   /// small.
   ///
-  /// Results are those of PCRE's interpreter. PCRE's just-in-time code runs first where the machine
-  /// has it, and whatever it gives up is done again by the interpreter. That one may take a million
-  /// matching steps at each starting position and 16 more for each byte, ten million at the most
-  /// (-8, PCRE_ERROR_MATCHLIMIT, beyond), and half of what is left of its thread's stack, 4 MiB at
-  /// the most (-21, PCRE_ERROR_RECURSIONLIMIT, beyond).
+  /// Results are those of PCRE's interpreter. PCRE's just-in-time code, several times as fast, runs
+  /// first where the machine has it, for patterns that it is known to treat alike: no references to
+  /// groups, look-aheads, atomic or possessive groups, conditions, recursion or verbs. What it
+  /// gives up is done again by the interpreter. That one may take a million matching steps at each
+  /// starting position and 16 more for each byte, ten million at the most (-8,
+  /// PCRE_ERROR_MATCHLIMIT, beyond), and half of what is left of its thread's stack, 4 MiB at the
+  /// most (-21, PCRE_ERROR_RECURSIONLIMIT, beyond).
   int match(const char* subject, int length, int startOffset, int options, int* ovector,
             int ovecsize) const;
 

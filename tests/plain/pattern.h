@@ -20,7 +20,9 @@ class Interpreter {
     pattern_.reset(pcre_compile(pattern, options, &text, &offset, nullptr));
     if (pattern_ == nullptr) {
       refusal_ = "PCRE Compile Error [" + std::to_string(offset) + "] " + text;
+      return;
     }
+    study_.reset(pcre_study(pattern_.get(), 0, &text));
   }
 
   /// Why the pattern does not compile; empty when it does.
@@ -31,7 +33,8 @@ class Interpreter {
   int search(std::string_view subject, int start, int options, std::vector<int>& ovector,
              unsigned long steps = 10'000'000) const {
     pcre_extra limits{};
-    limits.flags = PCRE_EXTRA_MATCH_LIMIT | PCRE_EXTRA_MATCH_LIMIT_RECURSION;
+    if (study_ != nullptr) limits = *study_;
+    limits.flags |= PCRE_EXTRA_MATCH_LIMIT | PCRE_EXTRA_MATCH_LIMIT_RECURSION;
     limits.match_limit = steps;
     limits.match_limit_recursion = 5000;
     return pcre_exec(pattern_.get(), &limits, subject.data(), static_cast<int>(subject.size()),
@@ -40,6 +43,7 @@ class Interpreter {
 
  private:
   std::unique_ptr<pcre, void (*)(void*)> pattern_{nullptr, pcre_free};
+  std::unique_ptr<pcre_extra, void (*)(pcre_extra*)> study_{nullptr, pcre_free_study};
   std::string refusal_;
 };
 
