@@ -137,8 +137,12 @@ TEST(CommandLine, ReadsTables) {
   // Direct calls.
   EXPECT_EQ(0, parser.setOptions('X', "hid=by hand"));
   EXPECT_STREQ("by hand", parser.getOptItem("hidden", type));
-  EXPECT_EQ(-1, parser.setOptions('x', nullptr));
-  EXPECT_EQ(-1, parser.setOptions('q', "1"));
+  for (const char* bad : {"nosuch=1", "key", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(-1, parser.setOptions('x', bad));
+  }
+  for (const char letter : {'q', '\0'}) EXPECT_EQ(-1, parser.setOptions(letter, "1"));
+  EXPECT_EQ(0, parser.setConfigFile(file.path()));
+  EXPECT_EQ("Unknown Parameter NULL", messageOf([&] { parser.getOptItem(nullptr, type); }));
   EXPECT_EQ("bad conversion [many]", messageOf([&] { parser.setOptions('x', "key=many"); }));
   testing::internal::CaptureStdout();
   EXPECT_EQ("Null configuration file definition",
