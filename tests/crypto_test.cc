@@ -3,10 +3,7 @@
 
 #include "vu/crypto.h"
 
-#include <sys/wait.h>
-
 #include <climits>
-#include <cstdio>
 
 #include <gtest/gtest.h>
 #include <openssl/crypto.h>
@@ -18,6 +15,7 @@
 
 using vu::test::contentOf;
 using vu::test::ExactCopy;
+using vu::test::inChild;
 using vu::test::messageOf;
 using Byte = unsigned char;
 using Bytes = std::vector<Byte>;
@@ -25,24 +23,6 @@ using Bytes = std::vector<Byte>;
 namespace {
 
 const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
-
-/// Runs `action` in a child process, up to the end of its static objects. Its failures are printed.
-template <typename Action>
-void inChild(Action action) {
-  std::fflush(nullptr);
-  const pid_t child = fork();
-  if (child == 0) {
-    try {
-      action();
-    } catch (const std::exception& failure) {
-      ADD_FAILURE() << failure.what();
-    }
-    std::exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  EXPECT_EQ(0, status);
-}
 
 std::string hex(const Byte* from, int count) { return printHexical(from, count, 0, false); }
 
