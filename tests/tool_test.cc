@@ -24,6 +24,8 @@ TEST(Tool, AnswersEveryCommandLine) {
       "// ===BEGIN ICANN DOMAINS===\nxy\n*.ck\n!www.ck\nb\xc3\xbc.xy\n"
       "// ===END ICANN DOMAINS===\n// ===BEGIN PRIVATE DOMAINS===\n"
       "blog.xy comment\na.blog.xy\n// ===END PRIVATE DOMAINS===\n");
+  const TemporaryFile certified(
+      "openssl_conf = a\n[a]\nalg_section = b\n[b]\ndefault_properties = fips=yes\n");
   const std::string s = std::string(" --suffixes ") + suffixes.path() + " ";
   const std::string tsv = "vu classify --format tsv" + s;
   const struct {
@@ -182,6 +184,8 @@ TEST(Tool, AnswersEveryCommandLine) {
        "bad decrypt (another pass phrase, salt"},
       {"OPENSSL_MODULES=/nowhere vu encipher --cipher 2", "x", 1, "",
        "vu: Cipher Init failed : error:12800067:DSO support"},
+      {"OPENSSL_CONF=" + std::string(certified.path()) + " vu encipher", "x", 1, "",
+       "vu: OpenSSL cannot derive a key here\n"},
       {"vu encipher --salt 0", "", 2, "", "not pairs of hexadecimal digits: 0"},
       {"vu encipher --cipher 3", "", 2, "", "--cipher"},
       {"vu encipher --iterations 0", "", 2, "", "--iterations"},
