@@ -25,6 +25,9 @@ class DefinitionFile {
   /// Whether the end of the file has been met. Not so before the first `read`, nor after an error.
   bool atEnd() const { return atEnd_; }
 
+  /// What went wrong when the system could not read the file, as errno; 0 when it could.
+  int error() const { return error_; }
+
   /// Reads the next record with the white space behind it; false when there is no whole one.
   bool read();
 
@@ -52,7 +55,7 @@ class DefinitionFile {
   std::size_t at_ = 0;
   std::size_t size_ = 0;
   bool atEnd_ = false;
-  bool failed_ = false;
+  int error_ = 0;
   std::string_view token_;  ///< In the block, or copied where that does not have it whole.
   std::array<char, 1023> copy_;
   std::int16_t labels_ = 0;

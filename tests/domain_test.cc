@@ -17,7 +17,6 @@
 #include "vu/pattern.h"
 
 using vu::test::allocations;
-using vu::test::allocationsLeft;
 using vu::test::described;
 using vu::test::messageOf;
 using vu::test::outcome;
@@ -125,26 +124,6 @@ TEST(Table, FailuresLeaveWhatIsPromised) {
   EXPECT_EQ(9, table.maxLabels());  // never lowered
   EXPECT_EQ("shop.co.xy", table.classify("shop.co.xy").domain);
   EXPECT_EQ("shop.co.xy", table.classify("shop.ltd.shop.co.xy").domain);
-}
-
-TEST(Table, MemoryThatRunsOutChangesNothing) {
-  const TemporaryFile old("co.xy 3\n");
-  const TemporaryFile file("ltd.xy 5\na-long-label-indeed.ltd.xy 5\n*.ck 3\nCO.XY 4\n");
-  vu_cctld table(old.path());
-  bool failed = true;
-  for (long left = 0; failed; ++left) {
-    failed = false;
-    allocationsLeft = left;
-    try {
-      table.reload(file.path());
-    } catch (const std::bad_alloc&) {
-      failed = true;
-    }
-    allocationsLeft = -1;
-    ASSERT_EQ(failed ? 1 : 4, table.suffixCount()) << left;
-    ASSERT_EQ(failed ? "a.co.xy" : "co.xy", table.classify("a.co.xy").domain) << left;
-    ASSERT_EQ(failed ? 3 : 5, table.maxLabels()) << left;
-  }
 }
 
 TEST(Lookup, WorkedExamples) {

@@ -7,38 +7,17 @@
 #include <gtest/gtest.h>
 
 #include "tests/plain/rows.h"
+#include "tests/shell.h"
 #include "tests/support.h"
 #include "vu/domain.h"
 
 using vu::test::plainRow;
+using vu::test::Result;
+using vu::test::run;
+using vu::test::says;
 using vu::test::TemporaryFile;
 
 namespace {
-
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-/// Runs a shell command line in which "vu" is the tool.
-Result run(const std::string& command, std::string_view input = "") {
-  const TemporaryFile in(input);
-  const TemporaryFile out;
-  const TemporaryFile err;
-  const std::string line = "vu() { '" VU_TOOL "' \"$@\"; }; { " + command + "; } <" + in.path() +
-                           " >" + out.path() + " 2>" + err.path();
-  const int status = std::system(line.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, vu::test::contentOf(out.path()),
-          vu::test::contentOf(err.path())};
-}
-
-/// `expected` within `text`; an empty one means an empty text.
-testing::AssertionResult says(const std::string& text, const std::string& expected) {
-  const bool good = expected.empty() ? text.empty() : text.find(expected) != std::string::npos;
-  return (good ? testing::AssertionSuccess() : testing::AssertionFailure())
-         << "expected: " << expected << "\nfound: " << text.substr(0, 2000);
-}
 
 TEST(Tool, AnswersEveryCommandLine) {
   const TemporaryFile suffixes("co.xy 3\n");
@@ -47,6 +26,8 @@ TEST(Tool, AnswersEveryCommandLine) {
       "// ===BEGIN ICANN DOMAINS===\nxy\n*.ck\n!www.ck\nb\xc3\xbc.xy\n"
       "// ===END ICANN DOMAINS===\n// ===BEGIN PRIVATE DOMAINS===\n"
       "blog.xy comment\na.blog.xy\n// ===END PRIVATE DOMAINS===\n");
+  const TemporaryFile certified(
+      "openssl_conf = a\n[a]\nalg_section = b\n[b]\ndefault_properties = fips=yes\n");
   const std::string s = std::string(" --suffixes ") + suffixes.path() + " ";
   const std::string tsv = "vu classify --format tsv" + s;
   const struct {
@@ -87,9 +68,6 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu classify a.b.kobe.jp x.b.kobe.jp -m public-suffix", "", 0, "  a.b.kobe.jp ", ""},
       {tsv + "-f - -f " + suffixes.path(), "a.b\n", 1, "\ta.b\n202\t", ""},
       {tsv + "-f - /nowhere", "a.b\n", 1, "", "vu: cannot open /nowhere: No such file"},
-      {tsv + "-f /tmp", "", 1, "", "vu: cannot read /tmp: Is a directory"},
-      {tsv + "a.b >/dev/full", "", 1, "", "vu: cannot write standard output: No space left"},
-      {"vu classify --suffixes /nowhere a.b", "", 1, "", "vu: cannot open /nowhere: No such file"},
       {"vu classify a.b --suffixes " + std::string(broken.path()), "", 1, "",
        "Read Error at [2]-th record"},
       {tsv + "'[a.b,c.d]' '[::1]'", "", 1, "\t[a.b,c.d]\n0\tOPERATION SUCCESS\t[\t\t[::1]\n", ""},
@@ -101,8 +79,6 @@ TEST(Tool, AnswersEveryCommandLine) {
        "200,000  100.0 %    0 OPERATION SUCCESS\n\nMost frequent domains\n       200,000  b.xy"},
       {"vu classify a.b -d .corp", "", 2, "", "not a domain name: .corp"},
       {"vu classify a.b --suffixes ''", "", 2, "", "the name is empty"},
-      {"vu status >/dev/full", "", 1, "", "vu: cannot write standard output: No space left"},
-      {"vu --help >/dev/full", "", 1, "", "vu: cannot write standard output: No space left"},
       {"vu classify a.b >&- <&-", "", 1, "", "vu: cannot write standard output"},
       {"vu status '\x1b[31m'", "", 1, "", "no such status: \\x1b[31m"},
       {"vu settings", "", 0, "systemID    s                            default\n", ""},
@@ -116,7 +92,6 @@ TEST(Tool, AnswersEveryCommandLine) {
        "vu: debug: bad conversion [x] (/dev/stdin:3)"},
       {"vu settings --check -- -v 3", "", 0, "The settings are good.\n", ""},
       {"vu settings -- -z", "", 1, "", "\nUsage: daemon [OPTIONS] \n  -b <IP>:<port> bind to"},
-      {"vu settings -- -c /nowhere", "", 1, "", "Cannot open configuration file [/nowhere]\n"},
       {"vu settings -v 5", "", 2, "",
        "\"vu settings --help\". A daemon's own arguments stand behind"},
       {"vu settings --check vu.conf", "", 0, "good", "note: a daemon ignores the operand vu.conf"},
@@ -145,12 +120,10 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu suffixes build -", std::string(1024, 'a'), 1, "", "input:1: not a suffix rule: aaa"},
       {"vu suffixes build - --section icann", "// nothing\n", 1, "", "no rules of that section"},
       {"vu suffixes build -", "xy\na b\n#!/bin/sh\n", 1, "", "standard input:3: not a suffix rule"},
-      {"vu suffixes build /nowhere", "", 1, "", "cannot open /nowhere"},
       {"vu suffixes build - -o /nowhere/x", "xy\n", 1, "", "cannot write /nowhere/x"},
       {"vu suffixes build - -o /dev/full", "xy\n", 1, "", "cannot write /dev/full: No space left"},
       {"vu suffixes check " + std::string(broken.path()), "", 1, "",
        std::string(broken.path()) + ":2: bad record after 1 good"},
-      {"vu suffixes check /nowhere", "", 1, "", "cannot open /nowhere"},
       {"vu suffixes check -", "co.xy 4\nco.xy 3\nxy 2\nltd.co.xy 3\n*.ck 3\n?? 2\na.b.c.d.e 3\n", 0,
        "records: 7\ndistinct suffixes: 6\nlargest label count: 4\nduplicates: 1\n"
        "  1 stand again, such as co.xy in lines 1 and 2\nnever matched by the shortest rule: 5\n"
@@ -167,8 +140,6 @@ TEST(Tool, AnswersEveryCommandLine) {
        ""},
       {"vu xml", "", 1, "", "vu: vu_pcrexml::execute Empty Context\n"},
       {"vu xml", std::string("<a>\0</a>", 8), 1, "", "has a NUL byte in it"},
-      {"vu xml /nowhere", "", 1, "", "vu: cannot open /nowhere: No such file"},
-      {"vu xml /tmp", "", 1, "", "vu: cannot read /tmp: Is a directory"},
       {"vu xml --format json", "", 2, "", "json not in"},
       {"vu xml --root ''", "", 2, "", "the name is empty"},
       {"vu pairs", std::string("a=1 b=\tc\0d=2\n", 14), 0, "a\t1\nb\t\nd\t2\n", ""},
@@ -179,7 +150,6 @@ TEST(Tool, AnswersEveryCommandLine) {
        "printf \"<a%d>\", i; for (; i-- > 0;) printf \"</a%d>\", i }' | vu xml",
        "", 1, "", "vu: nested more than 5000 deep"},
       {"vu pairs --pattern '(b)(c+)+d'", "bcx bcd", 0, "b\tc\n", ""},
-      {"vu pairs /nowhere", "", 1, "", "vu: cannot open /nowhere: No such file"},
       {"vu pairs", "", 0, "", ""},
       {"vu hash --u32 305419896 0x0", "", 0, "09237efd\t305419896\n4636b9c9\t0x0\n", ""},
       {"vu hash --u64", "0x0123456789ABCDEF\r\n0\nx\n", 1,
@@ -197,9 +167,7 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu encipher --info --cipher 2", "", 0,
        "Block size [1] key length [16] initialisation vector length [0]\n", ""},
       {"vu encipher | vu decipher 2>/dev/null", "text", 0, "text", "the same everywhere\n"},
-      {"vu encipher /nowhere", "", 1, "", "vu: cannot open /nowhere: No such file"},
       {"vu encipher - /dev/full", "text", 1, "", "vu: cannot write /dev/full: No space left"},
-      {"vu encipher >/dev/full", "text", 1, "", "cannot write standard output: No space left"},
       {"vu encipher " + s.substr(12) + s.substr(12), "", 1, "", "there already; --force replaces"},
       {"vu encipher --passphrase-file -", "", 1, "", "input cannot be both the pass phrase and"},
       {"cat | vu encipher --passphrase-file /dev/stdin", "", 1, "",
@@ -218,6 +186,8 @@ TEST(Tool, AnswersEveryCommandLine) {
        "bad decrypt (another pass phrase, salt"},
       {"OPENSSL_MODULES=/nowhere vu encipher --cipher 2", "x", 1, "",
        "vu: Cipher Init failed : error:12800067:DSO support"},
+      {"OPENSSL_CONF=" + std::string(certified.path()) + " vu encipher", "x", 1, "",
+       "vu: OpenSSL cannot derive a key here\n"},
       {"vu encipher --salt 0", "", 2, "", "not pairs of hexadecimal digits: 0"},
       {"vu encipher --cipher 3", "", 2, "", "--cipher"},
       {"vu encipher --iterations 0", "", 2, "", "--iterations"},

@@ -107,6 +107,9 @@ Contents readContents(const std::string& path) {
   Contents contents;
   while (!file.atEnd()) {
     if (!file.read()) {
+      if (file.error() != 0) {
+        throw Refusal("cannot read " + displayName(path) + ": " + std::strerror(file.error()));
+      }
       throw Refusal(displayName(path) + ":" + std::to_string(file.line()) + ": bad record after " +
                     grouped(contents.records) +
                     " good ones; a record is a suffix of at most 1023 bytes, white space and the "

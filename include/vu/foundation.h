@@ -128,7 +128,8 @@ VU_EXPORT const char* findStringByValue(unsigned int value, const sizeT_string_p
 ///
 /// Throws vu_exception:
 ///   "empty string T"                    when text is empty;
-///   "bad conversion [" + text + "]"     when there is no number, or one that T cannot hold.
+///   "bad conversion [" + text + "]"     when there is no number, or one that T cannot hold;
+/// and what memory and T's own operator throw.
 template <typename T>
 T str2val(const std::string& text, bool flag = false);
 
@@ -231,7 +232,13 @@ bool readByStream(const std::string& text, bool hex, T& value) {
   std::istringstream stream(text);
   stream.imbue(std::locale::classic());
   if (hex) stream >> std::hex;
-  stream >> value;
+  // A stream would take memory that runs out for a bad number.
+  stream.exceptions(std::ios_base::badbit);
+  try {
+    stream >> value;
+  } catch (const std::ios_base::failure&) {
+    return false;  // T's own operator says so
+  }
   return !stream.fail();
 }
 
@@ -242,7 +249,13 @@ std::string writeByStream(const T& value, int precision,
   stream.imbue(std::locale::classic());
   if (precision >= 0) stream << std::fixed << std::setprecision(precision);
   if (manipulator != nullptr) stream << manipulator;
-  stream << value;
+  // A stream would cut the text off where memory runs out.
+  stream.exceptions(std::ios_base::badbit);
+  try {
+    stream << value;
+  } catch (const std::ios_base::failure&) {
+    // T's own operator has stopped: what it has written counts.
+  }
   return stream.str();
 }
 
