@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <iostream>
-#include <map>
 #include <memory>
 #include <utility>
 
@@ -11,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/command.h"
+#include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
 #include "tools/rows.h"
@@ -21,7 +21,7 @@ namespace {
 
 enum class Format { table, tsv, jsonl };
 
-const std::map<std::string, Format> kFormats = {
+const Words<Format> kFormats = {
     {"table", Format::table}, {"tsv", Format::tsv}, {"jsonl", Format::jsonl}};
 
 struct SettingsOptions {
@@ -57,8 +57,8 @@ std::vector<Setting> readSettings(const std::vector<std::string>& arguments) {
   const auto count = static_cast<int>(owned.size());
   store.initConfig(count, argv.data(), nullptr);
   for (int operand = optind; operand < count; ++operand) {
-    std::cerr << "vu: note: a daemon ignores the operand "
-              << visible(argv[static_cast<std::size_t>(operand)]) << "\n";
+    say(std::string("note: a daemon ignores the operand ") +
+        argv[static_cast<std::size_t>(operand)] + "; -c reads a file");
   }
   std::vector<Setting> settings;
   for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
@@ -127,8 +127,7 @@ int showSettings(const SettingsOptions& options) {
     appendRow(out, setting, options.format);
     if (setting.error.empty()) continue;
     exitStatus = kRefused;
-    std::cerr << "vu: " << setting.name << ": " << visible(setting.error) << " ("
-              << visible(setting.origin) << ")\n";
+    say(setting.name + ": " + setting.error + " (" + setting.origin + ")");
   }
   if (options.checkOnly) out = exitStatus == kDone ? "The settings are good.\n" : "";
   writeOut(out);
@@ -144,7 +143,7 @@ void addSettings(CLI::App& app, int& exitStatus) {
   addOperands(*command, "ARGUMENT", options->arguments,
               "What the daemon is started with, behind \"--\":\nvu settings -- -v 5 -c vu.conf");
   addChoice(*command, "--format", options->format, kFormats,
-            "table (default), tsv or jsonl. Columns: name, type,\nvalue as converted, origin");
+            "Columns: name, type, value as converted, origin\n(default: table)");
   command->add_flag("--check", options->checkOnly, "Only say whether the settings are good");
   command->footer(
       "Exit status: 0 good, 1 refused or a value that does not convert, 2 wrong usage.");
