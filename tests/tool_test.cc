@@ -435,8 +435,36 @@ TEST(Tool, ShowsProgressOnATerminal) {
   if (run("script -qec true /dev/null").status != 0) GTEST_SKIP() << "no pseudo-terminals here";
   const std::string work = std::string("(echo a.b; sleep 1; echo c.d) | ") + VU_TOOL + " classify";
   EXPECT_NE(std::string::npos,
-            run("script -qec '" + work + " >/dev/null' /dev/null").out.find("2 URLs"));
+            run("TERM=xterm script -qec '" + work + " >/dev/null' /dev/null").out.find("2 URLs"));
   EXPECT_EQ(std::string::npos, run("script -qec '" + work + "' /dev/null").out.find("2 URLs"));
+}
+
+/// Colours, titles and harmless tables are for a terminal that shows them.
+TEST(Tool, ColoursATerminalOnly) {
+  if (run("script -qec true /dev/null").status != 0) GTEST_SKIP() << "no pseudo-terminals here";
+  const TemporaryFile text("a=\x1b");
+  const std::string vu = VU_TOOL;
+  const struct {
+    std::string environment;
+    std::string command;
+    std::string shown;
+  } rows[] = {
+      {"NO_COLOR= TERM=xterm", vu + " classify a.b co.uk | tail -n 2 | cut -c 1-9",
+       "0       O\n204     C\n"},
+      {"NO_COLOR= TERM=xterm", vu + " classify co.uk", "\x1b[31m204  "},
+      {"NO_COLOR= TERM=xterm", vu + " classify a.b", "\x1b[32m0  "},
+      {"NO_COLOR=1 TERM=xterm", vu + " classify co.uk", "\n204  "},
+      {"NO_COLOR= TERM=dumb", vu + " classify co.uk", "\n204  "},
+      {"NO_COLOR= TERM=xterm", vu + " settings -- -v a", "\x1b[31mdebug  "},
+      {"NO_COLOR= TERM=xterm", vu + " pairs --pattern \"(a)=(.)\" " + text.path(), "a  \\x1b"},
+      {"NO_COLOR= TERM=xterm", "echo a=1 | " + vu + " pairs | cat -A", "a^I1$"},
+  };
+  for (const auto& row : rows) {
+    std::string shown =
+        run("env " + row.environment + " script -qec '" + row.command + "' /dev/null").out;
+    shown.erase(std::remove(shown.begin(), shown.end(), '\r'), shown.end());
+    EXPECT_TRUE(says(shown, row.shown)) << row.environment << " " << row.command;
+  }
 }
 
 /// A program that feeds one line and waits for its row gets it.

@@ -25,6 +25,7 @@
 #include "tools/rows.h"
 #include "tools/suffix_list.h"
 #include "tools/summary.h"
+#include "tools/terminal.h"
 
 namespace vu::tool {
 namespace {
@@ -76,7 +77,7 @@ class Progress {
   }
 
  private:
-  bool wanted_ = isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0;
+  bool wanted_ = obeysEscapes(STDERR_FILENO) && isatty(STDOUT_FILENO) == 0;
   bool visible_ = false;
   Clock::time_point start_ = Clock::now();
   Clock::time_point shown_ = start_;
@@ -199,8 +200,9 @@ int classify(ClassifyOptions options) {
   }
   noteFiles(options.urls);
   options.rows.countDomains = options.summary;
+  options.rows.colours = showsColours(STDOUT_FILENO);
   if (options.rows.format == RowFormat::table && isatty(STDOUT_FILENO) == 1) {
-    writeOut(RowWriter::titles());
+    writeOut(RowWriter::titles(options.rows.colours));
   }
 
   const Clock::time_point start = Clock::now();

@@ -1,5 +1,8 @@
 // vu pairs: the name/value pairs of a text.
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <list>
 #include <memory>
 #include <string_view>
@@ -18,14 +21,16 @@
 namespace vu::tool {
 namespace {
 
-enum class PairFormat { tsv, jsonl };
+enum class PairFormat { table, tsv, jsonl };
 
-const Words<PairFormat> kPairFormats = {{"tsv", PairFormat::tsv}, {"jsonl", PairFormat::jsonl}};
+const Words<PairFormat> kPairFormats = {
+    {"table", PairFormat::table}, {"tsv", PairFormat::tsv}, {"jsonl", PairFormat::jsonl}};
 
 struct PairOptions {
   std::string file = "-";
   std::string pattern = R"((\w+)=(\w*))";
-  PairFormat format = PairFormat::tsv;
+  // Bytes of strangers may hold what a terminal obeys.
+  PairFormat format = isatty(STDOUT_FILENO) == 1 ? PairFormat::table : PairFormat::tsv;
 };
 
 /// Notices matches that give no pair, which a person who wrote the pattern did not mean.
@@ -53,17 +58,28 @@ std::string jsonRow(std::string_view name, std::string_view value) {
 
 using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
 
+void appendTable(std::string& out, const Pairs& pairs) {
+  std::size_t width = 0;
+  for (const auto& each : pairs) width = std::max(width, visible(view(each.first)).size());
+  width = std::min<std::size_t>(width, 30);
+  for (const auto& [name, value] : pairs) {
+    appendColumn(out, visible(view(name)), width);
+    out += visible(view(value)) + "\n";
+  }
+}
+
 std::string rowsOf(const Pairs& pairs, PairFormat format) {
   std::string out;
+  if (format == PairFormat::table) appendTable(out, pairs);
   for (const auto& [name, value] : pairs) {
-    if (format == PairFormat::jsonl) {
-      out += jsonRow(view(name), view(value));
-    } else {
+    if (format == PairFormat::tsv) {
       appendTabSafe(out, view(name));
       out += '\t';
       appendTabSafe(out, view(value));
+      out += '\n';
+    } else if (format == PairFormat::jsonl) {
+      out += jsonRow(view(name), view(value)) + "\n";
     }
-    out += '\n';
   }
   return out;
 }
@@ -112,7 +128,7 @@ void addPairs(CLI::App& app) {
                    "PCRE pattern with two groups, name and value;\n(\\w+)=(\\w*) otherwise")
       ->option_text("RE");
   addChoice(*command, "--format", options->format, kPairFormats,
-            "The form of the rows (default: tsv)");
+            "default: table on a terminal, tsv elsewhere");
   command->footer(
       "The pattern sees the whole text: \".\" matches a line end, too, and \"^\" and \"$\" those "
       "of\n"

@@ -14,6 +14,7 @@
 #include "tools/options.h"
 #include "tools/output.h"
 #include "tools/rows.h"
+#include "tools/terminal.h"
 #include "vu/config.h"
 
 namespace vu::tool {
@@ -91,10 +92,13 @@ void appendTabSeparated(std::string& out, const Setting& setting) {
 }
 
 void appendAligned(std::string& out, const Setting& setting) {
+  const bool red = !setting.error.empty() && showsColours(STDOUT_FILENO);
+  if (red) out += colour::red;
   appendColumn(out, setting.name, 10);
   appendColumn(out, std::string(1, setting.type), 1);
   appendColumn(out, setting.error.empty() ? visible(setting.value) : "?", 24);
   out += visible(setting.origin);
+  if (red) out += colour::none;
 }
 
 void appendRow(std::string& out, const Setting& setting, Format format) {
