@@ -1,10 +1,15 @@
-# Installs the library, its headers, the tool, the CMake package (target vu::vu) and vu.pc. Nothing
-# installed names the prefix that it was built for: the tree may be moved.
+# Installs the library, its headers, the tool with its man pages, the CMake package
+# (target vu::vu) and vu.pc. Nothing installed names the prefix that it was built for: the tree may
+# be moved.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vu)
 install(TARGETS vu EXPORT vuTargets)
 install(TARGETS vu_tool)
+foreach(section 1 5)
+  install(DIRECTORY man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section}
+          FILES_MATCHING PATTERN "*.${section}")
+endforeach()
 install(DIRECTORY include/vu ${PROJECT_BINARY_DIR}/include/vu
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 install(EXPORT vuTargets NAMESPACE vu:: DESTINATION ${package_dir})

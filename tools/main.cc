@@ -62,7 +62,8 @@ int run(int argc, char** argv) {
   vu::tool::addCiphers(app);
   vu::tool::addHash(app);
   vu::tool::addStatus(app);
-  app.footer(kExamples + std::string(kExitStatus) + "\n\"vu COMMAND --help\" explains a command.");
+  app.footer(kExamples + std::string(kExitStatus) +
+             "\n\"vu COMMAND --help\" explains a command, \"man vu\" the whole.");
   nameCommands(app);
 
   if (argc == 1) {

@@ -132,7 +132,7 @@ void addPairs(CLI::App& app) {
   command->footer(
       "The pattern sees the whole text: \".\" matches a line end, too, and \"^\" and \"$\" those "
       "of\n"
-      "lines with (?m) in front. docs/pairs.md has patterns for query strings, logs and headers.\n"
+      "lines with (?m) in front. vu-pairs(1) has patterns for query strings, logs and headers.\n"
       "In tsv a tab, line end or backslash inside a field is written \\t, \\n, \\r, \\\\.\n"
       "Exit status: 0 done, 1 something was refused, 2 wrong usage.");
   command->callback([options] { run(*options); });

@@ -33,7 +33,7 @@ std::unique_ptr<const xmldata> parse(const std::string& text, const XmlOptions& 
     const std::string what = failure.what();
     if (what != "vu_pcrexml: No Match") throw Refusal(what);
     throw Refusal("no element in " + displayName(options.file) +
-                  ", or behind a \"<\" inside an element; docs/xml.md tells what an element is");
+                  ", or behind a \"<\" inside an element; vu-xml(1) tells what an element is");
   }
 }
 
@@ -94,7 +94,7 @@ void addXml(CLI::App& app) {
       ->option_text("NAME")
       ->check(isNotEmpty);
   command->footer(
-      "Elements are found as docs/xml.md tells: names of letters, digits and \"_\", attributes in\n"
+      "Elements are found as vu-xml(1) tells: names of letters, digits and \"_\", attributes in\n"
       "single quotes, siblings directly behind one another. Anything else ends its level.\n"
       "Exit status: 0 done, 1 no element was found or the input could not be read, 2 wrong usage.");
   command->callback([options] { run(*options); });
