@@ -208,7 +208,7 @@ TEST(Files, CommandsTellWhatTheyCannotRead) {
                      "", "open", nobody});
   }
   for (const Bad& bad : files) {
-    const std::string cannot = "vu: cannot " + bad.message + "\n";
+    const std::string cannot = ": cannot " + bad.message + "\n";
     const struct {
       const char* command;
       std::string err;

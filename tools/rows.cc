@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/input.h"
+#include "tools/terminal.h"
 
 namespace vu::tool {
 namespace {
@@ -153,19 +154,22 @@ void appendJson(Buffer& out, const Row& row) {
   out += object.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-/// The columns in front of the URL.
-void appendColumns(Buffer& out, std::string_view status, std::string_view text,
-                   std::string_view domain, std::string_view address) {
+void appendStatus(Buffer& out, std::string_view status, std::string_view text) {
   appendColumn(out, status, 6);
   appendColumn(out, text, 27);
+}
+
+void appendDomain(Buffer& out, std::string_view domain, std::string_view address) {
   appendColumn(out, domain, 28);
   appendColumn(out, address, 15);
 }
 
-void appendAligned(Buffer& out, const Row& row) {
-  appendColumns(out, numberOf(row.status), statusText(row.status),
-                row.domain.empty() ? "-" : visible(row.domain),
-                row.address.empty() ? "-" : row.address);
+void appendAligned(Buffer& out, const Row& row, bool colours) {
+  if (colours) out += row.status == VU_SUCCESS ? colour::green : colour::red;
+  appendStatus(out, numberOf(row.status), statusText(row.status));
+  if (colours) out += colour::none;
+  appendDomain(out, row.domain.empty() ? "-" : visible(row.domain),
+               row.address.empty() ? "-" : row.address);
   appendVisible(out, row.url);
 }
 
@@ -228,10 +232,14 @@ RowWriter::RowWriter(const vu_cctld& table, Choices choices) : table_(table), ch
   }
 }
 
-std::string RowWriter::titles() {
+std::string RowWriter::titles(bool colours) {
   Buffer line;
-  appendColumns(line, "STATUS", "TEXT", "DOMAIN", "ADDRESS");
-  line += "URL\n";
+  if (colours) line += colour::bold;
+  appendStatus(line, "STATUS", "TEXT");
+  appendDomain(line, "DOMAIN", "ADDRESS");
+  line += "URL";
+  if (colours) line += colour::none;
+  line += '\n';
   return std::string(line.text());
 }
 
@@ -263,7 +271,7 @@ void RowWriter::write(const vu_domain& found, std::string_view url, Escapes esca
 
   switch (choices_.format) {
     case RowFormat::table:
-      appendAligned(out, row);
+      appendAligned(out, row, choices_.colours);
       break;
     case RowFormat::tsv:
       appendTabSeparated(out, fronts_[place], row, escapes == noEscapes);
