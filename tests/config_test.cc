@@ -4,33 +4,21 @@
 #include <unistd.h>
 
 #include <climits>
-#include <map>
 
 #include <gtest/gtest.h>
 
 #include "tests/allocations.h"
+#include "tests/plain/settings.h"
 #include "tests/support.h"
 
 using vu::test::allocationsLeft;
+using vu::test::Arguments;
 using vu::test::messageOf;
+using vu::test::PlainSettings;
+using vu::test::recordsOf;
 using vu::test::TemporaryFile;
 
 namespace {
-
-/// An argument vector of its own memory; the first argument is the program's name.
-class Arguments {
- public:
-  explicit Arguments(std::vector<std::string> texts) : texts_(std::move(texts)) {
-    for (std::string& each : texts_) vector_.push_back(each.data());
-    vector_.push_back(nullptr);
-  }
-  int count() const { return static_cast<int>(texts_.size()); }
-  char* const* vector() const { return vector_.data(); }
-
- private:
-  std::vector<std::string> texts_;
-  std::vector<char*> vector_;
-};
 
 /// "daemon" and the words of a line; FILE stands for a path.
 Arguments words(const std::string& line, const std::string& path = "") {
@@ -170,45 +158,13 @@ TEST(CommandLine, ReadsTables) {
             messageOf([] { vu_getopt(0, nullptr, nullptr).usageMsg(); }).find("\nUsage:  [OPT"));
 }
 
-/// The plain telling, for a process of its own: getopt's state is the process's.
-std::string plainOutcome(const Arguments& arguments) {
-  std::map<std::string, std::string> values;
-  std::map<std::string, int> counts;
-  opterr = 0;
-  optind = 0;  // the parent may have parsed before
-  for (int c; (c = getopt(arguments.count(), arguments.vector(), "b:d:A:c:v:P:DVx:")) != -1;) {
-    const std::string argument = optarg != nullptr ? optarg : "";
-    const std::size_t equals = argument.find('=');
-    bool taken = false;
-    for (const vu_opt_helper* row = opt_helper; row->name != nullptr && !taken; ++row) {
-      const std::string name = row->name;
-      if (row->option != c) continue;
-      taken =
-          c != 'x' || (equals != std::string::npos && name.find(argument.substr(0, equals)) == 0);
-      if (!taken) continue;
-      if (row->type == 'b') ++counts[name];
-      if (row->type != 'b') values[name] = c == 'x' ? argument.substr(equals + 1) : argument;
-    }
-    if (!taken) return "usage";
-  }
-  std::string changes;
-  for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
-    std::string value = counts.count(row->name) != 0 ? std::to_string(counts[row->name]) : "";
-    if (values.count(row->name) != 0) value = values[row->name];
-    const bool set = counts.count(row->name) + values.count(row->name) != 0;
-    if (!set || (row->type != 'b' && value == row->value)) continue;
-    changes += (changes.empty() ? "" : " ") + std::string(row->name) + "=" + value;
-  }
-  return changes;
-}
-
-/// The result of `plainOutcome` in a child process.
-std::string outcomeInChild(const Arguments& arguments) {
+/// The plain telling, in a child process: getopt's state is the process's.
+std::string plainlyInChild(const Arguments& arguments) {
   int ends[2];
   if (pipe(ends) != 0) return "no pipe";
   const pid_t child = fork();
   if (child == 0) {
-    const std::string text = plainOutcome(arguments);
+    const std::string text = PlainSettings(opt_helper).parse(arguments);
     _exit(write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
   }
   close(ends[1]);
@@ -232,8 +188,8 @@ TEST(CommandLine, AgreesWithGetopt) {
   for (int i = 0; i < 1500; ++i) {
     const std::string line = vu::test::randomText(random, pieces, 9);
     // Each parse has its memory to itself: what an earlier one has left behind would be seen.
-    const std::string expected = outcomeInChild(words(line));
-    ASSERT_EQ(expected, outcome(words(line))) << line;
+    const std::string expected = plainlyInChild(words(line));
+    ASSERT_EQ(expected, recordsOf(words(line), nullptr)) << line;
     good += expected == "usage" ? 0 : 1;
   }
   EXPECT_GT(good, 300);

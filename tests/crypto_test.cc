@@ -14,17 +14,20 @@
 #include <openssl/evp.h>
 #include <openssl/provider.h>
 
+#include "tests/plain/cipher.h"
 #include "tests/support.h"
 
+using vu::test::byEngine;
+using vu::test::Byte;
+using vu::test::Bytes;
+using vu::test::bytes;
 using vu::test::contentOf;
 using vu::test::ExactCopy;
+using vu::test::hex;
 using vu::test::messageOf;
-using Byte = unsigned char;
-using Bytes = std::vector<Byte>;
+using vu::test::plainly;
 
 namespace {
-
-const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
 
 /// Runs `action` in a child process, up to the end of its static objects. Its failures are printed.
 template <typename Action>
@@ -43,8 +46,6 @@ void inChild(Action action) {
   ASSERT_EQ(child, waitpid(child, &status, 0));
   EXPECT_EQ(0, status);
 }
-
-std::string hex(const Byte* from, int count) { return printHexical(from, count, 0, false); }
 
 std::string process(vu_crypto& engine, std::string_view text) {
   std::string out(static_cast<std::size_t>(engine.ciphersize(static_cast<int>(text.size()))), '?');
@@ -150,51 +151,6 @@ TEST(Crypto, RefusesWhatItCannotDo) {
     EXPECT_EQ("", use(&buffer[4], 3, &buffer[7]) + use(&buffer[23], 3, &buffer[7]));
     EXPECT_EQ("", use(nullptr, 0, &buffer[7]) + use(&buffer[9], 0, &buffer[7]));
   });
-}
-
-/// What `cipheranalyse` returns, or its message, with all of `out` behind it: as it is specified,
-/// on a context made for this one message.
-std::string plainly(int mode, const EVP_CIPHER* cipher, std::string_view in, Bytes out) {
-  const std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> context(EVP_CIPHER_CTX_new(),
-                                                                           EVP_CIPHER_CTX_free);
-  const int block = EVP_CIPHER_get_block_size(cipher);
-  const int length = static_cast<int>(in.size());
-  const int capacity = static_cast<int>(out.size());
-  const int demanded =
-      (length / block + 1 + (length >= block && length % block == 0 ? 1 : 0)) * block;
-  const auto report = [&out](const std::string& result) {
-    return result + " " + hex(out.data(), static_cast<int>(out.size()));
-  };
-  const auto error = [&](const char* what) {
-    char text[120] = {};
-    if (ERR_peek_error() != 0) ERR_error_string_n(ERR_get_error(), text, sizeof text);
-    ERR_clear_error();
-    return report(std::string(what) + text);
-  };
-  const Byte* const vector = vu_crypto::cipherkey_ + EVP_CIPHER_get_key_length(cipher);
-  if (EVP_CipherInit_ex(context.get(), cipher, nullptr, vu_crypto::cipherkey_, vector, mode) != 1) {
-    return error("Cipher Init failed : ");
-  }
-  if (demanded > capacity) return report(val2str(-demanded));
-  std::fill(out.begin(), out.end(), Byte{0});
-  int updated = 0;
-  if (EVP_CipherUpdate(context.get(), out.data(), &updated, bytes(in), length) != 1) {
-    return error("Cipher Update failed : ");
-  }
-  int finished = 0;
-  if (EVP_CipherFinal_ex(context.get(), out.data() + updated, &finished) != 1) {
-    return error("Cipher Final failed : ");
-  }
-  return report(val2str(updated + finished));
-}
-
-std::string byEngine(vu_crypto& engine, std::string_view in, Bytes out) {
-  std::string result;
-  const std::string message = messageOf([&] {
-    result = val2str(engine.cipheranalyse(bytes(in), static_cast<int>(in.size()), out.data(),
-                                          static_cast<int>(out.size())));
-  });
-  return result + message + " " + hex(out.data(), static_cast<int>(out.size()));
 }
 
 /// Engines that live long, among changes of the key and failures, beside contexts that live for one

@@ -1,12 +1,14 @@
 #include "vu/foundation.h"
 
-#include <cmath>
 #include <limits>
 
 #include <gtest/gtest.h>
 
+#include "tests/plain/numbers.h"
 #include "tests/support.h"
 
+using vu::test::convert;
+using vu::test::convertPlainly;
 using vu::test::messageOf;
 
 namespace {
@@ -73,15 +75,6 @@ TEST(Exception, CopiesKeepTheText) {
   EXPECT_STREQ("abc", vu_exception(std::string("abc")).what());
 }
 
-/// What str2val makes of a text, as text; the message in brackets when it throws.
-template <typename T>
-std::string convert(const std::string& text, bool flag) {
-  std::ostringstream out;
-  out.imbue(std::locale::classic());
-  const std::string message = messageOf([&] { out << +str2val<T>(text, flag); });
-  return message.empty() ? out.str() : "<" + message + ">";
-}
-
 TEST(Conversion, ReadsNumbers) {
   const struct {
     std::string (*read)(const std::string&, bool);
@@ -119,20 +112,13 @@ TEST(Conversion, ReadsNumbers) {
   EXPECT_EQ("Impure float value", messageOf([] { str2val<float>(std::string("1\0", 2)); }));
 }
 
-/// Reads `text` the plain way and compares.
-template <typename T>
+/// Reads `text` both ways and compares.
+template <typename... Types>
 void compareWithStream(const std::string& text, bool hex) {
-  std::stringstream stream(text);
-  stream.imbue(std::locale::classic());
-  if (hex || text.compare(0, 2, "0x") == 0) stream >> std::hex;
-  T expected{};
-  const bool good = static_cast<bool>(stream >> expected);
-  T value{};
-  const std::string message = messageOf([&] { value = str2val<T>(text, hex); });
-  ASSERT_EQ(good ? "" : "bad conversion [" + text + "]", message) << text;
-  if (!good) return;
-  ASSERT_EQ(expected, value) << text;
-  ASSERT_EQ(std::signbit(static_cast<double>(expected)), std::signbit(static_cast<double>(value)));
+  for (const auto& [expected, got] :
+       {std::pair(convertPlainly<Types>(text, hex), convert<Types>(text, hex))...}) {
+    ASSERT_EQ(expected, got) << text;
+  }
 }
 
 TEST(Conversion, AgreesWithAStream) {
@@ -146,13 +132,8 @@ TEST(Conversion, AgreesWithAStream) {
     const std::string text = vu::test::randomText(random, pieces, 6);
     if (text.empty()) continue;
     const bool hex = i % 3 == 0;
-    compareWithStream<int>(text, hex);
-    compareWithStream<long>(text, hex);
-    compareWithStream<unsigned int>(text, hex);
-    compareWithStream<unsigned short>(text, hex);
-    compareWithStream<short>(text, hex);
-    compareWithStream<unsigned long long>(text, hex);
-    compareWithStream<double>(text, hex);
+    compareWithStream<int, long, unsigned int, unsigned short, short, unsigned long long, double,
+                      unsigned char, signed char>(text, hex);
   }
 }
 

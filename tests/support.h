@@ -30,6 +30,9 @@ std::string messageOf(Action action) {
   return "";
 }
 
+/// What a C string leaves of a text, such as what `what` gives of a message.
+inline std::string upToNul(const std::string& text) { return text.substr(0, text.find('\0')); }
+
 /// A file with the given content; gone with the object.
 class TemporaryFile {
  public:

@@ -6,9 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/plain/rows.h"
 #include "tests/support.h"
 #include "vu/domain.h"
 
+using vu::test::plainRow;
 using vu::test::TemporaryFile;
 
 namespace {
@@ -307,33 +309,6 @@ TEST(Tool, RowsStayInOrder) {
     EXPECT_TRUE(expected == run("cat | vu classify" + options, input).out) << threads;
     EXPECT_TRUE(expected == run("vu classify" + options + " --file " + file.path()).out) << threads;
   }
-}
-
-/// A field of a tsv row, told plainly.
-std::string tabSafe(std::string_view text) {
-  std::string safe;
-  for (const char c : text) {
-    const std::size_t kind = std::string_view("\t\n\r\\").find(c);
-    safe += kind == std::string_view::npos ? std::string(1, c) : std::string("\\") + "tnr\\"[kind];
-  }
-  return safe;
-}
-
-/// The tsv row of a URL, told plainly.
-std::string plainRow(const vu_cctld& table, std::string_view url) {
-  const vu_domain found = table.classify(url);
-  std::string domain(found.domain);
-  if (found.status == VU_SUCCESS && found.domain.data() == nullptr) {
-    domain = std::string(found.host) + "." + table.defaultDomain();
-  }
-  std::ostringstream row;
-  row << found.status << '\t' << findStringByValue(found.status, statusTable, 10001) << '\t'
-      << tabSafe(domain) << '\t';
-  for (int shift = 24; found.isAddress && shift >= 0; shift -= 8) {
-    row << (found.ipAddress >> shift & 255U) << (shift > 0 ? "." : "");
-  }
-  row << '\t' << tabSafe(url) << '\n';
-  return row.str();
 }
 
 /// Lines that share their beginnings with the line before, in blocks cut anywhere.

@@ -1,7 +1,7 @@
 // The XML parser against the plain way, which has the expression match every element of every level
 // and recurses; trees of any shape and depth.
 
-#include <pcre.h>
+#include "tests/plain/xml.h"
 
 #include <climits>
 #include <cstring>
@@ -14,59 +14,20 @@
 #include "tests/support.h"
 #include "vu/pattern.h"
 
+using vu::test::dump;
 using vu::test::ExactCopy;
 using vu::test::messageOf;
+using vu::test::PlainParser;
 using vu::test::randomText;
 using Tree = std::unique_ptr<xmldata>;
 
 namespace {
-
-std::string dump(const xmldata& tree, int mode = 0, int depth = 0) {
-  std::ostringstream out;
-  tree.display(depth, mode, out);
-  return out.str();
-}
 
 /// The tree of a text as a dump, or the message.
 std::string parsed(vu_pcrexml& parser, const std::string& text) {
   std::string result;
   return messageOf([&] { result = dump(*Tree(parser.execute(text.c_str(), "data"))); }) + result;
 }
-
-class PlainParser {
- public:
-  std::string parse(const std::string& text) {
-    xmldata root("data", 4, nullptr, 0);
-    const std::string message =
-        messageOf([&] { level(root, text.c_str(), static_cast<int>(text.size())); });
-    return message.empty() ? dump(root) : message;
-  }
-
- private:
-  void level(xmldata& parent, const char* subject, int len) {
-    int offset = 0;
-    for (int options = 0;; options = PCRE_ANCHORED | PCRE_NOTEMPTY) {
-      const int r = element_.execute(subject, len, offset, options);
-      if (r == -1 && offset != 0) return;
-      if (r == -1) throw vu_exception("vu_pcrexml: No Match");
-      if (r < 0) throw vu_exception("vu_pcrexml: PCRE matching error [" + val2str(r) + "]");
-      const std::vector<int> ovector(element_.results(), element_.results() + 3 * r);
-      offset = ovector[1];
-      const std::size_t tag = r == 4 ? 1 : 4;
-      const auto begin = [&](std::size_t g) { return subject + ovector[2 * g]; };
-      const auto size = [&](std::size_t g) { return ovector[2 * g + 1] - ovector[2 * g]; };
-      auto* const node = new xmldata(begin(tag), size(tag), begin(tag + 1), size(tag + 1));
-      parent.addData(node);
-      if (r != 4 || size(3) == 0) continue;
-      const std::string_view body(begin(3), static_cast<std::size_t>(size(3)));
-      const int k = static_cast<int>(std::min(body.find('<'), body.size()));
-      if (k < size(3)) level(*node, body.data() + k, size(3) - k);
-      if (k > 0) node->setContext(body.data(), k);
-    }
-  }
-
-  vu_pcre element_{R"(<(\w+)\s*([-'\w\s=]*?)>(.*?)</\1>|<(\w+)\s*([-'\w\s=]*?)/>)", 6, -1};
-};
 
 TEST(Xml, ParsesWhatTheExpressionDescribes) {
   const std::string none = "vu_pcrexml: No Match";

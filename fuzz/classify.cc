@@ -1,0 +1,158 @@
+// Lines of `vu classify`: a row for each, in order, in every format, that can be read back; the
+// reader of blocks and the summary on the way.
+//
+// Input: which choices for the rows; then the lines.
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "fuzz/support.h"
+#include "tests/plain/rows.h"
+#include "tools/input.h"
+#include "tools/rows.h"
+#include "tools/summary.h"
+
+using vu::fuzz::check;
+using vu::fuzz::expectEqual;
+using vu::tool::Buffer;
+using vu::tool::RowFormat;
+using vu::tool::RowWriter;
+using vu::tool::Tally;
+
+namespace {
+
+const vu_cctld& table() {
+  static const auto made = [] {
+    const vu::fuzz::MemoryFile file;
+    file.rewrite("co.xy 3\nb.co.xy 4\n*.ck 3\n!www.ck 2\n");
+    auto loaded = std::make_unique<vu_cctld>(nullptr, "corp.xy");
+    loaded->initSet(file.path().c_str());
+    return loaded;
+  }();
+  return *made;
+}
+
+/// A text cut at its line ends, told plainly.
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+/// What the tool's reader gives, block by block.
+std::string readBack(const std::string& text) {
+  static const vu::fuzz::MemoryFile file;
+  file.rewrite(text);
+  vu::tool::LineBlocks blocks(file.path());
+  std::string all;
+  for (Buffer block; blocks.next(block); all += block.text()) {
+    check(block.size() > 0, "no block is empty");
+  }
+  return all;
+}
+
+/// The fields of a row whose fields are quoted where they must be.
+std::vector<std::string> csvFields(const std::string& row) {
+  std::vector<std::string> fields(1);
+  bool quoted = false;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (row[i] == '"' && quoted && i + 1 < row.size() && row[i + 1] == '"') {
+      fields.back() += row[i++];
+    } else if (row[i] == '"') {
+      quoted = !quoted;
+    } else if (row[i] == ',' && !quoted) {
+      fields.emplace_back();
+    } else {
+      fields.back() += row[i];
+    }
+  }
+  check(!quoted, "every quote is closed");
+  return fields;
+}
+
+bool isPrintable(const std::string& text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7f; });
+}
+
+void checkCsv(const std::string& row, const std::string& url, const vu_domain& found) {
+  const std::vector<std::string> fields = csvFields(row);
+  expectEqual(std::size_t{5}, fields.size(), "fields");
+  expectEqual(std::to_string(found.status), fields[0], "status");
+  expectEqual(url, fields[4], "URL");
+}
+
+void checkJson(const std::string& row, const std::string& url, const vu_domain& found) {
+  const auto object = nlohmann::json::parse(row);
+  expectEqual(static_cast<unsigned>(found.status), object.at("status").get<unsigned>(), "status");
+  if (isPrintable(url)) expectEqual(url, object.at("url").get<std::string>(), "URL");
+  expectEqual(found.isAddress, object.at("address").is_string(), "address");
+}
+
+void checkRow(const RowWriter::Choices& wanted, const std::string& row, const std::string& url,
+              const vu_domain& found) {
+  switch (wanted.format) {
+    case RowFormat::tsv:
+      expectEqual(vu::test::plainRow(table(), url, wanted.match), row + "\n", "row");
+      break;
+    case RowFormat::csv:
+      checkCsv(row, url, found);
+      break;
+    case RowFormat::jsonl:
+      checkJson(row, url, found);
+      break;
+    case RowFormat::table:
+      check(isPrintable(row), "a terminal obeys nothing in a row");
+      break;
+  }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  vu::fuzz::Input input(data, size);
+  const std::size_t choices = input.choice(16);
+  const std::string text = input.rest();
+  expectEqual(text, readBack(text), "what is read");
+
+  RowWriter::Choices wanted;
+  wanted.format = static_cast<RowFormat>(choices % 4);
+  wanted.onlyFailed = (choices & 4) != 0;
+  wanted.countDomains = true;
+  if ((choices & 8) != 0) wanted.match = vu_match::publicSuffix;
+  const RowWriter writer(table(), wanted);
+  Buffer rows;
+  Tally tally;
+  const vu::test::ExactCopy copy(text);
+  writer.writeLines(copy.view(), rows, tally);
+
+  const std::vector<std::string> lines = linesOf(text);
+  std::string_view rest = rows.text();
+  std::uint64_t refused = 0;
+  for (const std::string& line : lines) {
+    const vu_domain found = table().classify(line, wanted.match);
+    if (found.status != VU_SUCCESS) ++refused;
+    if (wanted.onlyFailed && found.status == VU_SUCCESS) continue;
+    Buffer alone;
+    Tally one;
+    writer.write(line, alone, one);
+    check(rest.substr(0, alone.size()) == alone.text(), "a row is the same in a block and alone");
+    rest.remove_prefix(alone.size());
+    check(alone.size() > 0 && alone.text().back() == '\n', "a row ends");
+    const std::string row(alone.text().substr(0, alone.size() - 1));
+    check(row.find('\n') == std::string::npos, "a line makes one row");
+    checkRow(wanted, row, line, found);
+  }
+  check(rest.empty(), "no line makes two rows");
+
+  vu::tool::Summary summary;
+  summary.add(tally);
+  expectEqual(lines.size(), summary.urls(), "URLs counted");
+  expectEqual(refused, summary.refused(), "refused URLs counted");
+  check(!summary.text(1).empty(), "there is a summary");
+  return 0;
+}

@@ -1,0 +1,122 @@
+// Text and numbers: str2val against streams, val2str against printf, and the small helpers.
+//
+// Input: which flag, precision, table bound; then a text.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "fuzz/support.h"
+#include "tests/plain/numbers.h"
+
+using vu::fuzz::expectEqual;
+using vu::test::convert;
+using vu::test::convertPlainly;
+using vu::test::messageOf;
+
+namespace {
+
+template <typename... Types>
+void readAs(const std::string& text, bool flag) {
+  (expectEqual(convertPlainly<Types>(text, flag), convert<Types>(text, flag), text), ...);
+}
+
+std::string floatPlainly(const std::string& text, bool flag) {
+  char* stop = nullptr;
+  const double value = std::strtod(text.c_str(), &stop);
+  if (!flag && stop != text.c_str() + text.size()) return "<Impure float value>";
+  return vu::test::exactly(static_cast<float>(value));
+}
+
+template <typename... Arguments>
+std::string printed(const char* format, Arguments... arguments) {
+  char text[512];
+  const int size = std::snprintf(text, sizeof text, format, arguments...);
+  return {text, static_cast<std::size_t>(size)};
+}
+
+template <typename T>
+void writeInteger(T value) {
+  expectEqual(std::to_string(value), val2str(value), "decimal");
+  expectEqual(std::to_string(value), val2str(value, 3), "with a precision");
+  const unsigned long long magnitude = static_cast<std::make_unsigned_t<T>>(value);
+  expectEqual(printed("%llx", magnitude), val2str(value, -1, std::hex), "hexadecimal");
+  expectEqual(value, str2val<T>(val2str(value)), "there and back");
+}
+
+void writeDouble(double value, int precision) {
+  expectEqual(precision < 0 ? printed("%g", value) : printed("%.*f", precision, value),
+              val2str(value, precision), "double");
+  if (value - value == 0) {
+    expectEqual(value, str2val<double>(printed("%.17g", value)), "finite, there and back");
+  }
+}
+
+void writeNumbers(const std::string& text, int precision) {
+  unsigned long long bits = 0;
+  double real = 0;
+  std::memcpy(&bits, text.data(), std::min(text.size(), sizeof bits));
+  std::memcpy(&real, &bits, sizeof real);
+  writeDouble(real, precision);
+  writeInteger(bits);
+  writeInteger(static_cast<long>(bits));
+  writeInteger(static_cast<int>(bits));
+  writeInteger(static_cast<unsigned int>(bits));
+  writeInteger(static_cast<unsigned short>(bits));
+}
+
+void skip(const std::string& text) {
+  const vu::test::ExactCopy copy(text);
+  const char* cursor = copy.view().data();
+  auto remaining = static_cast<unsigned int>(text.size());
+  skipSpace(&cursor, remaining);
+  const std::size_t first = text.find_first_not_of(" \t\n\v\f\r");
+  const std::size_t expected = first == std::string::npos ? text.size() : first;
+  expectEqual(expected, static_cast<std::size_t>(cursor - copy.view().data()), "skipped");
+  expectEqual(text.size() - expected, remaining, "remaining");
+}
+
+void printBytes(const std::string& text, int perLine) {
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
+  const int count = static_cast<int>(text.size());
+  std::string compact;
+  std::string formatted;
+  for (int i = 0; i < count; ++i) {
+    compact += printed("%02x", bytes[i]);
+    const bool lineEnd = perLine > 0 && (i + 1) % perLine == 0;
+    formatted += printed("0x%02x", bytes[i]) + (lineEnd ? "\n" : i + 1 < count ? " " : "");
+  }
+  expectEqual(compact, printHexical(bytes, count, perLine, false), "hexadecimal bytes");
+  expectEqual(formatted, printHexical(bytes, count, perLine, true), "formatted bytes");
+}
+
+void findStatus(const std::string& text, unsigned int bound) {
+  std::string expected = "findValueByString:: Index for [" + text + "] is not found";
+  if (bound == 0) expected = "findValueByString:: Maximum index undefined";
+  for (const auto* row = statusTable; row->string != nullptr && row->value < bound; ++row) {
+    if (text == row->string) expected = std::to_string(row->value);
+  }
+  std::string got;
+  const std::string message =
+      messageOf([&] { got = std::to_string(findValueByString(text, statusTable, bound)); });
+  expectEqual(vu::test::upToNul(expected), got + message, "status");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  vu::fuzz::Input input(data, size);
+  const bool flag = input.choice(2) == 1;
+  const int small = static_cast<int>(input.choice(20)) - 1;
+  const std::size_t bound = input.choice(3);
+  const std::string text = input.rest();
+  readAs<short, unsigned short, int, unsigned int, long, unsigned long, long long,
+         unsigned long long, double, unsigned char, signed char>(text, flag);
+  expectEqual(floatPlainly(text, flag), convert<float>(text, flag), text);
+  expectEqual(text, str2val<std::string>(text, flag), "a text");
+  writeNumbers(text, small);
+  skip(text);
+  printBytes(text, small);
+  findStatus(text, bound == 0 ? 10001U : bound == 1 ? 203U : 0U);
+  return 0;
+}

@@ -1,0 +1,120 @@
+// Messages of any bytes under any key, into buffers of any size: engines that live long against
+// contexts made for one message, there and back, and what is refused.
+//
+// Input: which cipher, how large the output is, where it lies, how many bytes of the key change;
+// those bytes; then the message.
+
+#include <algorithm>
+#include <climits>
+
+#include <openssl/provider.h>
+
+#include "fuzz/support.h"
+#include "tests/plain/cipher.h"
+
+using vu::fuzz::expectEqual;
+using vu::test::Byte;
+using vu::test::Bytes;
+using vu::test::bytes;
+using vu::test::messageOf;
+
+namespace {
+
+/// Engines of one cipher, and that cipher as OpenSSL has it.
+struct Engines {
+  explicit Engines(int number)
+      : plain(number == 2 ? fetchRc4() : EVP_aes_256_cbc()),
+        encipher(1, number, "open sesame", bytes("salt"), 4, 1),
+        decipher(0, number, "never used", nullptr, 0, 1) {}
+
+  static const EVP_CIPHER* fetchRc4() {
+    static OSSL_LIB_CTX* const own = OSSL_LIB_CTX_new();
+    static OSSL_PROVIDER* const legacy = OSSL_PROVIDER_load(own, "legacy");
+    static EVP_CIPHER* const rc4 = EVP_CIPHER_fetch(own, "RC4", nullptr);
+    vu::fuzz::check(legacy != nullptr && rc4 != nullptr, "there is RC4");
+    return rc4;
+  }
+
+  const EVP_CIPHER* plain;
+  vu_crypto encipher;
+  vu_crypto decipher;
+};
+
+/// The engines of a cipher, with the key that the first of them has made.
+Engines& enginesOf(std::size_t choice) {
+  static Engines aes(1);
+  static Engines rc4(2);
+  static const Bytes key(vu_crypto::cipherkey_, vu_crypto::cipherkey_ + 128);
+  std::copy(key.begin(), key.end(), vu_crypto::cipherkey_);
+  return choice == 0 ? aes : rc4;
+}
+
+/// One message in both directions, with exactly the room that is demanded.
+void thereAndBack(Engines& engines, const std::string& message) {
+  const auto process = [](vu_crypto& engine, const std::string& in) {
+    const int length = static_cast<int>(in.size());
+    Bytes out(static_cast<std::size_t>(engine.ciphersize(length)));
+    const int written =
+        engine.cipheranalyse(bytes(in), length, out.data(), static_cast<int>(out.size()));
+    return std::string(out.begin(), out.begin() + written);
+  };
+  expectEqual(message, process(engines.decipher, process(engines.encipher, message)),
+              "there and back");
+}
+
+/// Input and output in one buffer, `apart` bytes from each other: refused where they share bytes,
+/// with nothing changed.
+void inOneBuffer(Engines& engines, const std::string& message, std::size_t apart, bool outFirst) {
+  const int length = static_cast<int>(message.size());
+  const auto capacity = static_cast<std::size_t>(engines.encipher.ciphersize(length));
+  Bytes buffer(message.size() + capacity + apart, Byte{'?'});
+  const std::size_t in = outFirst ? apart : 0;
+  const std::size_t out = outFirst ? 0 : apart;
+  std::copy(message.begin(), message.end(), buffer.begin() + static_cast<std::ptrdiff_t>(in));
+  const Bytes before = buffer;
+  const bool overlap = !message.empty() && in < out + capacity && out < in + message.size();
+  const std::string refusal = messageOf([&] {
+    engines.encipher.cipheranalyse(&buffer[in], length, &buffer[out], static_cast<int>(capacity));
+  });
+  expectEqual(overlap ? "vu_crypto: Overlapping buffers" : "", refusal, "one buffer");
+  if (overlap) vu::fuzz::check(buffer == before, "a refusal changes nothing");
+}
+
+void refuseLength(Engines& engines, int length) {
+  const std::string text = "vu_crypto: Invalid length [" + std::to_string(length) + "]";
+  Byte byte = 0;
+  expectEqual(text, messageOf([&] { engines.encipher.ciphersize(length); }), "a length");
+  expectEqual(text,
+              messageOf([&] { engines.decipher.cipheranalyse(&byte, length, &byte, INT_MAX); }),
+              "a length");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  vu::fuzz::Input input(data, size);
+  Engines& engines = enginesOf(input.choice(2));
+  const std::size_t room = input.choice(4);
+  const std::size_t apart = input.choice(80);
+  for (std::size_t changes = input.choice(10); changes > 0; --changes) {
+    vu_crypto::cipherkey_[input.choice(48)] ^= Byte{0x5a};
+  }
+  const std::string message = input.rest();
+
+  const auto demanded =
+      static_cast<std::size_t>(engines.encipher.ciphersize(static_cast<int>(message.size())));
+  const std::size_t capacities[] = {demanded, demanded + apart, demanded - 1,
+                                    demanded > apart ? demanded - apart : 0};
+  const Bytes out(capacities[room], Byte{'?'});
+  const vu::test::ExactCopy in(message);
+  for (const int mode : {0, 1}) {
+    expectEqual(vu::test::plainly(mode, engines.plain, in.view(), out),
+                vu::test::byEngine(mode == 1 ? engines.encipher : engines.decipher, in.view(), out),
+                mode == 1 ? "enciphered" : "deciphered");
+  }
+  thereAndBack(engines, message);
+  inOneBuffer(engines, message, apart, room % 2 == 1);
+  refuseLength(engines, -1 - static_cast<int>(apart));
+  refuseLength(engines, INT_MAX);
+  return 0;
+}

@@ -1,0 +1,82 @@
+// XML fragments against the plain telling; trees whose views lie inside the text, and their
+// print-outs.
+//
+// Input: the fragment.
+
+#include "tests/plain/xml.h"
+
+#include <algorithm>
+
+#include "fuzz/support.h"
+
+using vu::fuzz::check;
+using vu::fuzz::expectEqual;
+using vu::test::dump;
+using vu::test::messageOf;
+
+namespace {
+
+void checkView(const stringLen* view, std::string_view text) {
+  if (view == nullptr) return;
+  check(
+      view->_len > 0 && vu::fuzz::isInside(view->_str, static_cast<std::size_t>(view->_len), text),
+      "a view lies inside the text");
+}
+
+void checkAttributes(const xmldata& node) {
+  const std::string all = node._attrs != nullptr ? node._attrs->getString() : "";
+  for (std::size_t from = 0; from < all.size(); from += 3) {
+    const std::string name = all.substr(from, all.find_first_of(" =", from) - from);
+    const std::string value = node.attribute(name.c_str());
+    check(value.empty() || node.hasAttribute(name.c_str()), "what has a value is there");
+    check(all.find(value) != std::string::npos, "a value stands in the text");
+  }
+}
+
+void checkNode(const xmldata& node, std::string_view text) {
+  for (const xmldata* child : node._children) {
+    checkView(&child->_tag, text);
+    checkView(child->_attrs, text);
+    checkView(child->_context, text);
+    check(node.child(child->tagString().c_str()) != nullptr, "a child is found by its tag");
+    checkAttributes(*child);
+    checkNode(*child, text);
+  }
+}
+
+/// The XML of a tree, in both forms, differs by white space only.
+void checkPrints(const xmldata& root) {
+  const auto squeezed = [](std::string text) {
+    text.erase(std::remove_if(text.begin(), text.end(), vu::detail::isSpace), text.end());
+    return text;
+  };
+  std::stringstream compact;
+  root.displayXML(compact, 0, 2);
+  expectEqual(squeezed(compact.str()), squeezed(dump(root, 1)), "indented and in one line");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  vu::fuzz::Input input(data, size);
+  const std::string text = input.rest();
+  static vu_pcrexml parser;
+  static vu::test::PlainParser plain;
+
+  if (!text.empty()) {
+    const vu::test::ExactCopy copy(text);
+    xmldata root("data", 4, nullptr, 0);
+    const std::string message = messageOf(
+        [&] { parser.subpattern(&root, copy.view().data(), static_cast<int>(text.size())); });
+    expectEqual(plain.parse(text), message.empty() ? dump(root) : message, "a view");
+    checkNode(root, copy.view());
+    if (message.empty()) checkPrints(root);
+  }
+  // The same as a text that ends at its NUL.
+  const std::string cut = vu::test::upToNul(text);
+  std::unique_ptr<xmldata> root;
+  const std::string message = messageOf([&] { root.reset(parser.execute(cut.c_str(), "data")); });
+  expectEqual(cut.empty() ? "vu_pcrexml::execute Empty Context" : plain.parse(cut),
+              root != nullptr ? dump(*root) : message, "a text");
+  return 0;
+}

@@ -1,0 +1,220 @@
+// The table of suffixes, told plainly: a definition file by fscanf, a look-up label by label
+// through the expression, both rules by comparing whole names.
+
+#ifndef VU_TESTS_PLAIN_TABLE_H_
+#define VU_TESTS_PLAIN_TABLE_H_
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support.h"
+#include "vu/domain.h"
+#include "vu/pattern.h"
+
+namespace vu::test {
+
+inline std::string readError(std::size_t record) {
+  return "Top level domain : Read Error at [" + val2str(record) + "]-th record";
+}
+
+inline std::string lowerCase(std::string text) {
+  for (char& c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  return text;
+}
+
+struct PlainTable {
+  std::set<std::string> suffixes;
+  std::set<std::string> rules;  // the suffixes in lower case
+  int maxLabels = 2;
+  std::string defaultDomain;
+  mutable vu_pcre label{"([a-z0-9][-_a-z0-9]*)", 2, 1};
+
+  /// The result of loading: the number of suffixes, or the message.
+  std::string load(const char* path) {
+    suffixes.clear();
+    rules.clear();
+    FILE* file = std::fopen(path, "r");
+    std::string result;
+    while (std::feof(file) == 0) {
+      char token[1024] = "";
+      short number = 0;
+      if (std::fscanf(file, "%1023s %hd\n", token, &number) != 2) {
+        result = readError(suffixes.size() + 1);
+        break;
+      }
+      suffixes.insert(token);
+      rules.insert(lowerCase(token));
+      maxLabels = std::max<int>(maxLabels, number);
+    }
+    std::fclose(file);
+    return result.empty() ? val2str(suffixes.size()) : result;
+  }
+
+  using Labels = std::vector<std::string_view>;
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+  static std::string nameFrom(const Labels& labels, std::size_t first) {
+    std::string name;
+    for (std::size_t i = first; i < labels.size(); ++i) {
+      name += (i > first ? "." : "") + std::string(labels[i]);
+    }
+    return name;
+  }
+
+  /// The label that the domain begins with, or none.
+  std::size_t cutShortest(const Labels& labels) const {
+    const auto most = static_cast<std::size_t>(maxLabels);
+    const std::size_t first = labels.size() > most ? labels.size() - most : 0;
+    for (std::size_t i = labels.size() - 1; i-- > first;) {
+      if (suffixes.count(nameFrom(labels, i)) != 0) return i == first ? kNone : i - 1;
+    }
+    return labels.size() - 2;
+  }
+
+  std::size_t cutPublicSuffix(const Labels& labels) const {
+    std::size_t suffix = labels.size() - 1;
+    std::string behind;
+    for (std::size_t i = labels.size(); i-- > 0;) {
+      const std::string name = lowerCase(nameFrom(labels, i));
+      if (!behind.empty() && rules.count("!" + name) != 0) return i;
+      const bool wild = !behind.empty() && rules.count("*." + behind) != 0;
+      if (wild || rules.count(name) != 0) suffix = i;
+      behind = name;
+    }
+    return suffix == 0 ? kNone : suffix - 1;
+  }
+
+  vu_domain classify(std::string_view url, vu_match match = vu_match::shortest) const {
+    const std::size_t scheme = url.find("://");
+    std::string_view host = scheme <= 14 ? url.substr(scheme + 3) : url;
+    host = host.substr(0, host.find_first_of("/:"));
+    vu_domain found{VU_SUCCESS, host, {}, 0, false};
+    Labels labels;
+    bool numeric = true;
+    for (int at = 0; label.execute(host.data(), static_cast<int>(host.size()), at, 0) >= 1;) {
+      const auto start = static_cast<std::size_t>(label.results()[0]);
+      at = label.results()[1];
+      const auto end = static_cast<std::size_t>(at);
+      labels.push_back(host.substr(start, end - start));
+      const std::string text(labels.back());
+      int value = 255;
+      if (numeric && text.find_first_not_of("0123456789") == std::string::npos) {
+        messageOf([&] { value = str2val<int>(text, false); });
+      }
+      numeric = value <= 254;
+      if (numeric) found.ipAddress = (found.ipAddress << 8) + static_cast<unsigned>(value);
+      if (end < host.size() && host[end] != '.') {
+        found.status = VU_COUNTRY_CODE_NOT_A_DOMAIN;
+        return found;
+      }
+    }
+    const auto setDomain = [&found](std::size_t start) {
+      found.domain = found.host.substr(start);
+      if (!found.domain.empty() && found.domain.back() == '.') found.domain.remove_suffix(1);
+    };
+    found.isAddress = numeric && !labels.empty();
+    if (numeric) {
+      setDomain(0);
+      return found;
+    }
+    found.ipAddress = 0;
+    if (labels.size() == 1) {
+      if (defaultDomain.empty()) found.status = VU_COUNTRY_CODE_TOO_SHORT;
+      return found;
+    }
+    const std::size_t cut =
+        match == vu_match::shortest ? cutShortest(labels) : cutPublicSuffix(labels);
+    if (cut == kNone) {
+      found.status = VU_COUNTRY_CODE_PURE_DOMAIN;
+    } else {
+      setDomain(static_cast<std::size_t>(labels[cut].data() - host.data()));
+    }
+    return found;
+  }
+
+  const char* lookup(const char* url, int& domainLength, unsigned& ip) const {
+    const vu_domain found = classify(url);
+    const std::string text(found.host.data());
+    domainLength = 0;
+    ip = found.ipAddress;
+    switch (found.status) {
+      case VU_COUNTRY_CODE_NOT_A_DOMAIN:
+        throw vu_exception("vu_cctld::lookup: Not a URL domain name " + text);
+      case VU_COUNTRY_CODE_TOO_SHORT:
+        throw vu_exception("Ill-formed domain name [" + text + "] - record too short 1");
+      case VU_COUNTRY_CODE_PURE_DOMAIN:
+        throw vu_exception("Ill-formed domain name [" + text + "] - Pure domain record");
+      default:
+        break;
+    }
+    const char* const start = found.domain.data();
+    const char* const from = start != nullptr ? start : found.host.data();
+    domainLength = static_cast<int>(found.host.data() + found.host.size() - from);
+    return start;
+  }
+
+  void lookup(const char* url, std::string& domain, unsigned& ip) const {
+    int length = 0;
+    const char* start = lookup(url, length, ip);
+    if (start != nullptr && length > 0) {
+      if (start[length - 1] == '.') --length;
+      domain.assign(start, static_cast<std::size_t>(length));
+      return;
+    }
+    if (defaultDomain.empty()) throw vu_exception("Internal lookup return NULL");
+    domain = std::string(classify(url).host) + "." + defaultDomain;
+  }
+};
+
+/// Everything that both forms of a look-up leave, as text: the first one's message, offset, length
+/// and address; the second one's message where it differs, domain and address.
+template <typename Table>
+std::string outcome(const Table& table, const std::string& url) {
+  int length = -7;
+  unsigned ip = 7;
+  const char* start = nullptr;
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  int reserved = 0;
+  const std::string message = messageOf([&] {
+    if constexpr (std::is_same_v<Table, PlainTable>) {
+      start = table.lookup(url.c_str(), length, ip);
+    } else {
+      reserved = 7;
+      start = table.lookup(url.c_str(), length, ip, reserved);
+    }
+  });
+  out << message << " | " << (start == nullptr ? -1 : start - url.c_str()) << " " << length << " "
+      << ip << (reserved != 0 ? " reserved is not 0" : "");
+  std::string domain = "unchanged";
+  const std::string second = messageOf([&] { table.lookup(url.c_str(), domain, ip); });
+  out << " | " << (second == message ? "" : second) << domain << " " << ip;
+  return out.str();
+}
+
+/// All that `classify` tells, as text; views by their places in `url`, which they must not leave.
+inline std::string described(const vu_domain& found, std::string_view url) {
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  const auto add = [&](const char* name, std::string_view view) {
+    out << " " << name;
+    if (view.data() == nullptr) return;
+    const auto place = view.data() - url.data();
+    const auto most = static_cast<std::ptrdiff_t>(url.size());
+    const bool inside = place >= 0 && place + static_cast<std::ptrdiff_t>(view.size()) <= most;
+    out << " " << place << "+" << view.size() << (inside ? "" : " outside");
+  };
+  out << found.status << " " << found.ipAddress << (found.isAddress ? " address" : "");
+  add("host", found.host);
+  add("domain", found.domain);
+  return out.str();
+}
+
+}  // namespace vu::test
+
+#endif  // VU_TESTS_PLAIN_TABLE_H_
