@@ -45,7 +45,9 @@ class VU_EXPORT vu_exception : public std::exception {
   explicit vu_exception(const std::string& message);
   /// The same from a NUL-terminated text; null is outside the contract.
   explicit vu_exception(const char* message);
+  /// Copies the text.
   vu_exception(const vu_exception& other);
+  /// Copies the text.
   vu_exception& operator=(const vu_exception& other);
   ~vu_exception() noexcept override;
 
@@ -59,7 +61,8 @@ class VU_EXPORT vu_exception : public std::exception {
 // ---------------------------------------------------------------------------------------------
 // Status codes
 
-/// The service's result codes.
+/// The service's result codes. libvu itself gives 0 and 201 to 204; the others are what the service
+/// answers its clients.
 enum vu_status : std::uint32_t {
   VU_SUCCESS = 0,
   VU_QUERY_TYPE_NOT_FOUND = 101,
@@ -78,8 +81,8 @@ enum vu_status : std::uint32_t {
 
 /// One row of a table of codes and their texts.
 struct sizeT_string_pair {
-  std::uint32_t value;
-  const char* string;  ///< Not owned; null in the row that ends a table.
+  std::uint32_t value;  ///< The code.
+  const char* string;   ///< Its text, not owned; null in the row that ends a table.
 };
 
 /// The status codes with their texts, in ascending order, ended by a row without text.
@@ -177,9 +180,10 @@ VU_EXPORT std::string printHexical(const unsigned char* bytes, int count, int pe
                                    bool formatted);
 
 /// `end` minus `start`, in microseconds or in seconds. A fraction that is smaller at the end
-/// borrows a second; seconds that are then negative count as 0, the fraction stays. The `timespec`
-/// form cuts microseconds to whole ones and has full resolution in seconds.
+/// borrows a second; seconds that are then negative count as 0, the fraction stays.
 VU_EXPORT double TimeDifference(const timeval& end, const timeval& start, bool microseconds);
+/// The same of times with nanoseconds. Microseconds are cut to whole ones, seconds have full
+/// resolution.
 VU_EXPORT double TimeDifference(const timespec& end, const timespec& start, bool microseconds);
 
 /// The number of decimal digits of `value`, 1 to 10.
