@@ -8,6 +8,7 @@
 
 #include "tests/plain/rows.h"
 #include "tests/support.h"
+#include "tools/buffer.h"
 #include "vu/domain.h"
 
 using vu::test::plainRow;
@@ -234,6 +235,15 @@ TEST(Tool, AnswersEveryCommandLine) {
     EXPECT_TRUE(says(result.out, row.out)) << row.command;
     EXPECT_TRUE(says(result.err, row.err)) << row.command;
   }
+}
+
+TEST(Tool, RefusesRoomThatNoMemoryHas) {
+  vu::tool::Buffer buffer;
+  buffer += 'x';
+  for (const std::uint64_t count : {~std::uint64_t{0}, ~std::uint64_t{0} >> 1}) {
+    EXPECT_THROW(buffer.room(count), std::bad_alloc) << count;
+  }
+  EXPECT_EQ("x", buffer.text());
 }
 
 TEST(Tool, BuildReplacesTheFileOrLeavesIt) {
