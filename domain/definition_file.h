@@ -36,7 +36,7 @@ class DefinitionFile {
   std::string_view token() const { return token_; }
   std::int16_t labels() const { return labels_; }
   /// The line, counted from 1, where it begins, or where one was looked for.
-  long line() const { return line_; }
+  long long line() const { return line_; }
 
  private:
   struct Close {
@@ -59,8 +59,8 @@ class DefinitionFile {
   std::string_view token_;  ///< In the block, or copied where that does not have it whole.
   std::array<char, 1023> copy_;
   std::int16_t labels_ = 0;
-  long currentLine_ = 1;
-  long line_ = 1;
+  long long currentLine_ = 1;
+  long long line_ = 1;
 };
 
 }  // namespace vu::detail

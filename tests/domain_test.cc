@@ -3,7 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <thread>
 #include <utility>
 
@@ -297,10 +297,10 @@ TEST(Lookup, HostileHostsTakeTimeInProportion) {
   for (const std::string& host : {std::string(1000000, '.'), labels, labels + "b.a", "b." + labels,
                                   std::string(1000000, '-'), std::string(1000000, 'a')}) {
     for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
-      const auto begin = std::chrono::steady_clock::now();
+      const std::clock_t begin = std::clock();
       for (int i = 0; i < 10; ++i) table.classify(host, match);
-      const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-      EXPECT_LT(took.count(), 2) << host.substr(0, 10);  // a quadratic way takes minutes
+      const std::clock_t took = std::clock() - begin;
+      EXPECT_LT(took, 2 * CLOCKS_PER_SEC) << host.substr(0, 10);  // a quadratic way takes minutes
     }
   }
 }

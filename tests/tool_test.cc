@@ -9,6 +9,7 @@
 #include "tests/plain/rows.h"
 #include "tests/shell.h"
 #include "tests/support.h"
+#include "tools/buffer.h"
 #include "vu/domain.h"
 
 using vu::test::plainRow;
@@ -68,6 +69,11 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu classify a.b.kobe.jp x.b.kobe.jp -m public-suffix", "", 0, "  a.b.kobe.jp ", ""},
       {tsv + "-f - -f " + suffixes.path(), "a.b\n", 1, "\ta.b\n202\t", ""},
       {tsv + "-f - /nowhere", "a.b\n", 1, "", "vu classify: cannot open /nowhere: No such file"},
+      // Of files beyond 2 GiB, which need to be asked for on 32-bit systems, no more is read than
+      // what counts.
+      {"f=$(mktemp) && printf 'co.xy 3\nx y' >$f && truncate -s 3G $f; vu classify a.b -s $f;"
+       "printf x | vu encipher --passphrase-file $f | wc -c; rm $f",
+       "", 0, "16\n", "Read Error at [2]-th record"},
       {"vu classify a.b --suffixes " + std::string(broken.path()), "", 1, "",
        "Read Error at [2]-th record"},
       {tsv + "'[a.b,c.d]' '[::1]'", "", 1, "\t[a.b,c.d]\n0\tOPERATION SUCCESS\t[\t\t[::1]\n", ""},
@@ -220,6 +226,15 @@ TEST(Tool, AnswersEveryCommandLine) {
     EXPECT_TRUE(says(result.out, row.out)) << row.command;
     EXPECT_TRUE(says(result.err, row.err)) << row.command;
   }
+}
+
+TEST(Tool, RefusesRoomThatNoMemoryHas) {
+  vu::tool::Buffer buffer;
+  buffer += 'x';
+  for (const std::uint64_t count : {~std::uint64_t{0}, ~std::uint64_t{0} >> 1}) {
+    EXPECT_THROW(buffer.room(count), std::bad_alloc) << count;
+  }
+  EXPECT_EQ("x", buffer.text());
 }
 
 TEST(Tool, BuildReplacesTheFileOrLeavesIt) {

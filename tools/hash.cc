@@ -70,7 +70,7 @@ struct HashOptions {
 void hashLines(Hash hash) {
   LineBlocks blocks("-");
   std::string rows;
-  unsigned long number = 0;
+  unsigned long long number = 0;
   for (Buffer block; blocks.next(block); rows.clear()) {
     for (std::string_view lines = block.text(); !lines.empty();) {
       ++number;

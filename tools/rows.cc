@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <new>
 
 #include <nlohmann/json.hpp>
 
@@ -105,7 +106,7 @@ class EscapeFinder {
 
 /// The columns behind the front: domain, address and URL.
 void appendTabSeparated(Buffer& out, std::string_view front, const Row& row, bool isClean) {
-  const std::size_t fields = row.domain.size() + row.url.size();
+  const std::uint64_t fields = std::uint64_t{row.domain.size()} + row.url.size();
   char* at = out.room(front.size() + (isClean ? fields : 2 * fields) + row.address.size() + 2);
   const auto putField = [isClean](char* to, std::string_view text) {
     return isClean ? put(to, text) : putTabSafe(to, text);
@@ -197,6 +198,7 @@ template void appendColumn(Buffer&, std::string_view, std::size_t);
 
 void appendTabSafe(std::string& out, std::string_view text) {
   const std::size_t had = out.size();
+  if (text.size() > (out.max_size() - had) / 2) throw std::bad_alloc();
   out.resize(had + 2 * text.size());
   out.resize(static_cast<std::size_t>(putTabSafe(out.data() + had, text) - out.data()));
 }

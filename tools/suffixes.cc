@@ -96,7 +96,7 @@ void build(const BuildOptions& options) {
 struct Contents {
   std::uint64_t records = 0;
   int largest = 2;
-  std::map<std::string, long, std::less<>> lines;  ///< Where each suffix stands first.
+  std::map<std::string, long long, std::less<>> lines;  ///< Where each suffix stands first.
   Kind duplicates;
 };
 

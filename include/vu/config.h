@@ -130,7 +130,7 @@ class VU_EXPORT vu_getopt {
     enum Kind : char { byDefault, commandLine, file, program };
     Kind kind;
     std::size_t path;  // in paths_
-    long line;
+    long long line;
   };
   class LinesOf;
 

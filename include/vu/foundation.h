@@ -163,7 +163,7 @@ std::string val2str(T value, int precision = -1,
                     std::ios_base& (*manipulator)(std::ios_base&) = nullptr);
 
 /// Whether `value` lies less than `tolerance` away from `reference`; at the edge it does not.
-/// Computed in double precision.
+/// The sums are exact to double precision at least.
 VU_EXPORT bool close2Val(float reference, float value, float tolerance);
 
 // ---------------------------------------------------------------------------------------------
@@ -291,6 +291,37 @@ std::string val2str(T value, int precision, std::ios_base& (*manipulator)(std::i
     }
   }
   return vu::detail::writeByStream(value, precision, manipulator);
+}
+
+// ---------------------------------------------------------------------------------------------
+// How TimeDifference works. On a 32-bit system the width of a time is the choice of each program, so
+// it must not be what the library was built with: always inline, it is converted on the caller's
+// side.
+
+namespace vu::detail {
+
+/// A time in seconds and a count of smaller units.
+struct Moment {
+  std::int64_t seconds;
+  std::int64_t fraction;
+};
+
+/// TimeDifference, with fractions that count `perSecond` units.
+VU_EXPORT double differenceOf(const Moment& end, const Moment& start, int perSecond,
+                              bool microseconds);
+
+}  // namespace vu::detail
+
+[[gnu::always_inline]] inline double TimeDifference(const timeval& end, const timeval& start,
+                                                    bool microseconds) {
+  return vu::detail::differenceOf({end.tv_sec, end.tv_usec}, {start.tv_sec, start.tv_usec}, 1000000,
+                                  microseconds);
+}
+
+[[gnu::always_inline]] inline double TimeDifference(const timespec& end, const timespec& start,
+                                                    bool microseconds) {
+  return vu::detail::differenceOf({end.tv_sec, end.tv_nsec}, {start.tv_sec, start.tv_nsec},
+                                  1000000000, microseconds);
 }
 
 #endif  // VU_FOUNDATION_H_
