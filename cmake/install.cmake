@@ -1,11 +1,19 @@
-# Installs the library, its headers, the tool, the CMake package (target vu::vu) and vu.pc. Nothing
-# installed names the prefix that it was built for: the tree may be moved.
+# Installs the library, its headers, the tool with its man pages and completion, the CMake package
+# (target vu::vu) and vu.pc. Nothing installed names the prefix that it was built for: the tree may
+# be moved.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vu)
 install(TARGETS vu EXPORT vuTargets)
 if(VU_TOOL)
   install(TARGETS vu_tool)
+  foreach(section 1 5)
+    install(DIRECTORY man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section}
+            FILES_MATCHING PATTERN "*.${section}")
+  endforeach()
+  install(FILES completion/vu.bash RENAME vu
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES completion/_vu DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 endif()
 install(DIRECTORY include/vu ${PROJECT_BINARY_DIR}/include/vu
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")

@@ -40,8 +40,11 @@ struct BuiltIn {
                                              unseen('L'), unseen('e'), unseen('!'), '\0'};
 };
 
-/// False once OpenSSL has cleaned up at the process's end, after which its calls crash.
-bool openSslIsThere() { return OPENSSL_init_crypto(0, nullptr) == 1; }
+/// False once OpenSSL has cleaned up at the process's end, and when it had no memory to start with,
+/// for which it does not try twice: its calls would crash.
+bool openSslIsThere() {
+  return OPENSSL_init_crypto(0, nullptr) == 1 && OSSL_LIB_CTX_get0_global_default() != nullptr;
+}
 
 /// Derives the process's key material. That it may fail is nobody's concern, as documented; the
 /// caller's error queue is left as it was.
@@ -50,10 +53,15 @@ void derive(const char* passphrase, const unsigned char* salt, int saltLength, i
     throw vu_exception("vu_crypto: Invalid salt length [" + val2str(saltLength) + "]");
   }
   if (!openSslIsThere()) return;
+  // One that fails on the way has written part of it, which must not become a key.
+  unsigned char material[kMaterial];
   ERR_set_mark();
-  (void)PKCS5_PBKDF2_HMAC_SHA1(passphrase, static_cast<int>(std::strlen(passphrase)), salt,
-                               saltLength, iterations, kMaterial, vu_crypto::cipherkey_);
+  if (PKCS5_PBKDF2_HMAC_SHA1(passphrase, static_cast<int>(std::strlen(passphrase)), salt,
+                             saltLength, iterations, kMaterial, material) == 1) {
+    std::memcpy(vu_crypto::cipherkey_, material, kMaterial);
+  }
   ERR_pop_to_mark();
+  OPENSSL_cleanse(material, sizeof material);
 }
 
 /// The earliest error of this thread's queue as a text, or ""; the queue is empty afterwards.

@@ -39,12 +39,12 @@ DefinitionFile::DefinitionFile(const char* path) {
 /// The next byte, or -1 at the end of the file and after an error.
 int DefinitionFile::peek() {
   if (at_ == size_) {
-    if (atEnd_ || failed_) return -1;
+    if (atEnd_ || error_ != 0) return -1;
     at_ = 0;
     size_ = std::fread(block_.data(), 1, block_.size(), file_.get());
-    failed_ = size_ < block_.size() && std::ferror(file_.get()) != 0;
+    if (size_ < block_.size() && std::ferror(file_.get()) != 0) error_ = errno;
     if (size_ == 0) {
-      atEnd_ = !failed_;
+      atEnd_ = error_ == 0;
       return -1;
     }
   }

@@ -25,6 +25,9 @@ class DefinitionFile {
   /// Whether the end of the file has been met. Not so before the first `read`, nor after an error.
   bool atEnd() const { return atEnd_; }
 
+  /// What went wrong when the system could not read the file, as errno; 0 when it could.
+  int error() const { return error_; }
+
   /// Reads the next record with the white space behind it; false when there is no whole one.
   bool read();
 
@@ -33,7 +36,7 @@ class DefinitionFile {
   std::string_view token() const { return token_; }
   std::int16_t labels() const { return labels_; }
   /// The line, counted from 1, where it begins, or where one was looked for.
-  long line() const { return line_; }
+  long long line() const { return line_; }
 
  private:
   struct Close {
@@ -52,12 +55,12 @@ class DefinitionFile {
   std::size_t at_ = 0;
   std::size_t size_ = 0;
   bool atEnd_ = false;
-  bool failed_ = false;
+  int error_ = 0;
   std::string_view token_;  ///< In the block, or copied where that does not have it whole.
   std::array<char, 1023> copy_;
   std::int16_t labels_ = 0;
-  long currentLine_ = 1;
-  long line_ = 1;
+  long long currentLine_ = 1;
+  long long line_ = 1;
 };
 
 }  // namespace vu::detail

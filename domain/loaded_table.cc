@@ -77,7 +77,7 @@ constexpr unsigned kUnsortedBits = 16;
 void sortByBeginnings(std::vector<Records::Token>& tokens) {
   constexpr std::size_t kBytes = 8 - kUnsortedBits / 8;
   const auto byteOf = [](const Records::Token& token, std::size_t byte) {
-    return token.beginning >> (kUnsortedBits + 8 * byte) & 255;
+    return static_cast<std::size_t>(token.beginning >> (kUnsortedBits + 8 * byte) & 255);
   };
   std::array<std::array<std::uint32_t, 256>, kBytes> places{};
   for (const Records::Token& token : tokens) {

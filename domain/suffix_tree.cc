@@ -173,7 +173,7 @@ void SuffixTree::indexPairs() {
   std::vector<std::uint64_t> filter(words);
   std::vector<Slot> pairs(words * (64 / kBitsPerKey * 2));  // half full at the most
   const auto addToFilter = [&filter](std::uint64_t key) {
-    const std::uint64_t bit = key & (filter.size() * 64 - 1);
+    const std::size_t bit = static_cast<std::size_t>(key) & (filter.size() * 64 - 1);
     filter[bit / 64] |= std::uint64_t{1} << bit % 64;
   };
   for (Node node = 1; node < nodes_.size(); ++node) {

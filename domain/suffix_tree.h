@@ -96,7 +96,7 @@ class SuffixTree {
   static Slot* freeSlot(std::vector<Slot>& slots, std::uint32_t hash) noexcept;
 
   bool mayHold(std::uint64_t key) const noexcept {
-    const std::uint64_t bit = key & filterMask_;
+    const std::size_t bit = static_cast<std::size_t>(key) & filterMask_;
     return (filter_[bit / 64] >> bit % 64 & 1) != 0;
   }
 
@@ -106,7 +106,7 @@ class SuffixTree {
   std::string lastAbove_;              ///< What the last name had behind its first label, and the
   Node lastParent_ = kRoot;            ///< node of that: neighbours in a file tend to share it.
   std::vector<Slot> pairs_;            ///< Nodes two labels below the root, as slots_ by their key.
-  std::uint64_t filterMask_ = 63;      ///< The number of bits in filter_ less one.
+  std::size_t filterMask_ = 63;        ///< The number of bits in filter_ less one.
   std::vector<std::uint64_t> filter_;  ///< Bits, by key; a power of two of them.
 };
 

@@ -8,26 +8,12 @@
 
 namespace {
 
-/// The difference of two time stamps whose fraction counts `perSecond` units.
-struct Difference {
-  std::int64_t seconds;
-  std::int64_t fraction;
-};
-
 /// `end` minus `start`, held within the range of the type.
 std::int64_t subtract(std::int64_t end, std::int64_t start) {
   std::int64_t result = 0;
   if (!__builtin_sub_overflow(end, start, &result)) return result;
   return end < 0 ? std::numeric_limits<std::int64_t>::min()
                  : std::numeric_limits<std::int64_t>::max();
-}
-
-Difference difference(std::int64_t seconds, std::int64_t fraction, std::int64_t perSecond) {
-  if (fraction < 0) {
-    fraction += perSecond;
-    seconds = subtract(seconds, 1);
-  }
-  return {std::max<std::int64_t>(seconds, 0), fraction};
 }
 
 }  // namespace
@@ -61,21 +47,19 @@ std::string printHexical(const unsigned char* bytes, int count, int perLine, boo
   return text;
 }
 
-double TimeDifference(const timeval& end, const timeval& start, bool microseconds) {
-  const Difference d =
-      difference(subtract(end.tv_sec, start.tv_sec), subtract(end.tv_usec, start.tv_usec), 1000000);
-  const auto seconds = static_cast<double>(d.seconds);
-  const auto fraction = static_cast<double>(d.fraction);
-  return microseconds ? seconds * 1e6 + fraction : seconds + fraction / 1e6;
-}
-
-double TimeDifference(const timespec& end, const timespec& start, bool microseconds) {
-  const Difference d = difference(subtract(end.tv_sec, start.tv_sec),
-                                  subtract(end.tv_nsec, start.tv_nsec), 1000000000);
-  const auto seconds = static_cast<double>(d.seconds);
-  const std::int64_t wholeMicroseconds = d.fraction / 1000;
-  return microseconds ? seconds * 1e6 + static_cast<double>(wholeMicroseconds)
-                      : seconds + static_cast<double>(d.fraction) / 1e9;
+double vu::detail::differenceOf(const Moment& end, const Moment& start, int perSecond,
+                                bool microseconds) {
+  std::int64_t seconds = subtract(end.seconds, start.seconds);
+  std::int64_t fraction = subtract(end.fraction, start.fraction);
+  if (fraction < 0) {
+    fraction += perSecond;
+    seconds = subtract(seconds, 1);
+  }
+  const auto wholeSeconds = static_cast<double>(std::max<std::int64_t>(seconds, 0));
+  if (!microseconds) {
+    return wholeSeconds + static_cast<double>(fraction) / static_cast<double>(perSecond);
+  }
+  return wholeSeconds * 1e6 + static_cast<double>(fraction / (perSecond / 1000000));
 }
 
 unsigned int numericLength(unsigned int value) {
@@ -83,3 +67,9 @@ unsigned int numericLength(unsigned int value) {
   for (; value > 9; value /= 10) ++digits;
   return digits;
 }
+
+// Callers have them inline; those that take their address find them here.
+template <typename Time>
+using Difference = double (*)(const Time&, const Time&, bool);
+[[gnu::used]] static const Difference<timeval> ofTimeval = TimeDifference;
+[[gnu::used]] static const Difference<timespec> ofTimespec = TimeDifference;

@@ -55,6 +55,16 @@ void checkPrints(const xmldata& root) {
   expectEqual(squeezed(compact.str()), squeezed(dump(root, 1)), "indented and in one line");
 }
 
+/// The first element, from a match that is made here, is the first that a parser finds.
+void composeFirst(vu_pcrexml& parser, const xmldata& root, std::string_view text) {
+  static vu_pcre element(vu::test::kElement, 6, -1);
+  const int length = static_cast<int>(text.size());
+  const int result = element.execute(text.data(), length, 0, 0);
+  xmldata alone("data", 4, nullptr, 0);
+  parser.composeXmldata(&alone, text.data(), length, element.results(), result);
+  expectEqual(dump(*root._children.front()), dump(*alone._children.front()), "the first element");
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -70,7 +80,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         [&] { parser.subpattern(&root, copy.view().data(), static_cast<int>(text.size())); });
     expectEqual(plain.parse(text), message.empty() ? dump(root) : message, "a view");
     checkNode(root, copy.view());
-    if (message.empty()) checkPrints(root);
+    if (message.empty()) {
+      checkPrints(root);
+      composeFirst(parser, root, copy.view());
+    }
   }
   // The same as a text that ends at its NUL.
   const std::string cut = vu::test::upToNul(text);

@@ -38,12 +38,11 @@ bool groupAgrees(const char* at) noexcept {
 bool jitAgrees(const char* pattern, int compileOptions) noexcept {
   if ((compileOptions & PCRE_FIRSTLINE) != 0) return false;
   for (const char* at = pattern; *at != '\0'; ++at) {
+    const bool possessive = isOneOf(*at, "*+?}") && at[1] == '+';
     if (*at == '\\') {
       ++at;
       if (*at == '\0' || isOneOf(*at, "123456789gkQ")) return false;
-    } else if (*at == '(' && !groupAgrees(at + 1)) {
-      return false;
-    } else if (isOneOf(*at, "*+?}") && at[1] == '+') {
+    } else if (possessive || (*at == '(' && !groupAgrees(at + 1))) {
       return false;
     }
   }

@@ -1,21 +1,72 @@
 #include "tests/allocations.h"
 
+#include <pcre.h>
+
 #include <cstdlib>
 #include <new>
 
+#include <openssl/crypto.h>
+
 namespace vu::test {
+
 std::atomic<long> allocations{0};
+std::atomic<long> blocksHeld{0};
 std::atomic<long> allocationsLeft{-1};
+std::atomic<bool> staysEmpty{false};
+std::atomic<long> failures{0};
+
+namespace {
+
+bool fails() {
+  ++allocations;
+  if (allocationsLeft < 0) return false;
+  if (allocationsLeft > 0) {
+    --allocationsLeft;
+    return false;
+  }
+  if (!staysEmpty) allocationsLeft = -1;
+  ++failures;
+  return true;
+}
+
+void* allocate(std::size_t size) {
+  void* const block = fails() ? nullptr : std::malloc(size > 0 ? size : 1);
+  if (block != nullptr) ++blocksHeld;
+  return block;
+}
+
+void release(void* block) {
+  if (block != nullptr) --blocksHeld;
+  std::free(block);
+}
+
+void* forOpenSsl(std::size_t size, const char* /*file*/, int /*line*/) { return allocate(size); }
+
+void* againForOpenSsl(void* block, std::size_t size, const char* /*file*/, int /*line*/) {
+  if (block == nullptr) return allocate(size);
+  if (size > 0) return fails() ? nullptr : std::realloc(block, size);
+  release(block);
+  return nullptr;
+}
+
+void ofOpenSsl(void* block, const char* /*file*/, int /*line*/) { release(block); }
+
+}  // namespace
+
+bool watchLibraries() {
+  pcre_malloc = allocate;
+  pcre_free = release;
+  return CRYPTO_set_mem_functions(forOpenSsl, againForOpenSsl, ofOpenSsl) == 1;
+}
+
 }  // namespace vu::test
 
 void* operator new(std::size_t size) {
-  ++vu::test::allocations;
-  if (vu::test::allocationsLeft >= 0 && vu::test::allocationsLeft-- == 0) throw std::bad_alloc();
-  if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
+  if (void* const block = vu::test::allocate(size)) return block;
   throw std::bad_alloc();
 }
 void* operator new[](std::size_t size) { return operator new(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete(void* block) noexcept { vu::test::release(block); }
+void operator delete(void* block, std::size_t /*size*/) noexcept { vu::test::release(block); }
+void operator delete[](void* block) noexcept { vu::test::release(block); }
+void operator delete[](void* block, std::size_t /*size*/) noexcept { vu::test::release(block); }

@@ -1,4 +1,5 @@
-// Counts what operator new hands out, the library's calls included, and makes it fail.
+// Counts what the allocators under the library hand out, and makes them fail: operator new, and what
+// PCRE and OpenSSL allocate for it.
 
 #ifndef VU_TESTS_ALLOCATIONS_H_
 #define VU_TESTS_ALLOCATIONS_H_
@@ -6,8 +7,16 @@
 #include <atomic>
 
 namespace vu::test {
+
 extern std::atomic<long> allocations;      ///< so far
+extern std::atomic<long> blocksHeld;       ///< not given back yet
 extern std::atomic<long> allocationsLeft;  ///< until one fails; negative: none does
+extern std::atomic<bool> staysEmpty;       ///< whether all fail behind the one that does
+extern std::atomic<long> failures;         ///< allocations that were made to fail so far
+
+/// Puts PCRE and OpenSSL under the counters; before they allocate anything. False: too late.
+bool watchLibraries();
+
 }  // namespace vu::test
 
 #endif  // VU_TESTS_ALLOCATIONS_H_

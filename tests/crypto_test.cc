@@ -3,10 +3,7 @@
 
 #include "vu/crypto.h"
 
-#include <sys/wait.h>
-
 #include <climits>
-#include <cstdio>
 
 #include <gtest/gtest.h>
 #include <openssl/crypto.h>
@@ -24,28 +21,12 @@ using vu::test::bytes;
 using vu::test::contentOf;
 using vu::test::ExactCopy;
 using vu::test::hex;
+using vu::test::inChild;
 using vu::test::messageOf;
 using vu::test::plainly;
 
 namespace {
 
-/// Runs `action` in a child process, up to the end of its static objects. Its failures are printed.
-template <typename Action>
-void inChild(Action action) {
-  std::fflush(nullptr);
-  const pid_t child = fork();
-  if (child == 0) {
-    try {
-      action();
-    } catch (const std::exception& failure) {
-      ADD_FAILURE() << failure.what();
-    }
-    std::exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  EXPECT_EQ(0, status);
-}
 
 std::string process(vu_crypto& engine, std::string_view text) {
   std::string out(static_cast<std::size_t>(engine.ciphersize(static_cast<int>(text.size()))), '?');
@@ -274,6 +255,40 @@ TEST(Crypto, WantsTheLegacyProviderForRc4) {
     EXPECT_EQ("Block size [1] key length [16] initialisation vector length [0]", rc4.print_info());
     setenv("OPENSSL_MODULES", modules.c_str(), 1);
     EXPECT_EQ(1U, process(rc4, "x").size());
+  });
+}
+
+/// Where the process may use but what is certified, and nothing is: no key, no message, and both
+/// once it may.
+TEST(Crypto, SaysWhatOpenSslDoesNotAllow) {
+  inChild([] {
+    const std::string noKey(256, '0');
+    ASSERT_EQ(1, EVP_set_default_properties(nullptr, "fips=yes"));
+    vu_crypto aes(1, 0, "p", bytes("s"), 1, 1);
+    EXPECT_EQ(noKey, hex(vu_crypto::cipherkey_, 128));
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ("Cipher Init failed : error:0308010C:digital envelope routines::unsupported " +
+                    hex(bytes("????????????????"), 16),
+                byEngine(aes, "text", Bytes(16, '?')));
+      EXPECT_EQ(0U, ERR_peek_error());
+    }
+    EXPECT_EQ("Block size [16] key length [32] initialisation vector length [16]",
+              aes.print_info());
+    // A context of our own has rules of its own.
+    vu_crypto rc4(1, 2, "p", bytes("s"), 1, 1);
+    EXPECT_EQ(4U, process(rc4, "text").size());
+    EXPECT_EQ(noKey, hex(vu_crypto::cipherkey_, 128));
+
+    ASSERT_EQ(1, EVP_set_default_properties(nullptr, ""));
+    const vu_crypto second(1, 0, "p", bytes("s"), 1, 1);
+    EXPECT_NE(noKey, hex(vu_crypto::cipherkey_, 128));
+    vu_crypto decipher(0, 0, nullptr, nullptr, 0, 1);
+    EXPECT_EQ("text", process(decipher, process(aes, "text")));
+    // What is ready goes on.
+    ASSERT_EQ(1, EVP_set_default_properties(nullptr, "fips=yes"));
+    EXPECT_EQ(16U, process(aes, "text").size());
+    aes.cleanCipher();
+    EXPECT_NE("", messageOf([&] { process(aes, "text"); }));
   });
 }
 

@@ -197,8 +197,8 @@ TEST(Utilities, TimeDifference) {
   for (const auto& row : rows) {
     EXPECT_DOUBLE_EQ(row.seconds, TimeDifference(row.end, row.start, false));
     EXPECT_DOUBLE_EQ(row.microseconds, TimeDifference(row.end, row.start, true));
-    const timespec end{row.end.tv_sec, row.end.tv_usec * 1000 + 999};
-    const timespec start{row.start.tv_sec, row.start.tv_usec * 1000};
+    const timespec end{row.end.tv_sec, static_cast<long>(row.end.tv_usec) * 1000 + 999};
+    const timespec start{row.start.tv_sec, static_cast<long>(row.start.tv_usec) * 1000};
     EXPECT_DOUBLE_EQ(row.seconds + 999e-9, TimeDifference(end, start, false));
     EXPECT_DOUBLE_EQ(row.microseconds, TimeDifference(end, start, true));
   }

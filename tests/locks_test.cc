@@ -41,7 +41,8 @@ TEST(Locks, DeadlinesCarry) {
               {{5, 1}, 2500, {7, 500000001}},
               {{5, 999999999}, 1, {6, 999999}},
               {{5, 999999999}, 1999, {7, 998999999}},
-              {{5, 7}, 2147483647, {2147488, 647000007}}};
+              {{5, 7}, 2147483647, {2147488, 647000007}},
+              {{2147483647, 1}, 2000, {2147483649, 1}}};
   for (const auto& row : rows) {
     const timespec deadline = vu::detail::deadlineAfter(row.now, row.timeout);
     EXPECT_EQ(row.expected.tv_sec, deadline.tv_sec) << row.timeout;

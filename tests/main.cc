@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/allocations.h"
 #include "vu/export.h"
 
 /// The C library keeps what it makes of LOCPATH.
@@ -13,6 +14,10 @@ extern "C" VU_EXPORT const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() { return "leak:__argz_add_sep"; }
 
 int main(int argc, char** argv) {
+  if (!vu::test::watchLibraries()) {
+    std::cerr << "OpenSSL has allocated memory already\n";
+    return 1;
+  }
   testing::InitGoogleTest(&argc, argv);
   if (std::getenv("VU_TEST_DECIMAL_COMMA") != nullptr) {
     std::locale::global(std::locale(""));

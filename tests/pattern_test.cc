@@ -3,8 +3,8 @@
 #include <pcre.h>
 #include <pthread.h>
 
-#include <chrono>
 #include <climits>
+#include <ctime>
 #include <new>
 #include <thread>
 
@@ -163,13 +163,13 @@ void searchHostile(bool onSmallStack) {
   for (const auto& row : rows) {
     vu_pcre pattern(row.pattern, 3, -1);
     const std::string subject = std::string(row.length, 'a') + '!';
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock();
     const int size = static_cast<int>(subject.size());
     const int result = pattern.execute(subject.data(), size, 0, 0);
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+    const std::clock_t took = std::clock() - begin;
     EXPECT_TRUE(result == row.expected || (onSmallStack && result == PCRE_ERROR_RECURSIONLIMIT))
         << row.pattern << " of " << row.length;
-    EXPECT_LT(took.count(), 0.5) << row.pattern;
+    EXPECT_LT(took, CLOCKS_PER_SEC / 2) << row.pattern;
     searchOften(pattern);
     EXPECT_EQ(result, pattern.execute(subject.data(), size, 0, 0)) << row.pattern;
     EXPECT_LT(pattern.execute(subject.data(), size, 0, PCRE_ANCHORED), -1) << row.pattern;

@@ -36,12 +36,19 @@ std::string expected(const psl_ctx_t* psl, const std::vector<std::string>& rules
   return domain != nullptr ? domain : "";
 }
 
+using Psl = std::unique_ptr<psl_ctx_t, void (*)(psl_ctx_t*)>;
+
+/// Makes a definition file of the list; 0 when that went well.
+int build(const vu::test::TemporaryFile& file, const std::string& options = "") {
+  return std::system((std::string(VU_TOOL) + " suffixes build " + kList + " -o " + file.path() +
+                      options + " 2>/dev/null")
+                         .c_str());
+}
+
 TEST(PublicSuffix, AgreesWithLibpsl) {
   const vu::test::TemporaryFile file;
-  ASSERT_EQ(0, std::system((std::string(VU_TOOL) + " suffixes build " + kList + " -o " +
-                            file.path() + " 2>/dev/null")
-                               .c_str()));
-  const std::unique_ptr<psl_ctx_t, void (*)(psl_ctx_t*)> psl(psl_load_file(kList), psl_free);
+  ASSERT_EQ(0, build(file));
+  const Psl psl(psl_load_file(kList), psl_free);
   ASSERT_NE(nullptr, psl);
   const vu_cctld table(file.path());
 
@@ -70,6 +77,83 @@ TEST(PublicSuffix, AgreesWithLibpsl) {
     }
   }
   EXPECT_GT(compared, 32000);
+}
+
+// What docs/guide.md says to those who come from libpsl.
+
+TEST(PublicSuffix, DiffersFromLibpslAsToldInTheGuide) {
+  const struct {
+    const char* host;
+    const char* theirs;
+    vu_status status;
+    const char* ours;
+  } rows[] = {{"WWW.SHOP.CO.UK", "CO.UK", VU_SUCCESS, "SHOP.CO.UK"},
+              {"www.shop.co.uk.", "uk.", VU_SUCCESS, "shop.co.uk"},
+              {"10.1.2.3", "2.3", VU_SUCCESS, "10.1.2.3"},
+              {"http://shop.co.uk:80/", "co.uk:80/", VU_SUCCESS, "shop.co.uk"},
+              {"www.公司.香港", "www.公司.香港", VU_COUNTRY_CODE_TOO_SHORT, ""},
+              {"www.xn--55qx5d.xn--j6w193g", "www.xn--55qx5d.xn--j6w193g", VU_SUCCESS,
+               "www.xn--55qx5d.xn--j6w193g"},
+              {"user@shop.co.uk", "user@shop.co.uk", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+              {"kobe.jp", "", VU_SUCCESS, "kobe.jp"}};
+  const vu::test::TemporaryFile file;
+  ASSERT_EQ(0, build(file));
+  const Psl psl(psl_load_file(kList), psl_free);
+  const vu_cctld table(file.path());
+  for (const auto& row : rows) {
+    const char* const theirs = psl_registrable_domain(psl.get(), row.host);
+    const vu_domain ours = table.classify(row.host, vu_match::publicSuffix);
+    EXPECT_STREQ(row.theirs, theirs != nullptr ? theirs : "") << row.host;
+    EXPECT_EQ(row.status, ours.status) << row.host;
+    EXPECT_EQ(row.ours, ours.domain) << row.host;
+  }
+  EXPECT_EQ(psl_suffix_count(psl.get()) + psl_suffix_exception_count(psl.get()),
+            table.suffixCount());
+}
+
+/// Whether a cookie for `cookie` may be set by `host`, as the guide tells it.
+bool acceptable(const vu_cctld& table, const std::string& host, const std::string& cookie) {
+  if (host == cookie) return true;
+  const vu_domain found = table.classify(host, vu_match::publicSuffix);
+  const std::string ending = "." + cookie;
+  return !found.isAddress && host.size() > ending.size() &&
+         host.compare(host.size() - ending.size(), std::string::npos, ending) == 0 &&
+         !found.domain.empty() && cookie.size() >= found.domain.size();
+}
+
+TEST(PublicSuffix, StandsForLibpslsCallsAsToldInTheGuide) {
+  const char* const names[] = {"www.shop.co.uk", "shop.co.uk", "co.uk",    "uk",
+                               "a.b.ck",         "b.ck",       "ck",       "a.www.ck",
+                               "www.ck",         "10.1.2.3",   "2.3",      "www.shop.example",
+                               "shop.example",   "example",    "a.b.com",  "foo.blogspot.com",
+                               "blogspot.com",   "com",        "hop.co.uk"};
+  const vu::test::TemporaryFile file;
+  const vu::test::TemporaryFile icann;
+  ASSERT_EQ(0, build(file));
+  ASSERT_EQ(0, build(icann, " --section icann"));
+  const Psl psl(psl_load_file(kList), psl_free);
+  const vu_cctld table(file.path());
+  const vu_cctld icannTable(icann.path());
+  const auto isSuffix = [](const vu_domain& found) {
+    return found.status == VU_COUNTRY_CODE_PURE_DOMAIN || found.status == VU_COUNTRY_CODE_TOO_SHORT;
+  };
+  for (const std::string host : names) {
+    const vu_domain found = table.classify(host, vu_match::publicSuffix);
+    EXPECT_EQ(psl_is_public_suffix(psl.get(), host.c_str()) != 0, isSuffix(found)) << host;
+    EXPECT_EQ(psl_is_public_suffix2(psl.get(), host.c_str(), PSL_TYPE_ICANN) != 0,
+              isSuffix(icannTable.classify(host, vu_match::publicSuffix)))
+        << host;
+    for (const std::string cookie : names) {
+      EXPECT_EQ(psl_is_cookie_domain_acceptable(psl.get(), host.c_str(), cookie.c_str()) != 0,
+                acceptable(table, host, cookie))
+          << host << ' ' << cookie;
+    }
+    if (found.isAddress) continue;
+    const std::string domain(isSuffix(found) ? "." + host : std::string(found.domain));
+    EXPECT_EQ(psl_unregistrable_domain(psl.get(), host.c_str()),
+              domain.substr(domain.find('.') + 1))
+        << host;
+  }
 }
 
 }  // namespace

@@ -3,8 +3,10 @@
 #ifndef VU_TESTS_SUPPORT_H_
 #define VU_TESTS_SUPPORT_H_
 
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -14,6 +16,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "vu/foundation.h"
 
@@ -79,6 +83,24 @@ inline std::string randomText(std::mt19937& random, const std::vector<std::strin
   std::string text;
   for (std::size_t n = random() % (most + 1); n > 0; --n) text += pieces[random() % pieces.size()];
   return text;
+}
+
+/// Runs `action` in a child process, up to the end of its static objects. Its failures are printed.
+template <typename Action>
+void inChild(Action action) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    try {
+      action();
+    } catch (const std::exception& failure) {
+      ADD_FAILURE() << failure.what();
+    }
+    std::exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
 }
 
 }  // namespace vu::test

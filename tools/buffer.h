@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <memory>
+#include <new>
 #include <string_view>
 
 namespace vu::tool {
@@ -21,7 +24,8 @@ class Buffer {
   std::size_t size() const { return size_; }
 
   /// Room for `count` bytes behind the end, to be written by the caller; `setEnd` takes them in.
-  char* room(std::size_t count) {
+  /// The count has 64 bits everywhere, so that what is asked for can be a sum of lengths.
+  char* room(std::uint64_t count) {
     if (capacity_ - size_ < count) grow(count);
     return bytes_.get() + size_;
   }
@@ -49,8 +53,11 @@ class Buffer {
  private:
   static constexpr std::size_t kKept = std::size_t{8} << 20;
 
-  void grow(std::size_t count) {
-    const std::size_t capacity = std::max(size_ + count, capacity_ * 2);
+  void grow(std::uint64_t count) {
+    constexpr std::size_t most = std::numeric_limits<std::ptrdiff_t>::max();
+    if (count > most - size_) throw std::bad_alloc();
+    const std::size_t needed = size_ + static_cast<std::size_t>(count);
+    const std::size_t capacity = std::max(needed, std::min(capacity_, most / 2) * 2);
     std::unique_ptr<char[]> bytes(new char[capacity]);
     put(bytes.get(), text());
     bytes_ = std::move(bytes);

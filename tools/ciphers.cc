@@ -4,13 +4,13 @@
 
 #include <algorithm>
 #include <climits>
-#include <iostream>
 #include <memory>
 
 #include <CLI/CLI.hpp>
 
 #include "tools/command.h"
 #include "tools/input.h"
+#include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
 #include "vu/crypto.h"
@@ -50,9 +50,8 @@ std::string readPassphrase(const std::string& path) {
 std::unique_ptr<vu_crypto> makeEngine(const CipherOptions& options) {
   const bool given = !options.passphraseFile.empty();
   if (!given) {
-    std::cerr
-        << "vu: note: without --passphrase-file the key is made from a pass phrase that is the "
-           "same everywhere\n";
+    say("note: without --passphrase-file the key is made from a pass phrase that is the same "
+        "everywhere");
   }
   const std::string passphrase = given ? readPassphrase(options.passphraseFile) : "";
   const std::string salt = fromHex(options.salt);
@@ -82,11 +81,13 @@ std::string transform(vu_crypto& engine, const CipherOptions& options, const std
     result.resize(static_cast<std::size_t>(written));
   } catch (const vu_exception& failure) {
     const std::string what = failure.what();
-    const bool unreadable = options.mode == kDecipher && what.rfind("Cipher Final", 0) == 0;
-    throw Refusal(what + (unreadable
-                              ? " (another pass phrase, salt, number of iterations or cipher, "
-                                "or damaged data)"
-                              : ""));
+    if (options.mode == kDecipher && what.rfind("Cipher Final", 0) == 0) {
+      throw Refusal(displayName(options.in) + " cannot be deciphered (" +
+                    what.substr(what.rfind(':') + 1) +
+                    "); are pass phrase, salt, iterations and cipher those that it was enciphered "
+                    "with, and is it whole?");
+    }
+    throw Refusal(what + (options.cipher == 2 ? "; RC4 needs OpenSSL's legacy provider" : ""));
   }
   return result;
 }
@@ -122,13 +123,12 @@ void addOne(CLI::App& app, int mode, const std::string& name, const std::string&
   CLI::App* command = app.add_subcommand(name, description);
   CLI::Option* in =
       command->add_option("IN", options->in, "What to read; - or nothing is standard input")
-          ->option_text(" ")
           ->check(isNotEmpty);
   command->add_option("OUT", options->out, "What to write; - or nothing is standard output")
-      ->option_text(" ")
       ->check(isNotEmpty);
   addNumber(*command, "--cipher", options->cipher, 0, 2,
-            "0 or 1: AES-256-CBC (default); 2: RC4,\nwhich is broken");
+            "0 or 1: AES-256-CBC (default); 2: RC4,\nwhich is broken")
+      ->option_text("0|1|2");
   CLI::Option* passphrase =
       command
           ->add_option("--passphrase-file", options->passphraseFile,

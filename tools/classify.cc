@@ -1,6 +1,7 @@
 // vu classify: URLs in, one row each out, in order. Blocks of whole lines are classified in threads
 // of their own while the next ones are read; memory holds no more than a few blocks.
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <deque>
 #include <future>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -19,11 +19,13 @@
 #include "domain/host.h"
 #include "tools/command.h"
 #include "tools/input.h"
+#include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
 #include "tools/rows.h"
 #include "tools/suffix_list.h"
 #include "tools/summary.h"
+#include "tools/terminal.h"
 
 namespace vu::tool {
 namespace {
@@ -41,12 +43,12 @@ struct ClassifyOptions {
   bool allowRefused = false;
 };
 
-const std::map<std::string, vu_match> kMatches = {{"shortest", vu_match::shortest},
-                                                  {"public-suffix", vu_match::publicSuffix}};
-const std::map<std::string, RowFormat> kFormats = {{"table", RowFormat::table},
-                                                   {"tsv", RowFormat::tsv},
-                                                   {"csv", RowFormat::csv},
-                                                   {"jsonl", RowFormat::jsonl}};
+const Words<vu_match> kMatches = {{"shortest", vu_match::shortest},
+                                  {"public-suffix", vu_match::publicSuffix}};
+const Words<RowFormat> kFormats = {{"table", RowFormat::table},
+                                   {"tsv", RowFormat::tsv},
+                                   {"csv", RowFormat::csv},
+                                   {"jsonl", RowFormat::jsonl}};
 
 constexpr int kMany = 1 << 20;
 
@@ -75,7 +77,7 @@ class Progress {
   }
 
  private:
-  bool wanted_ = isatty(STDERR_FILENO) == 1 && isatty(STDOUT_FILENO) == 0;
+  bool wanted_ = obeysEscapes(STDERR_FILENO) && isatty(STDOUT_FILENO) == 0;
   bool visible_ = false;
   Clock::time_point start_ = Clock::now();
   Clock::time_point shown_ = start_;
@@ -180,17 +182,27 @@ class Classifier {
   Progress progress_;
 };
 
+/// Tells a person who has named a file of URLs like a URL.
+void noteFiles(const std::vector<std::string>& urls) {
+  for (const std::string& url : urls) {
+    struct stat status {};
+    if (stat(url.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
+    say("note: " + url + " is a file, too; --file reads the URLs in it");
+  }
+}
+
 int classify(ClassifyOptions options) {
   // Nothing is printed before it is known that every input can be read.
   for (const std::string& path : options.files) checkReadable(path);
   const std::unique_ptr<vu_cctld> table = makeTable(options.suffixes, options.defaultDomain);
   if (options.urls.empty() && options.files.empty()) {
     options.files.emplace_back("-");
-    if (isatty(STDIN_FILENO) == 1) std::cerr << "vu: reading URLs, one a line; end with Ctrl-D\n";
   }
+  noteFiles(options.urls);
   options.rows.countDomains = options.summary;
+  options.rows.colours = showsColours(STDOUT_FILENO);
   if (options.rows.format == RowFormat::table && isatty(STDOUT_FILENO) == 1) {
-    writeOut(RowWriter::titles());
+    writeOut(RowWriter::titles(options.rows.colours));
   }
 
   const Clock::time_point start = Clock::now();
@@ -233,7 +245,7 @@ void addClassify(CLI::App& app, int& exitStatus) {
             "shortest: the shortest listed suffix of two labels\nor more (default). public-suffix: "
             "the rules of the\nPublic Suffix List");
   addChoice(*command, "--format", options->rows.format, kFormats,
-            "table (default), tsv, csv or jsonl. Columns: status,\ntext, domain, address, URL");
+            "Columns: status, text, domain, address, URL\n(default: table)");
   command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");
   addNumber<std::size_t>(*command, "-j,--threads", options->threads, 1, 256,
                          "How many threads; one a core otherwise");

@@ -70,7 +70,7 @@ struct HashOptions {
 void hashLines(Hash hash) {
   LineBlocks blocks("-");
   std::string rows;
-  unsigned long number = 0;
+  unsigned long long number = 0;
   for (Buffer block; blocks.next(block); rows.clear()) {
     for (std::string_view lines = block.text(); !lines.empty();) {
       ++number;
@@ -114,7 +114,8 @@ void addHash(CLI::App& app) {
   for (const auto& kind : kinds) {
     const auto choose = [options, hash = kind.hash] {
       if (options->hash != nullptr) {
-        throw CLI::ValidationError("give one of --text, --hex, --u32 and --u64");
+        throw CLI::ValidationError(
+            "more than one kind of value; give one of --text, --hex, --u32 and --u64");
       }
       options->hash = hash;
     };

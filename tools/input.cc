@@ -9,6 +9,7 @@
 #include <climits>
 
 #include "tools/command.h"
+#include "tools/messages.h"
 
 namespace vu::tool {
 namespace {
@@ -17,7 +18,10 @@ constexpr std::size_t kBlock = std::size_t{1} << 18;
 constexpr std::size_t kLongest = INT_MAX;  // of a line, and of a file that is read whole
 
 int openOrStandardInput(const std::string& path) {
-  if (path == "-") return STDIN_FILENO;
+  if (path == "-") {
+    if (isatty(STDIN_FILENO) == 1) say("reading what you type; end with Ctrl-D");
+    return STDIN_FILENO;
+  }
   const int number = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (number < 0) refuse("cannot open " + path);
   return number;

@@ -5,21 +5,25 @@
 
 #include <csignal>
 #include <iostream>
-#include <memory>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "tools/command.h"
+#include "tools/messages.h"
 #include "tools/output.h"
-#include "tools/rows.h"
-#include "vu/foundation.h"
-#include "vu/version.h"
+#include "tools/usage.h"
+#include "tools/versions.h"
 
 namespace {
 
+constexpr char kExamples[] =
+    "Examples:\n"
+    "  vu classify http://www.bbc.co.uk/news\n"
+    "  vu classify --file urls.txt --format tsv --summary\n"
+    "  vu suffixes check suffixes.txt\n"
+    "  vu status 204\n\n";
 constexpr char kExitStatus[] = "Exit status: 0 done, 1 something was refused, 2 wrong usage.";
 
 /// A program may be started without standard input, output or error. The next file that it opens
@@ -31,40 +35,24 @@ void fillStandardPlaces() {
   }
 }
 
-/// Operands are shown without the bound that they have inside.
-class HelpFormatter : public CLI::Formatter {
- public:
-  std::string make_option_usage(const CLI::Option* option) const override {
-    if (option->get_expected_max() <= 1) return CLI::Formatter::make_option_usage(option);
-    return "[" + option->get_name(true) + "...]";
+/// Commands are called so in the help, and by name in the messages while they are under way.
+void nameCommands(CLI::App& app) {
+  for (CLI::App* each : app.get_subcommands(nullptr)) {
+    each->group("Commands");
+    each->preparse_callback(
+        [each](std::size_t) { vu::tool::setSpeaker(vu::tool::fullName(*each)); });
+    nameCommands(*each);
   }
-};
-
-/// What a person reads who has mistyped something.
-std::string explainUsage(const CLI::App* app, const CLI::Error& error) {
-  const std::vector<std::string> unknown = app->remaining(true);
-  std::string what = error.what();
-  if (error.get_name() == "RequiredError" && !unknown.empty()) {
-    const char* const kind = unknown.front()[0] == '-' ? "option " : "command ";
-    what = std::string("there is no ") + kind + unknown.front();
-  }
-  const std::vector<const CLI::App*> used = app->get_subcommands(nullptr);
-  std::string command;
-  for (const CLI::App* each : used) {
-    if (each->parsed()) command = each->get_name() + " ";
-  }
-  std::string hint = "Try \"vu " + command + "--help\".";
-  if (command == "settings ") hint += " A daemon's own arguments stand behind \"--\".";
-  return "vu: " + vu::tool::visible(what) + "\n" + hint + "\n";
 }
 
 int run(int argc, char** argv) {
   int exitStatus = vu::tool::kDone;
   CLI::App app("Classify URLs by their registered domain, and look into what that rests on.", "vu");
-  app.set_version_flag("--version", std::string("vu ") + vu_version);
+  app.set_version_flag("--version", vu::tool::versions,
+                       "Print the version, and those of the libraries used");
+  app.option_defaults()->disable_flag_override();  // "--summary=no" would be taken for "--summary".
   app.require_subcommand(1);
-  app.failure_message(explainUsage);
-  app.formatter(std::make_shared<HelpFormatter>());
+  app.formatter(vu::tool::helpFormatter());
   app.footer(kExitStatus);  // Sub-commands take it over as it is now.
   vu::tool::addClassify(app, exitStatus);
   vu::tool::addSettings(app, exitStatus);
@@ -74,7 +62,9 @@ int run(int argc, char** argv) {
   vu::tool::addCiphers(app);
   vu::tool::addHash(app);
   vu::tool::addStatus(app);
-  app.footer(std::string(kExitStatus) + "\n\"vu COMMAND --help\" explains a command.");
+  app.footer(kExamples + std::string(kExitStatus) +
+             "\n\"vu COMMAND --help\" explains a command, \"man vu\" the whole.");
+  nameCommands(app);
 
   if (argc == 1) {
     std::cerr << app.help();
@@ -82,11 +72,13 @@ int run(int argc, char** argv) {
   }
   try {
     app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
+  } catch (const CLI::Success& asked) {  // for help, or for the version
     std::ostringstream out;
-    const bool asked = app.exit(error, out, std::cerr) == 0;
+    app.exit(asked, out);
     vu::tool::writeOut(out.str());
-    return asked ? vu::tool::kDone : vu::tool::kWrongUsage;
+  } catch (const CLI::ParseError& error) {
+    vu::tool::explain(app, error);
+    return vu::tool::kWrongUsage;
   }
   return exitStatus;
 }
@@ -103,10 +95,10 @@ int main(int argc, char** argv) {
   } catch (const vu::tool::ReaderGone&) {
     return vu::tool::kDone;
   } catch (const std::bad_alloc&) {
-    std::cerr << "vu: not enough memory\n";
+    vu::tool::say("not enough memory");
     return vu::tool::kRefused;
   } catch (const std::exception& failure) {
-    std::cerr << "vu: " << vu::tool::visible(failure.what()) << '\n';
+    vu::tool::say(failure.what());
     return vu::tool::kRefused;
   }
 }

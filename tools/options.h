@@ -3,27 +3,43 @@
 #ifndef VU_TOOLS_OPTIONS_H_
 #define VU_TOOLS_OPTIONS_H_
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
-#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
+#include "tools/usage.h"
+
 namespace vu::tool {
+
+/// The words that an option takes, in the order in which they are shown, with what they stand for.
+template <typename Value>
+using Words = std::vector<std::pair<std::string, Value>>;
 
 /// Adds the option `names` to `command`; `value` becomes what the word given stands for, and any
 /// other word is wrong usage.
 template <typename Value>
-void addChoice(CLI::App& command, const std::string& names, Value& value,
-               const std::map<std::string, Value>& words, const std::string& description) {
-  command
-      .add_option_function<std::string>(
-          names, [&value, &words](const std::string& word) { value = words.at(word); }, description)
-      ->check(CLI::IsMember(&words).description("one word"))
-      ->option_text("WORD");
+void addChoice(CLI::App& command, const std::string& names, Value& value, const Words<Value>& words,
+               const std::string& description) {
+  const auto find = [&words](const std::string& typed) {
+    return std::find_if(words.begin(), words.end(),
+                        [&typed](const auto& each) { return each.first == typed; });
+  };
+  std::vector<std::string> all;
+  for (const auto& each : words) all.push_back(each.first);
+  const auto check = [&words, find, all](const std::string& typed) {
+    if (find(typed) != words.end()) return std::string();
+    return typed + " is none of " + CLI::detail::join(all, ", ") + didYouMean(typed, all);
+  };
+  const auto take = [&value, find](const std::string& word) { value = find(word)->second; };
+  command.add_option_function<std::string>(names, take, description)
+      ->check(check)
+      ->option_text(CLI::detail::join(all, "|"));
 }
 
 /// Reads a number in decimal digits, nothing else; false beyond `most`. CLI11's own way would take
@@ -62,7 +78,6 @@ inline std::string isNotEmpty(const std::string& path) {
 inline void addOperands(CLI::App& command, const std::string& name,
                         std::vector<std::string>& operands, const std::string& description) {
   command.add_option(name, operands, description)
-      ->option_text(" ")
       ->expected(1 << 20)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->allow_extra_args(false);

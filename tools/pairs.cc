@@ -1,7 +1,9 @@
 // vu pairs: the name/value pairs of a text.
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <list>
-#include <map>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -19,15 +21,16 @@
 namespace vu::tool {
 namespace {
 
-enum class PairFormat { tsv, jsonl };
+enum class PairFormat { table, tsv, jsonl };
 
-const std::map<std::string, PairFormat> kPairFormats = {{"tsv", PairFormat::tsv},
-                                                        {"jsonl", PairFormat::jsonl}};
+const Words<PairFormat> kPairFormats = {
+    {"table", PairFormat::table}, {"tsv", PairFormat::tsv}, {"jsonl", PairFormat::jsonl}};
 
 struct PairOptions {
   std::string file = "-";
   std::string pattern = R"((\w+)=(\w*))";
-  PairFormat format = PairFormat::tsv;
+  // Bytes of strangers may hold what a terminal obeys.
+  PairFormat format = isatty(STDOUT_FILENO) == 1 ? PairFormat::table : PairFormat::tsv;
 };
 
 /// Notices matches that give no pair, which a person who wrote the pattern did not mean.
@@ -53,38 +56,60 @@ std::string jsonRow(std::string_view name, std::string_view value) {
   return row.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
-void appendPair(std::string& out, PairFormat format, std::string_view name,
-                std::string_view value) {
-  if (format == PairFormat::jsonl) {
-    out += jsonRow(name, value);
-  } else {
-    appendTabSafe(out, name);
-    out += '\t';
-    appendTabSafe(out, value);
+using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
+
+void appendTable(std::string& out, const Pairs& pairs) {
+  std::size_t width = 0;
+  for (const auto& each : pairs) width = std::max(width, visible(view(each.first)).size());
+  width = std::min<std::size_t>(width, 30);
+  for (const auto& [name, value] : pairs) {
+    appendColumn(out, visible(view(name)), width);
+    out += visible(view(value)) + "\n";
   }
-  out += '\n';
+}
+
+std::string rowsOf(const Pairs& pairs, PairFormat format) {
+  std::string out;
+  if (format == PairFormat::table) appendTable(out, pairs);
+  for (const auto& [name, value] : pairs) {
+    if (format == PairFormat::tsv) {
+      appendTabSafe(out, view(name));
+      out += '\t';
+      appendTabSafe(out, view(value));
+      out += '\n';
+    } else if (format == PairFormat::jsonl) {
+      out += jsonRow(view(name), view(value)) + "\n";
+    }
+  }
+  return out;
+}
+
+std::unique_ptr<WatchedPattern> compile(const std::string& pattern) {
+  try {
+    return std::make_unique<WatchedPattern>(pattern);
+  } catch (const vu_exception& failure) {
+    throw Refusal("--pattern: " + std::string(failure.what()));
+  }
 }
 
 void run(const PairOptions& options) {
   const std::string text = readFile(options.file);
-  WatchedPattern pattern(options.pattern);
-  std::list<std::pair<CharSizet_t, CharSizet_t>> pairs;
+  const std::unique_ptr<WatchedPattern> pattern = compile(options.pattern);
+  Pairs pairs;
   std::string refusal;
   try {
     // A length of 0 would mean that a NUL ends the text.
     if (!text.empty()) {
-      insertNV2List(pairs, pattern, text.data(), static_cast<unsigned int>(text.size()));
+      insertNV2List(pairs, *pattern, text.data(), static_cast<unsigned int>(text.size()));
     }
   } catch (const vu_exception& failure) {
     refusal = failure.what();
     if (refusal == "PCRE Output vector too small") {
-      refusal += ": the pattern has more groups than a name and a value; write the others (?:...)";
+      refusal = "the pattern has more groups than a name and a value; write the others (?:...)";
     }
   }
-  std::string rows;
-  for (const auto& [name, value] : pairs) appendPair(rows, options.format, view(name), view(value));
-  writeOut(rows);
-  if (refusal.empty() && pairs.empty() && pattern.matchedWithoutPair) {
+  writeOut(rowsOf(pairs, options.format));
+  if (refusal.empty() && pairs.empty() && pattern->matchedWithoutPair) {
     refusal = "the pattern matches, but never with both of its groups, name and value";
   }
   if (!refusal.empty()) throw Refusal(refusal);
@@ -97,17 +122,17 @@ void addPairs(CLI::App& app) {
   CLI::App* command =
       app.add_subcommand("pairs", "Print the name/value pairs of a text, a row each");
   command->add_option("FILE", options->file, "The text; - or nothing is standard input")
-      ->option_text(" ")
       ->check(isNotEmpty);
   command
       ->add_option("--pattern", options->pattern,
                    "PCRE pattern with two groups, name and value;\n(\\w+)=(\\w*) otherwise")
       ->option_text("RE");
-  addChoice(*command, "--format", options->format, kPairFormats, "tsv (default) or jsonl");
+  addChoice(*command, "--format", options->format, kPairFormats,
+            "default: table on a terminal, tsv elsewhere");
   command->footer(
       "The pattern sees the whole text: \".\" matches a line end, too, and \"^\" and \"$\" those "
       "of\n"
-      "lines with (?m) in front. docs/pairs.md has patterns for query strings, logs and headers.\n"
+      "lines with (?m) in front. vu-pairs(1) has patterns for query strings, logs and headers.\n"
       "In tsv a tab, line end or backslash inside a field is written \\t, \\n, \\r, \\\\.\n"
       "Exit status: 0 done, 1 something was refused, 2 wrong usage.");
   command->callback([options] { run(*options); });

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <new>
 
 #include <nlohmann/json.hpp>
 
 #include "tools/input.h"
+#include "tools/terminal.h"
 
 namespace vu::tool {
 namespace {
@@ -104,7 +106,7 @@ class EscapeFinder {
 
 /// The columns behind the front: domain, address and URL.
 void appendTabSeparated(Buffer& out, std::string_view front, const Row& row, bool isClean) {
-  const std::size_t fields = row.domain.size() + row.url.size();
+  const std::uint64_t fields = std::uint64_t{row.domain.size()} + row.url.size();
   char* at = out.room(front.size() + (isClean ? fields : 2 * fields) + row.address.size() + 2);
   const auto putField = [isClean](char* to, std::string_view text) {
     return isClean ? put(to, text) : putTabSafe(to, text);
@@ -153,19 +155,22 @@ void appendJson(Buffer& out, const Row& row) {
   out += object.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-/// The columns in front of the URL.
-void appendColumns(Buffer& out, std::string_view status, std::string_view text,
-                   std::string_view domain, std::string_view address) {
+void appendStatus(Buffer& out, std::string_view status, std::string_view text) {
   appendColumn(out, status, 6);
   appendColumn(out, text, 27);
+}
+
+void appendDomain(Buffer& out, std::string_view domain, std::string_view address) {
   appendColumn(out, domain, 28);
   appendColumn(out, address, 15);
 }
 
-void appendAligned(Buffer& out, const Row& row) {
-  appendColumns(out, numberOf(row.status), statusText(row.status),
-                row.domain.empty() ? "-" : visible(row.domain),
-                row.address.empty() ? "-" : row.address);
+void appendAligned(Buffer& out, const Row& row, bool colours) {
+  if (colours) out += row.status == VU_SUCCESS ? colour::green : colour::red;
+  appendStatus(out, numberOf(row.status), statusText(row.status));
+  if (colours) out += colour::none;
+  appendDomain(out, row.domain.empty() ? "-" : visible(row.domain),
+               row.address.empty() ? "-" : row.address);
   appendVisible(out, row.url);
 }
 
@@ -193,6 +198,7 @@ template void appendColumn(Buffer&, std::string_view, std::size_t);
 
 void appendTabSafe(std::string& out, std::string_view text) {
   const std::size_t had = out.size();
+  if (text.size() > (out.max_size() - had) / 2) throw std::bad_alloc();
   out.resize(had + 2 * text.size());
   out.resize(static_cast<std::size_t>(putTabSafe(out.data() + had, text) - out.data()));
 }
@@ -228,10 +234,14 @@ RowWriter::RowWriter(const vu_cctld& table, Choices choices) : table_(table), ch
   }
 }
 
-std::string RowWriter::titles() {
+std::string RowWriter::titles(bool colours) {
   Buffer line;
-  appendColumns(line, "STATUS", "TEXT", "DOMAIN", "ADDRESS");
-  line += "URL\n";
+  if (colours) line += colour::bold;
+  appendStatus(line, "STATUS", "TEXT");
+  appendDomain(line, "DOMAIN", "ADDRESS");
+  line += "URL";
+  if (colours) line += colour::none;
+  line += '\n';
   return std::string(line.text());
 }
 
@@ -263,7 +273,7 @@ void RowWriter::write(const vu_domain& found, std::string_view url, Escapes esca
 
   switch (choices_.format) {
     case RowFormat::table:
-      appendAligned(out, row);
+      appendAligned(out, row, choices_.colours);
       break;
     case RowFormat::tsv:
       appendTabSeparated(out, fronts_[place], row, escapes == noEscapes);

@@ -54,12 +54,13 @@ class RowWriter {
     RowFormat format = RowFormat::table;
     bool onlyFailed = false;
     bool countDomains = false;
+    bool colours = false;  ///< In the table form: green for success, red for a refusal.
   };
 
   RowWriter(const vu_cctld& table, Choices choices);
 
   /// The titles of the table form, with a line end.
-  static std::string titles();
+  static std::string titles(bool colours);
 
   /// Adds the row of one URL to `out` and counts it in `tally`.
   void write(std::string_view url, Buffer& out, Tally& tally) const;

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <iostream>
-#include <map>
 #include <memory>
 #include <utility>
 
@@ -11,9 +10,11 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/command.h"
+#include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
 #include "tools/rows.h"
+#include "tools/terminal.h"
 #include "vu/config.h"
 
 namespace vu::tool {
@@ -21,7 +22,7 @@ namespace {
 
 enum class Format { table, tsv, jsonl };
 
-const std::map<std::string, Format> kFormats = {
+const Words<Format> kFormats = {
     {"table", Format::table}, {"tsv", Format::tsv}, {"jsonl", Format::jsonl}};
 
 struct SettingsOptions {
@@ -57,8 +58,8 @@ std::vector<Setting> readSettings(const std::vector<std::string>& arguments) {
   const auto count = static_cast<int>(owned.size());
   store.initConfig(count, argv.data(), nullptr);
   for (int operand = optind; operand < count; ++operand) {
-    std::cerr << "vu: note: a daemon ignores the operand "
-              << visible(argv[static_cast<std::size_t>(operand)]) << "\n";
+    say(std::string("note: a daemon ignores the operand ") +
+        argv[static_cast<std::size_t>(operand)] + "; -c reads a file");
   }
   std::vector<Setting> settings;
   for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
@@ -91,10 +92,13 @@ void appendTabSeparated(std::string& out, const Setting& setting) {
 }
 
 void appendAligned(std::string& out, const Setting& setting) {
+  const bool red = !setting.error.empty() && showsColours(STDOUT_FILENO);
+  if (red) out += colour::red;
   appendColumn(out, setting.name, 10);
   appendColumn(out, std::string(1, setting.type), 1);
   appendColumn(out, setting.error.empty() ? visible(setting.value) : "?", 24);
   out += visible(setting.origin);
+  if (red) out += colour::none;
 }
 
 void appendRow(std::string& out, const Setting& setting, Format format) {
@@ -127,8 +131,7 @@ int showSettings(const SettingsOptions& options) {
     appendRow(out, setting, options.format);
     if (setting.error.empty()) continue;
     exitStatus = kRefused;
-    std::cerr << "vu: " << setting.name << ": " << visible(setting.error) << " ("
-              << visible(setting.origin) << ")\n";
+    say(setting.name + ": " + setting.error + " (" + setting.origin + ")");
   }
   if (options.checkOnly) out = exitStatus == kDone ? "The settings are good.\n" : "";
   writeOut(out);
@@ -144,7 +147,7 @@ void addSettings(CLI::App& app, int& exitStatus) {
   addOperands(*command, "ARGUMENT", options->arguments,
               "What the daemon is started with, behind \"--\":\nvu settings -- -v 5 -c vu.conf");
   addChoice(*command, "--format", options->format, kFormats,
-            "table (default), tsv or jsonl. Columns: name, type,\nvalue as converted, origin");
+            "Columns: name, type, value as converted, origin\n(default: table)");
   command->add_flag("--check", options->checkOnly, "Only say whether the settings are good");
   command->footer(
       "Exit status: 0 good, 1 refused or a value that does not convert, 2 wrong usage.");

@@ -41,8 +41,7 @@ void addStatus(CLI::App& app) {
   auto what = std::make_shared<std::string>();
   CLI::App* status = app.add_subcommand("status", "Explain a status code, or find a text's code");
   CLI::Option* asked =
-      status->add_option("CODE|TEXT", *what, "A code or its exact text; without it, all of them")
-          ->option_text(" ");
+      status->add_option("CODE|TEXT", *what, "A code or its exact text; without it, all of them");
   status->callback([what, asked] {
     if (asked->count() > 0) {
       writeOut(explain(*what));

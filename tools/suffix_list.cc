@@ -157,7 +157,8 @@ std::unique_ptr<vu_cctld> makeTable(const std::string& path, const std::string& 
     try {
       table->initSet(path.c_str());
     } catch (const vu_exception& failure) {
-      throw Refusal(path + ": " + failure.what() + "; \"vu suffixes check\" tells in which line");
+      throw Refusal(path + ": " + failure.what() + "; \"vu suffixes check " + path +
+                    "\" tells in which line");
     }
     return table;
   }

@@ -22,7 +22,7 @@
 namespace vu::tool {
 namespace {
 
-const std::map<std::string, Section> kSections = {
+const Words<Section> kSections = {
     {"icann", Section::icann}, {"private", Section::privateDomains}, {"all", Section::all}};
 
 using SuffixSet = std::set<std::string, std::less<>>;
@@ -96,7 +96,7 @@ void build(const BuildOptions& options) {
 struct Contents {
   std::uint64_t records = 0;
   int largest = 2;
-  std::map<std::string, long, std::less<>> lines;  ///< Where each suffix stands first.
+  std::map<std::string, long long, std::less<>> lines;  ///< Where each suffix stands first.
   Kind duplicates;
 };
 
@@ -107,10 +107,15 @@ Contents readContents(const std::string& path) {
   Contents contents;
   while (!file.atEnd()) {
     if (!file.read()) {
-      throw Refusal(displayName(path) + ":" + std::to_string(file.line()) + ": bad record after " +
-                    grouped(contents.records) +
-                    " good ones; a record is a suffix of at most 1023 bytes, white space and the "
-                    "number of labels of a domain under it");
+      if (file.error() != 0) {
+        throw Refusal("cannot read " + displayName(path) + ": " + std::strerror(file.error()));
+      }
+      throw Refusal(
+          displayName(path) + ":" + std::to_string(file.line()) + ": bad record after " +
+          grouped(contents.records) +
+          " good ones; a record is a suffix of at most 1023 bytes, white space and the "
+          "number of labels of a domain under it. \"vu suffixes build\" makes such a file "
+          "from a Public Suffix List");
     }
     ++contents.records;
     contents.largest = std::max<int>(contents.largest, file.labels());
@@ -175,21 +180,17 @@ void addSuffixes(CLI::App& app) {
   auto options = std::make_shared<BuildOptions>();
   CLI::App* building = suffixes->add_subcommand(
       "build", "Turn a Public Suffix List into a definition file, every rule of it");
-  building->add_option("LIST", options->list, "The list; - is standard input")
-      ->required()
-      ->option_text(" ");
+  building->add_option("LIST", options->list, "The list; - is standard input")->required();
   building->add_option("-o,--output", options->output, "Where to write; standard output otherwise")
       ->option_text("FILE");
   addChoice(*building, "--section", options->section, kSections,
-            "Which of its rules: icann, private or all (default)");
+            "Which of its rules (default: all)");
   building->callback([options] { build(*options); });
 
   auto path = std::make_shared<std::string>();
   CLI::App* checking = suffixes->add_subcommand(
       "check", "Tell what a definition file holds, or where its first bad record is");
-  checking->add_option("FILE", *path, "The definition file; - is standard input")
-      ->required()
-      ->option_text(" ");
+  checking->add_option("FILE", *path, "The definition file; - is standard input")->required();
   checking->callback([path] { check(*path); });
 }
 

@@ -1,6 +1,5 @@
 // vu xml: the tree of a fragment.
 
-#include <map>
 #include <memory>
 #include <sstream>
 #include <vector>
@@ -18,7 +17,7 @@ namespace {
 
 enum class TreeFormat { tree, xml, compact };
 
-const std::map<std::string, TreeFormat> kTreeFormats = {
+const Words<TreeFormat> kTreeFormats = {
     {"tree", TreeFormat::tree}, {"xml", TreeFormat::xml}, {"compact", TreeFormat::compact}};
 
 struct XmlOptions {
@@ -27,15 +26,14 @@ struct XmlOptions {
   TreeFormat format = TreeFormat::tree;
 };
 
-std::unique_ptr<const xmldata> parse(const std::string& text, const std::string& root) {
+std::unique_ptr<const xmldata> parse(const std::string& text, const XmlOptions& options) {
   try {
-    return std::unique_ptr<const xmldata>(vu_pcrexml().execute(text.c_str(), root.c_str()));
+    return std::unique_ptr<const xmldata>(vu_pcrexml().execute(text.c_str(), options.root.c_str()));
   } catch (const vu_exception& failure) {
-    std::string what = failure.what();
-    if (what == "vu_pcrexml: No Match") {
-      what += " (no element in the text, or behind a \"<\" inside an element)";
-    }
-    throw Refusal(what);
+    const std::string what = failure.what();
+    if (what != "vu_pcrexml: No Match") throw Refusal(what);
+    throw Refusal("no element in " + displayName(options.file) +
+                  ", or behind a \"<\" inside an element; vu-xml(1) tells what an element is");
   }
 }
 
@@ -58,10 +56,13 @@ void checkDepth(const xmldata& root) {
 
 void run(const XmlOptions& options) {
   const std::string text = readFile(options.file);
+  if (text.empty()) {
+    throw Refusal(displayName(options.file) + " is empty; a fragment has one element or more");
+  }
   if (text.find('\0') != std::string::npos) {
     throw Refusal(displayName(options.file) + " has a NUL byte in it, which ends an XML text");
   }
-  const std::unique_ptr<const xmldata> tree = parse(text, options.root);
+  const std::unique_ptr<const xmldata> tree = parse(text, options);
   if (options.format != TreeFormat::compact) checkDepth(*tree);
   std::stringstream out;
   switch (options.format) {
@@ -85,17 +86,15 @@ void addXml(CLI::App& app) {
   auto options = std::make_shared<XmlOptions>();
   CLI::App* command = app.add_subcommand("xml", "Print the tree of an XML fragment");
   command->add_option("FILE", options->file, "The fragment; - or nothing is standard input")
-      ->option_text(" ")
       ->check(isNotEmpty);
   addChoice(*command, "--format", options->format, kTreeFormats,
-            "tree: the fields of each element (default).\nxml: indented XML. compact: the elements "
-            "found,\n"
-            "in one line");
+            "The fields of each element, indented XML, or the\nelements found in one line "
+            "(default: tree)");
   command->add_option("--root", options->root, "Name of the root that tree and xml show (root)")
       ->option_text("NAME")
       ->check(isNotEmpty);
   command->footer(
-      "Elements are found as docs/xml.md tells: names of letters, digits and \"_\", attributes in\n"
+      "Elements are found as vu-xml(1) tells: names of letters, digits and \"_\", attributes in\n"
       "single quotes, siblings directly behind one another. Anything else ends its level.\n"
       "Exit status: 0 done, 1 no element was found or the input could not be read, 2 wrong usage.");
   command->callback([options] { run(*options); });

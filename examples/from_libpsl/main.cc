@@ -1,5 +1,5 @@
-// From libpsl to libvu: its calls and what stands for them here, side by side. Exit status 1 when the
-// two disagree.
+// From libpsl to libvu: its calls and what stands for them here, side by side. Exit status 1 when
+// the two disagree. The whole table is in docs/guide.md.
 //
 //   psl_load_file(list)                    vu_cctld and `initSet` or `reload`, on the file that
 //                                          `vu suffixes build` makes of the list
@@ -12,8 +12,8 @@
 //   psl_str_to_utf8lower(...)              not needed: letter case is ignored, and international
 //                                          names are looked up in the form of DNS, xn--...
 //
-// One difference: a rule "*.city.jp" alone makes "city.jp" a public suffix for libpsl; here that takes
-// a rule of its own.
+// One difference: a rule "*.city.jp" alone makes "city.jp" a public suffix for libpsl; here that
+// takes a rule of its own.
 
 #include <libpsl.h>
 

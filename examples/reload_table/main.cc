@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -53,19 +54,19 @@ int main(int argc, char** argv) {
   std::atomic<bool> done{false};
   std::atomic<long> requests{0};
   std::atomic<long> wrong{0};
-  std::atomic<long> longest{0};  // nanoseconds
+  std::atomic<std::int64_t> longest{0};  // nanoseconds
   const auto serve = [&] {
     long mine = 0;
-    long longestOfMine = 0;
+    std::int64_t longestOfMine = 0;
     while (!done) {
       const Clock::time_point start = Clock::now();
       if (shared.get()->classify(url).status != VU_SUCCESS) ++wrong;
       const std::chrono::nanoseconds took = Clock::now() - start;
-      longestOfMine = std::max<long>(longestOfMine, took.count());
+      longestOfMine = std::max<std::int64_t>(longestOfMine, took.count());
       ++mine;
     }
     requests += mine;
-    long before = longest;
+    std::int64_t before = longest;
     while (longestOfMine > before && !longest.compare_exchange_weak(before, longestOfMine)) {
     }
   };

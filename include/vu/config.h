@@ -46,8 +46,8 @@ extern VU_EXPORT vu_opt_helper opt_helper[];
 /// One parameter: a record of `vu_getopt`, and the form in which `vu_config` is loaded. A record
 /// with a null name ends an array of them.
 struct config_helper {
-  const char* name;
-  char type;
+  const char* name;   ///< The parameter's name.
+  char type;          ///< Its type letter, see config_obj; 'b' is a flag.
   const char* value;  ///< NUL-terminated text; for type 'b' a count, see flagCount.
 };
 
@@ -130,7 +130,7 @@ class VU_EXPORT vu_getopt {
     enum Kind : char { byDefault, commandLine, file, program };
     Kind kind;
     std::size_t path;  // in paths_
-    long line;
+    long long line;
   };
   class LinesOf;
 
@@ -156,11 +156,12 @@ class VU_EXPORT vu_getopt {
 /// One stored value. Type letters: 'd' int, 'e' double, 'l' unsigned int, 'p' unsigned short, 'u'
 /// unsigned int cut to 16 bits, 0 no type, any other text. ('b' is stored as 'd'.)
 struct config_obj {
+  /// Copies the text.
   config_obj(char typeLetter = 0, const std::string& text = std::string())
       : type(typeLetter), value(text) {}
 
-  char type;
-  std::string value;
+  char type;          ///< The type letter.
+  std::string value;  ///< The text as it was written; nothing is converted or checked.
 };
 
 namespace vu::detail {
@@ -213,11 +214,11 @@ class VU_EXPORT vu_config {
   void setParam(const char* name, const char* value, char type);
 
   /// The text of a setting. The reference stays valid as long as the store and shows later changes.
-  /// `type` is its letter, 0 after a failure.
   ///
   /// Throws vu_exception "Unknown Get Parameter [" + name + "]"; any other exception, such as for
   /// want of memory, ends the process.
   const std::string& getParam(const char* name) const;
+  /// The same with the setting's letter in `type`, 0 after a failure.
   const std::string& getParam(const char* name, char& type) const;
 
   /// A setting's value, converted by its type letter at each call.

@@ -31,13 +31,15 @@
 #include "vu/export.h"
 #include "vu/foundation.h"
 
-// OpenSSL's own names, so that users of this header need not have its headers.
+/// OpenSSL's own name, here so that users of this header need not have OpenSSL's.
 using EVP_CIPHER = struct evp_cipher_st;
+/// OpenSSL's own name, as above.
 using EVP_CIPHER_CTX = struct evp_cipher_ctx_st;
 
 /// What the service's cipher numbers mean: 1 is EVP_aes_256_cbc(), 2 is EVP_rc4(), any other null.
 class VU_EXPORT CipherLookup {
  public:
+  /// The cipher of a number, owned by OpenSSL; null for numbers without one.
   const EVP_CIPHER* operator()(unsigned short number) const;
 };
 

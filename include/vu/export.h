@@ -1,8 +1,9 @@
-// VU_EXPORT marks what libvu.so offers; everything else stays hidden inside it.
+// What libvu.so offers to others.
 
 #ifndef VU_EXPORT_H_
 #define VU_EXPORT_H_
 
+/// Marks what libvu.so offers; everything else stays hidden inside it.
 #define VU_EXPORT __attribute__((visibility("default")))
 
 #endif  // VU_EXPORT_H_

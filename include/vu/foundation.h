@@ -45,7 +45,9 @@ class VU_EXPORT vu_exception : public std::exception {
   explicit vu_exception(const std::string& message);
   /// The same from a NUL-terminated text; null is outside the contract.
   explicit vu_exception(const char* message);
+  /// Copies the text.
   vu_exception(const vu_exception& other);
+  /// Copies the text.
   vu_exception& operator=(const vu_exception& other);
   ~vu_exception() noexcept override;
 
@@ -59,7 +61,8 @@ class VU_EXPORT vu_exception : public std::exception {
 // ---------------------------------------------------------------------------------------------
 // Status codes
 
-/// The service's result codes.
+/// The service's result codes. libvu itself gives 0 and 201 to 204; the others are what the service
+/// answers its clients.
 enum vu_status : std::uint32_t {
   VU_SUCCESS = 0,
   VU_QUERY_TYPE_NOT_FOUND = 101,
@@ -78,8 +81,8 @@ enum vu_status : std::uint32_t {
 
 /// One row of a table of codes and their texts.
 struct sizeT_string_pair {
-  std::uint32_t value;
-  const char* string;  ///< Not owned; null in the row that ends a table.
+  std::uint32_t value;  ///< The code.
+  const char* string;   ///< Its text, not owned; null in the row that ends a table.
 };
 
 /// The status codes with their texts, in ascending order, ended by a row without text.
@@ -128,7 +131,8 @@ VU_EXPORT const char* findStringByValue(unsigned int value, const sizeT_string_p
 ///
 /// Throws vu_exception:
 ///   "empty string T"                    when text is empty;
-///   "bad conversion [" + text + "]"     when there is no number, or one that T cannot hold.
+///   "bad conversion [" + text + "]"     when there is no number, or one that T cannot hold;
+/// and what memory and T's own operator throw.
 template <typename T>
 T str2val(const std::string& text, bool flag = false);
 
@@ -159,7 +163,7 @@ std::string val2str(T value, int precision = -1,
                     std::ios_base& (*manipulator)(std::ios_base&) = nullptr);
 
 /// Whether `value` lies less than `tolerance` away from `reference`; at the edge it does not.
-/// Computed in double precision.
+/// The sums are exact to double precision at least.
 VU_EXPORT bool close2Val(float reference, float value, float tolerance);
 
 // ---------------------------------------------------------------------------------------------
@@ -176,9 +180,10 @@ VU_EXPORT std::string printHexical(const unsigned char* bytes, int count, int pe
                                    bool formatted);
 
 /// `end` minus `start`, in microseconds or in seconds. A fraction that is smaller at the end
-/// borrows a second; seconds that are then negative count as 0, the fraction stays. The `timespec`
-/// form cuts microseconds to whole ones and has full resolution in seconds.
+/// borrows a second; seconds that are then negative count as 0, the fraction stays.
 VU_EXPORT double TimeDifference(const timeval& end, const timeval& start, bool microseconds);
+/// The same of times with nanoseconds. Microseconds are cut to whole ones, seconds have full
+/// resolution.
 VU_EXPORT double TimeDifference(const timespec& end, const timespec& start, bool microseconds);
 
 /// The number of decimal digits of `value`, 1 to 10.
@@ -231,7 +236,13 @@ bool readByStream(const std::string& text, bool hex, T& value) {
   std::istringstream stream(text);
   stream.imbue(std::locale::classic());
   if (hex) stream >> std::hex;
-  stream >> value;
+  // A stream would take memory that runs out for a bad number.
+  stream.exceptions(std::ios_base::badbit);
+  try {
+    stream >> value;
+  } catch (const std::ios_base::failure&) {
+    return false;  // T's own operator says so
+  }
   return !stream.fail();
 }
 
@@ -242,7 +253,13 @@ std::string writeByStream(const T& value, int precision,
   stream.imbue(std::locale::classic());
   if (precision >= 0) stream << std::fixed << std::setprecision(precision);
   if (manipulator != nullptr) stream << manipulator;
-  stream << value;
+  // A stream would cut the text off where memory runs out.
+  stream.exceptions(std::ios_base::badbit);
+  try {
+    stream << value;
+  } catch (const std::ios_base::failure&) {
+    // T's own operator has stopped: what it has written counts.
+  }
   return stream.str();
 }
 
@@ -274,6 +291,37 @@ std::string val2str(T value, int precision, std::ios_base& (*manipulator)(std::i
     }
   }
   return vu::detail::writeByStream(value, precision, manipulator);
+}
+
+// ---------------------------------------------------------------------------------------------
+// How TimeDifference works. On a 32-bit system the width of a time is the choice of each program, so
+// it must not be what the library was built with: always inline, it is converted on the caller's
+// side.
+
+namespace vu::detail {
+
+/// A time in seconds and a count of smaller units.
+struct Moment {
+  std::int64_t seconds;
+  std::int64_t fraction;
+};
+
+/// TimeDifference, with fractions that count `perSecond` units.
+VU_EXPORT double differenceOf(const Moment& end, const Moment& start, int perSecond,
+                              bool microseconds);
+
+}  // namespace vu::detail
+
+[[gnu::always_inline]] inline double TimeDifference(const timeval& end, const timeval& start,
+                                                    bool microseconds) {
+  return vu::detail::differenceOf({end.tv_sec, end.tv_usec}, {start.tv_sec, start.tv_usec}, 1000000,
+                                  microseconds);
+}
+
+[[gnu::always_inline]] inline double TimeDifference(const timespec& end, const timespec& start,
+                                                    bool microseconds) {
+  return vu::detail::differenceOf({end.tv_sec, end.tv_nsec}, {start.tv_sec, start.tv_nsec},
+                                  1000000000, microseconds);
 }
 
 #endif  // VU_FOUNDATION_H_

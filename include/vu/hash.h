@@ -33,6 +33,7 @@ class hashfunctor;
 template <>
 class VU_EXPORT hashfunctor<unsigned int> {
  public:
+  /// The hash of `key`.
   unsigned int operator()(unsigned int key, unsigned int ignored = 0) const;
 };
 
@@ -40,14 +41,16 @@ class VU_EXPORT hashfunctor<unsigned int> {
 template <>
 class VU_EXPORT hashfunctor<unsigned long long> {
  public:
+  /// The hash of `key`.
   unsigned int operator()(unsigned long long key, unsigned int ignored = 0) const;
 };
 
-/// Bob Jenkins' lookup2 ("Hash functions", Dr. Dobb's Journal, September 1997) of `length` bytes
-/// with an initial value of 0. A null key and a length of 0 give 0.
+/// Bob Jenkins' lookup2 of `length` bytes, with an initial value of 0. A null key and a length of 0
+/// give 0. Published in "Hash functions", Dr. Dobb's Journal, September 1997.
 template <>
 class VU_EXPORT hashfunctor<unsigned char*> {
  public:
+  /// The hash of `length` bytes at `key`.
   unsigned int operator()(const unsigned char* key, unsigned int length = 0) const;
 
   /// The hash itself. Time in proportion to `length`.
@@ -56,13 +59,17 @@ class VU_EXPORT hashfunctor<unsigned char*> {
   static void mixInt(unsigned int& a, unsigned int& b, unsigned int& c);
 };
 
-/// The same of a text: of `length` bytes, or, when that is 0, of those in front of its NUL.
+/// Bob Jenkins' lookup2 of a text: of `length` bytes, or, when that is 0, of those in front of its
+/// NUL.
 template <>
 class VU_EXPORT hashfunctor<char*> {
  public:
+  /// The hash of `length` bytes at `key`, or of all in front of the NUL when that is 0.
   unsigned int operator()(const char* key, unsigned int length = 0) const;
 
+  /// The hash of `length` bytes, as for `unsigned char*`: a length of 0 gives 0 here.
   static unsigned int strhash(const unsigned char* key, unsigned int length);
+  /// The mixing step, as for `unsigned char*`.
   static void mixInt(unsigned int& a, unsigned int& b, unsigned int& c);
 };
 
@@ -86,7 +93,9 @@ class vu_data {
     std::memcpy(key_, key, N);
   }
 
+  /// The caller's record.
   T data() const { return data_; }
+  /// Puts another record in its place; the old one is left to the caller.
   void setData(T data) { data_ = data; }
   /// The `N` bytes of the key; they live as long as the object.
   const unsigned char* key() const { return key_; }

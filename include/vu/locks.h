@@ -59,14 +59,18 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_rwlock {
   static vu_rwlock_t _rwlock;
 
  protected:
+  /// Chooses `lock`, none when that is null; acquires nothing.
   explicit vu_rwlock(pthread_rwlock_t* lock) : _lock(lock) {}
 
+  /// What `lock` of the guards does.
   int acquire(int timeout);
+  /// What `unlock` of the guards does.
   int release();
+  /// What the guards' destructors do. Throws vu_exception "Empty RW Lock" when no lock was chosen.
   void releaseAtEnd();
 
-  pthread_rwlock_t* _lock;
-  bool _locked = false;
+  pthread_rwlock_t* _lock;  ///< The guard's lock, not owned; null when none was chosen yet.
+  bool _locked = false;     ///< Whether the guard holds it.
 
  private:
   int _result = -1;
@@ -75,20 +79,23 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_rwlock {
 /// Holds a lock for reading, beside other readers.
 class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
  public:
-  /// Acquires the shared lock, or `lock`. Whether that succeeded is told by `owns_lock` and
-  /// `result`.
+  /// Acquires the process's shared lock, `_rwlock`, within `timeout` milliseconds. Whether that
+  /// succeeded is told by `owns_lock` and `result`.
   explicit vu_readlock(int timeout = 0) VU_ANNOTATE(acquire_shared_capability(_rwlock));
+  /// Acquires `lock`, which must outlive the guard; all else as above.
   explicit vu_readlock(vu_rwlock_t& lock, int timeout = 0)
       VU_ANNOTATE(acquire_shared_capability(lock));
-  /// Acquires nothing yet; without `lock`, none is chosen either.
+  /// Acquires nothing yet, nor is a lock chosen: the first acquisition takes the shared one.
   explicit vu_readlock(std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(_rwlock))
       : vu_rwlock(nullptr) {}
+  /// Chooses `lock` and acquires nothing yet.
   vu_readlock(vu_rwlock_t& lock, std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(lock))
       : vu_rwlock(&lock) {}
   /// Releases what the guard holds. Throws vu_exception "Empty RW Lock" when no lock was chosen.
   // NOLINTNEXTLINE(bugprone-exception-escape): by design
   ~vu_readlock() noexcept(false) override VU_ANNOTATE(release_generic_capability());
 
+  /// Acquires for reading, as told at the base class.
   int rwlock_func(int timeout) override;
 
   /// Acquires through `rwlock_func`, and holds when that returns 0. Returns its result, and
@@ -101,18 +108,27 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
 /// Holds a lock for writing, alone. All as for reading.
 class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_writelock : public vu_rwlock {
  public:
+  /// Acquires the process's shared lock, `_rwlock`, within `timeout` milliseconds.
   explicit vu_writelock(int timeout = 0) VU_ANNOTATE(acquire_capability(_rwlock));
+  /// Acquires `lock`, which must outlive the guard.
   explicit vu_writelock(vu_rwlock_t& lock, int timeout = 0) VU_ANNOTATE(acquire_capability(lock));
+  /// Acquires nothing yet, nor is a lock chosen: the first acquisition takes the shared one.
   explicit vu_writelock(std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(_rwlock))
       : vu_rwlock(nullptr) {}
+  /// Chooses `lock` and acquires nothing yet.
   vu_writelock(vu_rwlock_t& lock, std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(lock))
       : vu_rwlock(&lock) {}
+  /// Releases what the guard holds. Throws vu_exception "Empty RW Lock" when no lock was chosen.
   // NOLINTNEXTLINE(bugprone-exception-escape): by design
   ~vu_writelock() noexcept(false) override VU_ANNOTATE(release_generic_capability());
 
+  /// Acquires for writing, as told at the base class.
   int rwlock_func(int timeout) override;
 
+  /// Acquires through `rwlock_func`, and holds when that returns 0. Returns its result, and
+  /// EDEADLK, without a try, when the guard holds already.
   int lock(int timeout = 0) VU_ANNOTATE(try_acquire_capability(false));
+  /// Releases before the end of the scope. Returns 0, or EPERM when the guard holds nothing.
   int unlock() VU_ANNOTATE(release_generic_capability());
 };
 

@@ -101,6 +101,7 @@ class VU_EXPORT vu_pcre {
   /// PCRE's vector of offsets from the last `execute`: start and end of pair i at 2i and 2i + 1, -1
   /// for a group that took no part, 0 before the first call. The last third is working space.
   int* results() { return ovector_.get(); }
+  /// The same, to be read only.
   const int* results() const { return ovector_.get(); }
 
   /// One past the end of the last match: where a scan goes on. Needs at least one pair.
@@ -137,9 +138,10 @@ class VU_EXPORT vu_pcre {
 
 /// A piece of a scanned text, which must outlive it; null and 0 when it is empty.
 struct CharSizet_t {
-  const char* data;
-  unsigned int size;
+  const char* data;   ///< The piece's first byte; not followed by a NUL.
+  unsigned int size;  ///< Its length in bytes.
 
+  /// Keeps both as they are.
   CharSizet_t(const char* text, unsigned int length) : data(text), size(length) {}
 };
 
@@ -147,6 +149,7 @@ struct CharSizet_t {
 /// `pairs` of less than 3 make every match throw.
 class VU_EXPORT NvalPcre : public vu_pcre {
  public:
+  /// Compiles `pattern`, as `vu_pcre` does.
   explicit NvalPcre(const char* pattern, int pairs = 3, int options = -1);
   ~NvalPcre() override;
 };
@@ -168,13 +171,14 @@ VU_EXPORT unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_
 
 /// A piece of a text, which must outlive it; never empty.
 struct VU_EXPORT stringLen {
-  const char* _str;
-  int _len;
+  const char* _str;  ///< The piece's first byte; not followed by a NUL.
+  int _len;          ///< Its length in bytes, at least 1.
 
   /// Throws vu_exception "stringLen: Zero const char pointer" for a null `str`, "stringLen: Zero
   /// string length" for a `len` of 0 or less.
   stringLen(const char* str, int len);
 
+  /// A copy of the piece.
   std::string getString() const;
 };
 
@@ -205,8 +209,10 @@ class VU_EXPORT xmldata {
   /// The value of an attribute without its quotes, single or double; up to the next blank when it
   /// has none. "" when there is no such attribute, and for one without a value.
   std::string attribute(const char* name) const;
+  /// Whether there is an attribute of this name, with or without a value.
   bool hasAttribute(const char* name) const;
 
+  /// A copy of the tag.
   std::string tagString() const;
   /// The attributes as they stand in the text; "null" when there are none.
   std::string attrsString() const;
@@ -224,7 +230,7 @@ class VU_EXPORT xmldata {
   /// This tree as XML, indented with mode 1, in one line with any other.
   void displayXML(std::stringstream& out, int depth, int mode) const;
 
-  stringLen _tag;
+  stringLen _tag;                 ///< The element's name.
   stringLen* _attrs = nullptr;    ///< Null when there are none. Owned by the node.
   stringLen* _context = nullptr;  ///< The text; null when there is none. Owned by the node.
   std::list<xmldata*> _children;  ///< In the order of the text. Owned by the node.

@@ -46,6 +46,9 @@ inline std::string recordsOf(const vu_getopt& parser) {
   std::string all;
   for (int i = 0; i < parser.optCount(); ++i) {
     const config_helper& record = parser.params()[i];
+    int type = 0;
+    const bool isSame = parser.getOptItem(record.name, type) == record.value;
+    if (!isSame || type != static_cast<signed char>(record.type)) all += "another value of ";
     all += recordText(record.name,
                       record.type == 'b' ? val2str(flagCount(record.value)) : record.value,
                       parser.origin(i));

@@ -1,0 +1,616 @@
+// Memory that runs out. Every allocation that an operation makes, in the library and in PCRE and
+// OpenSSL under it, fails once; then every allocation from it on. Nothing may leak, only what is
+// documented may be thrown, the object must be left as documented, and serve again.
+
+#include <pcre.h>
+
+#include <functional>
+#include <list>
+#include <memory>
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+
+#include "tests/allocations.h"
+#include "tests/support.h"
+#include "vu/vu.h"
+
+using vu::test::messageOf;
+using vu::test::TemporaryFile;
+
+namespace {
+
+/// A prepared object, which the two hold.
+struct Subject {
+  std::function<void()> act;
+  std::function<std::string()> state;  ///< Of all that a caller can see of it.
+};
+
+struct Outcome {
+  std::string before, now, done;  ///< States; `done` is that of a good run.
+  bool threw;
+};
+
+/// All or nothing.
+bool whole(const Outcome& o) { return o.now == (o.threw ? o.before : o.done); }
+/// What was done until then may stay.
+bool started(const Outcome& o) { return o.threw ? o.done.rfind(o.now, 0) == 0 : o.now == o.done; }
+/// Whatever is left is good for another try.
+bool anything(const Outcome& o) { return o.threw || o.now == o.done; }
+/// As `whole`, or an empty table.
+bool cleared(const Outcome& o) { return whole(o) || o.now.rfind("0 suffixes", 0) == 0; }
+
+struct Operation {
+  const char* what;
+  std::function<Subject()> prepare;
+  bool (*allowed)(const Outcome&) = whole;
+  const char* message = nullptr;  ///< How a text begins that may stand for std::bad_alloc.
+};
+
+/// What there is to complain of after an operation in which allocation `number`, from 0, fails.
+/// Clears `reached` when it makes fewer.
+std::string failAt(const Operation& row, long number, const std::string& done, bool& reached) {
+  const Subject subject = row.prepare();
+  Outcome outcome{subject.state(), "", done, true};
+  std::string message;
+  const long failuresBefore = vu::test::failures;
+  vu::test::allocationsLeft = number;
+  try {
+    subject.act();
+    outcome.threw = false;
+  } catch (const std::bad_alloc&) {
+  } catch (const vu_exception& failure) {
+    vu::test::allocationsLeft = -1;
+    message = failure.what();
+  }
+  vu::test::allocationsLeft = -1;
+  reached = vu::test::failures != failuresBefore;
+  outcome.now = subject.state();
+  if (!message.empty() && (row.message == nullptr || message.rfind(row.message, 0) != 0)) {
+    return "threw " + message;
+  }
+  if (!row.allowed(outcome)) return (outcome.threw ? "threw, left " : "left ") + outcome.now;
+  try {
+    subject.act();
+  } catch (const std::exception& failure) {
+    return std::string("then threw ") + failure.what();
+  }
+  if (row.allowed != started && subject.state() != done) return "then left " + subject.state();
+  return "";
+}
+
+/// The same with what it leaks. What is made once and kept for the process is no leak.
+std::string failTwiceAt(const Operation& row, long number, const std::string& done, bool& reached) {
+  long held = 0;
+  for (int round = 0; round < 2; ++round) {
+    held = vu::test::blocksHeld;
+    std::string complaint = failAt(row, number, done, reached);
+    if (!complaint.empty()) return complaint;
+  }
+  return vu::test::blocksHeld == held ? "" : "leaks";
+}
+
+void survives(const std::vector<Operation>& rows) {
+  for (const Operation& row : rows) {
+    std::string done;
+    {
+      const Subject subject = row.prepare();
+      subject.act();
+      done = subject.state();
+    }
+    for (const bool forGood : {false, true}) {
+      vu::test::staysEmpty = forGood;
+      std::string complaint;
+      long number = 0;
+      for (bool reached = true; reached && complaint.empty(); ++number) {
+        complaint = failTwiceAt(row, number, done, reached);
+      }
+      EXPECT_EQ("", complaint) << row.what << ", allocation " << number - 1
+                               << (forGood ? " and all behind it" : "");
+      EXPECT_LT(1, number) << row.what << " allocates nothing";
+    }
+    vu::test::staysEmpty = false;
+  }
+}
+
+/// A row for `act` on what `make` gives.
+template <typename Make, typename Act, typename State>
+Operation change(const char* what, Make make, Act act, State state,
+                 bool (*allowed)(const Outcome&) = whole, const char* message = nullptr) {
+  const auto prepare = [make, act, state] {
+    const auto object = std::shared_ptr(make());
+    return Subject{[object, act] { act(*object); }, [object, state] { return state(*object); }};
+  };
+  return {what, prepare, allowed, message};
+}
+
+/// A row for a constructor, as `make` calls it.
+template <typename Make, typename State>
+Operation construction(const char* what, Make make, State state, const char* message = nullptr,
+                       bool (*allowed)(const Outcome&) = whole) {
+  const auto none = [] { return std::make_unique<decltype(make())>(); };
+  return change(
+      what, none, [make](auto& holder) { holder = make(); },
+      [state](const auto& holder) { return holder ? state(*holder) : "none"; }, allowed, message);
+}
+
+/// A row for an operation of which nothing is left but a text.
+template <typename Action>
+Operation result(const char* what, Action action, bool (*allowed)(const Outcome&) = whole) {
+  return change(
+      what, [] { return std::make_unique<std::string>(); },
+      [action](std::string& text) {
+        std::string made = action();
+        text.swap(made);
+      },
+      [](const std::string& text) { return text; }, allowed);
+}
+
+/// A row for a failure: its text needs memory, too.
+template <typename Action>
+Operation refusal(const char* what, Action action, bool (*allowed)(const Outcome&) = whole) {
+  return result(
+      what, [action] { return messageOf(action); }, allowed);
+}
+
+const std::string kLong = "a-text-that-is-too-long-for-the-room-that-a-string-has-in-itself";
+const int kLength = static_cast<int>(kLong.size());
+
+TEST(Failures, Foundation) {
+  const auto what = [](const vu_exception& e) { return std::string(e.what()); };
+  const auto make = [] { return std::make_unique<vu_exception>("short"); };
+  const auto unsignedBytes = [] { return reinterpret_cast<const unsigned char*>(kLong.data()); };
+  survives({
+      construction(
+          "vu_exception", [] { return std::make_unique<vu_exception>(kLong); }, what),
+      construction(
+          "vu_exception(pointer)", [] { return std::make_unique<vu_exception>(kLong.c_str()); },
+          what),
+      change(
+          "vu_exception =", make, [](vu_exception& e) { e = vu_exception(kLong); }, what),
+      result("findValueByString",
+             [] { return val2str(findValueByString("QUERY_TYPE_NOT_FOUND", statusTable, 999)); }),
+      refusal("findValueByString, unknown", [] { findValueByString(kLong, statusTable, 999); }),
+      refusal("findStringByValue, unknown", [] { findStringByValue(7, statusTable, 999); }),
+      refusal("str2val<int>, bad", [] { str2val<int>(kLong); }),
+      refusal("str2val<float>, bad", [] { str2val<float>(kLong); }),
+      result("str2val<string>", [] { return str2val<std::string>(kLong); }),
+      result("str2val by stream",
+             [] {
+               static const std::string text = "0.5" + std::string(900, '0');
+               return std::string(str2val<long double>(text) == 0.5L ? "half" : "other");
+             }),
+      result("val2str<long>", [] { return val2str(LONG_MAX, -1, std::oct); }),
+      result("val2str<double>", [] { return val2str(1e300, 9); }),
+      result("printHexical", [=] { return printHexical(unsignedBytes(), 60, 7, true); }),
+  });
+}
+
+std::string stateOf(const vu_pcre& pattern) {
+  int vector[9] = {};
+  std::string state = val2str(pattern.match("xab", 3, 0, 0, vector, 9)) + ":";
+  for (const int* offsets : {static_cast<const int*>(vector), pattern.results()}) {
+    for (int i = 0; i < 4; ++i) state += " " + val2str(offsets[i]);
+  }
+  return state;
+}
+
+TEST(Failures, Pattern) {
+  using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
+  const auto make = [] { return std::make_unique<vu_pcre>("(a+)(b)", 3, -1); };
+  const auto makePairs = [] { return std::make_unique<NvalPcre>("(a+)(b)"); };
+  const auto state = [](const vu_pcre& p) { return stateOf(p); };
+  static const vu_pcre back("(a)\\1", 1, -1);
+  static vu_pcre small("(a+)(b)", 2, -1);
+  static vu_pcre all(".*", 1, -1);
+  static NvalPcre nval("(a)=(b)");
+  all.execute(kLong.data(), kLength, 0, 0);
+  survives({
+      construction("vu_pcre", make, state, "PCRE Compile "),
+      construction("NvalPcre", makePairs, state, "PCRE Compile "),
+      refusal("vu_pcre, bad pattern", [] { const vu_pcre bad("a(", 1, -1); }),
+      change(
+          "execute, often", make,
+          [](vu_pcre& p) {
+            for (int i = 0; i < 200; ++i) p.execute("xaab", 4, 0, 0);
+          },
+          state),
+      refusal("execute, small vector", [] { small.execute("ab", 2, 0, 0); }),
+      result(
+          "match, a reference back",
+          [] {
+            int vector[3];
+            return val2str(back.match("aa", 2, 0, 0, vector, 3));
+          },
+          // PCRE's own result is no exception.
+          [](const Outcome& o) { return o.now == o.done || (!o.threw && o.now == "-6"); }),
+      result("getResultStr", [] { return all.getResultStr(0, kLong.data()); }),
+      refusal("getResultStr, out of range", [] { all.getResultStr(1, ""); }),
+      change(
+          "insertNV2List", [] { return std::make_unique<Pairs>(); },
+          [](Pairs& list) { insertNV2List(list, nval, "a=b a=b a=b", 0); },
+          [](const Pairs& list) { return std::string(list.size(), '.'); }, started),
+  });
+}
+
+std::string stateOf(const xmldata& tree) {
+  std::stringstream text;
+  tree.displayText(text, 0);
+  return text.str();
+}
+
+TEST(Failures, Xml) {
+  static const std::string text = "<a x='" + kLong + "'><b>" + kLong + "</b><c/></a><ab>x</ab>";
+  static const int length = static_cast<int>(text.size());
+  static vu_pcrexml parser;
+  static const std::unique_ptr<const xmldata> tree(parser.execute(text.c_str(), kLong.c_str()));
+  const auto state = [](const xmldata& node) { return stateOf(node); };
+  const auto leaf = [] { return std::make_unique<xmldata>("data", 4, nullptr, 0); };
+  const auto stream = [] { return std::make_unique<std::stringstream>(); };
+  const auto written = [](const std::stringstream& out) { return out.str(); };
+  /// To a stream that hands on what goes wrong.
+  const auto printing = [=](const char* what, auto print) {
+    return change(
+        what, stream,
+        [print](std::stringstream& out) {
+          out.clear();
+          out.exceptions(std::ios::badbit);
+          print(out);
+        },
+        written, started);
+  };
+  survives({
+      construction("xmldata", leaf, state),
+      change(
+          "addData", leaf,
+          [=](xmldata& node) {
+            auto child = leaf();
+            node.addData(child.get());
+            child.release();
+          },
+          state, started),
+      result("attribute", [] { return tree->child("a")->attribute("x"); }),
+      result("tagString", [] { return tree->tagString(); }),
+      result("attrsString", [] { return tree->child("a")->attrsString(); }),
+      result("ctextString", [] { return tree->child("a")->child("b")->ctextString(); }),
+      refusal("stringLen, empty", [] { const stringLen empty("", 0); }),
+      printing("display 0", [](std::stringstream& out) { tree->display(1, 0, out); }),
+      printing("display 1", [](std::stringstream& out) { tree->display(1, 1, out); }),
+      printing("display 2", [](std::stringstream& out) { tree->display(1, 2, out); }),
+      printing("displayText", [](std::stringstream& out) { tree->displayText(out, 0); }),
+      printing("displayXML", [](std::stringstream& out) { tree->displayXML(out, 0, 1); }),
+      construction(
+          "vu_pcrexml", [] { return std::make_unique<vu_pcrexml>(); },
+          [](const vu_pcrexml&) { return "made"; }, "PCRE Compile "),
+      construction(
+          "execute", [] { return std::unique_ptr<xmldata>(parser.execute(text.c_str(), "data")); },
+          state),
+      refusal("execute, no match",
+              [] { const std::unique_ptr<xmldata> none(parser.execute("text", "data")); }),
+      change(
+          "subpattern", leaf, [](xmldata& node) { parser.subpattern(&node, text.data(), length); },
+          state, started),
+      change(
+          "composeXmldata", leaf,
+          [](xmldata& node) {
+            static int offsets[18];
+            static const vu_pcre element("<(\\w+)\\s*([^>]*)>(.*)</\\1>", 6, -1);
+            const int rc = element.match(text.data(), length, 0, 0, offsets, 18);
+            parser.composeXmldata(&node, text.data(), length, offsets, rc);
+          },
+          state, started),
+  });
+}
+
+std::string stateOf(const vu_getopt& parser) {
+  std::string state;
+  for (int i = 0; i < parser.optCount(); ++i) {
+    const config_helper& record = parser.params()[i];
+    const bool flag = record.type == 'b';
+    state += std::string(record.name) + " " +
+             (flag ? val2str(flagCount(record.value)) : record.value) + " (" + parser.origin(i) +
+             ")\n";
+  }
+  return state;
+}
+
+std::string stateOf(const vu_config& store) {
+  std::string state;
+  for (const char* name : {"debug", "isdaemon", "userdata", "systemID", "own", kLong.c_str()}) {
+    state += messageOf([&] {
+      state += std::string(name) + " " + store.getParam(name) + " (" + store.origin(name) + ")";
+    });
+    state += "\n";
+  }
+  return state;
+}
+
+TEST(Failures, Config) {
+  static const TemporaryFile file("\nuserdata " + kLong + "\n# none\nisdaemon 3\nsystemID x\n");
+  static char name[] = "daemon", d[] = "-D", c[] = "-c", x[] = "-x", key[] = "user=short",
+              v[] = "-v7";
+  static char* const argv[] = {name, d, x, key, v, c, const_cast<char*>(file.path()), d, nullptr};
+  static const int argc = 8;
+  static const std::string line = "userdata " + kLong + kLong;
+  static const config_helper records[] = {
+      {kLong.c_str(), 's', kLong.c_str()}, {"own", 'b', flagValue(3)}, {nullptr, 0, nullptr}};
+  static const vu_getopt usual(argc, argv, nullptr);
+  static vu_config loaded(nullptr);
+  loaded.initConfig(argc, argv, nullptr);
+  const auto parser = [] { return std::make_unique<vu_getopt>(argc, argv, nullptr); };
+  const auto fresh = [] { return std::make_unique<vu_getopt>(0, nullptr, nullptr); };
+  const auto state = [](const auto& object) { return stateOf(object); };
+  const auto store = [] {
+    auto made = std::make_unique<vu_config>(nullptr);
+    made->initConfig(1, argv, nullptr);
+    made->setParam("systemID", "by the program", 's');
+    return made;
+  };
+  const char* const fileError = "Cannot ";
+  survives({
+      construction("vu_getopt", parser, state, fileError),
+      change(
+          "getOptions", parser, [](vu_getopt& p) { p.getOptions(); }, state, anything, fileError),
+      change(
+          "setOptions", fresh, [](vu_getopt& p) { p.setOptions('c', file.path()); }, state,
+          anything, fileError),
+      change(
+          "setConfigFile", fresh, [](vu_getopt& p) { p.setConfigFile(file.path()); }, state,
+          anything, fileError),
+      change(
+          "parseConfigLine", parser, [](vu_getopt& p) { p.parseConfigLine(line); }, state),
+      refusal(
+          "parseConfigLine, unknown",
+          [] { vu_getopt(0, nullptr, nullptr).parseConfigLine("unknown-name-of-some-length x"); }),
+      refusal("setOptions, bad",
+              [] { vu_getopt(0, nullptr, nullptr).setConfigFile("/nowhere/at/all"); }),
+      refusal("usageMsg", [] { usual.usageMsg(); }),
+      refusal("getOptItem, unknown",
+              [] {
+                int type = 0;
+                usual.getOptItem(kLong.c_str(), type);
+              }),
+      result("origin", [] { return usual.origin(9); }),
+      refusal("origin, out of range", [] { static_cast<void>(usual.origin(99)); }),
+      construction(
+          "vu_config", [] { return std::make_unique<vu_config>(records); }, state),
+      change(
+          "initConfig", store, [](vu_config& s) { s.initConfig(argc, argv, nullptr); }, state,
+          whole, fileError),
+      change(
+          "reload", store, [](vu_config& s) { s.reload(argc, argv, nullptr); }, state, whole,
+          fileError),
+      change(
+          "configParams", store, [](vu_config& s) { s.configParams(records); }, state),
+      change(
+          "setConfParam", store, [](vu_config& s) { s.setConfParam(records); }, state),
+      change(
+          "setParam", store, [](vu_config& s) { s.setParam("own", kLong.c_str(), 's'); }, state),
+      change(
+          "setParam, known", store,
+          [](vu_config& s) { s.setParam("userdata", kLong.c_str(), 's'); }, state),
+      result("vu_config::origin", [] { return loaded.origin("userdata"); }),
+  });
+}
+
+std::string stateOf(const vu_cctld& table) {
+  std::string state = val2str(table.suffixCount()) + " suffixes, " + val2str(table.maxLabels()) +
+                      " labels, " + table.defaultDomain() + "\n";
+  for (const char* url : {"a.b.co.xy", "a.b.ltd.zz", "a.A.xy", "x.a-long-label-indeed.ltd.xy"}) {
+    state.append(table.classify(url).domain).append(" ");
+    state.append(table.classify(url, vu_match::publicSuffix).domain).append("\n");
+  }
+  return state;
+}
+
+TEST(Failures, Domain) {
+  static const TemporaryFile old("co.xy 3\nzz 2\n");
+  static const TemporaryFile file("ltd.xy 5\na-long-label-indeed.ltd.xy 5\n*.zz 3\nA.XY 4\n");
+  static const TemporaryFile bad("a-long-label-indeed.ltd.xy 5\nbroken\n");
+  static const vu_cctld usual(old.path(), kLong.c_str());
+  static vu_cctld other(old.path());
+  const auto table = [] { return std::make_unique<vu_cctld>(old.path(), "corp.xy"); };
+  const auto state = [](const vu_cctld& t) { return stateOf(t); };
+  const auto lookUp = [](const char* url) {
+    return [url] {
+      unsigned ip = 0;
+      std::string domain = "before";
+      usual.lookup(url, domain, ip);
+      return domain;
+    };
+  };
+  survives({
+      construction(
+          "vu_cctld", [] { return std::make_unique<vu_cctld>(file.path(), kLong.c_str()); }, state,
+          "PCRE Compile ", cleared),
+      change(
+          "initSet", table, [](vu_cctld& t) { t.initSet(file.path()); }, state, cleared),
+      change(
+          "reload", table, [](vu_cctld& t) { t.reload(file.path()); }, state),
+      refusal("reload, bad", [] { other.reload(bad.path()); }),
+      refusal("reload, missing", [] { other.reload("/nowhere/at/all"); }),
+      result("lookup", lookUp("http://www.a-domain-of-some-length.xy/")),
+      result("lookup, completed", lookUp("http://host/")),
+      refusal("lookup, not a domain", lookUp("a@b")),
+      refusal("lookup, pure", lookUp("co.xy")),
+      refusal("lookup, empty", lookUp(nullptr)),
+  });
+}
+
+using Byte = unsigned char;
+
+const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
+
+std::string keyState() { return printHexical(vu_crypto::cipherkey_, 128, 0, false); }
+
+/// An engine with what its last message came to.
+struct Engine {
+  Engine(int mode, const EVP_CIPHER* cipher)
+      : engine(mode, cipher, nullptr, nullptr, 0, 1), out(200, '?') {}
+
+  void run(const std::string& in) {
+    engine.cipheranalyse(bytes(in), static_cast<int>(in.size()), out.data(), 200);
+  }
+  std::string state() const { return printHexical(out.data(), 200, 0, false) + keyState(); }
+
+  vu_crypto engine;
+  std::vector<Byte> out;
+};
+
+TEST(Failures, Crypto) {
+  const auto state = [](const Engine& e) { return e.state(); };
+  const auto message = [=](const char* what, int mode, const EVP_CIPHER* cipher,
+                           const std::string& in) {
+    return change(
+        what, [=] { return std::make_unique<Engine>(mode, cipher); },
+        [in](Engine& e) { e.run(in); }, state, anything, "Cipher ");
+  };
+  vu::test::inChild([=] {
+    Engine aes(1, nullptr);
+    aes.run(kLong);
+    const std::string ciphertext(aes.out.begin(), aes.out.begin() + 80);
+    static vu_crypto usual(1, 0, nullptr, nullptr, 0, 1);
+    static vu_crypto deciphering(0, 0, nullptr, nullptr, 0, 1);
+    survives({
+        message("AES", 1, nullptr, kLong),
+        message("AES, deciphering", 0, nullptr, ciphertext),
+        message("RC4", 1, EVP_rc4(), kLong),
+        message("AES-128", 1, EVP_aes_128_cbc(), kLong),
+        message("ChaCha20", 1, EVP_chacha20(), kLong),
+        refusal(
+            "AES, bad",
+            [] {
+              Byte out[200];
+              deciphering.cleanCipher();
+              deciphering.cipheranalyse(bytes("some ciphertext?"), 16, out, 200);
+            },
+            [](const Outcome& o) { return o.threw || o.now.rfind("Cipher ", 0) == 0; }),
+        result("print_info", [] { return usual.print_info(); }),
+        refusal("ciphersize, bad", [] { usual.ciphersize(-1); }),
+        construction(
+            "vu_crypto", [] { return std::make_unique<Engine>(1, EVP_rc4()); }, state),
+        construction(
+            "vu_crypto, the first",
+            [] {
+              std::fill_n(vu_crypto::cipherkey_, 128, Byte{0});
+              return std::make_unique<vu_crypto>(1, 0, "phrase", bytes("salt"), 4, 3);
+            },
+            [](const vu_crypto&) { return keyState(); }, nullptr,
+            [](const Outcome& o) { return whole(o) || o.now == std::string(256, '0'); }),
+    });
+  });
+}
+
+/// What the headers promise to need no memory.
+TEST(Failures, NoneWhereNothingIsAllocated) {
+  static const vu_pcre pattern("(a+)(b)", 3, -1);
+  static vu_config store(nullptr);
+  store.setParam("port", "8080", 'p');
+  xmldata node("data", 4, nullptr, 0);
+  vu_data<int*, 20> record(bytes(kLong));
+  pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
+  const long before = vu::test::allocations;
+  int vector[9];
+  EXPECT_EQ(3, pattern.match("xab", 3, 0, 0, vector, 9));
+  EXPECT_EQ(8080, store.getConfItem("port").asUShort);
+  node.setContext("text", 4);
+  EXPECT_TRUE(record.isKey(bytes(kLong)));
+  EXPECT_NE(hashfunctor<char*>()(kLong.c_str()), hashfunctor<unsigned int>()(7U));
+  EXPECT_TRUE(vu_readlock(lock, 5).owns_lock());
+  EXPECT_TRUE(vu_writelock(lock).owns_lock());
+  EXPECT_EQ(10U, numericLength(4294967295U));
+  EXPECT_EQ(0.5, str2val<double>("0.5"));
+  EXPECT_EQ(before, vu::test::allocations);
+}
+
+/// What is made once in a process.
+struct First {
+  const char* what;
+  std::string (*before)();  ///< Succeeds.
+  std::string (*act)();
+  const char* done;
+  const char* message;  ///< As in Operation.
+  bool tellsAgain;      ///< Whether the second try may say the same as the first.
+  bool forGood;         ///< Whether memory may also run out for good.
+  long step;
+  long most;
+};
+
+std::string firstLine() {
+  vu_getopt parser(0, nullptr, nullptr);
+  parser.parseConfigLine("debug 7");
+  int type = 0;
+  return parser.getOptItem("debug", type);
+}
+
+std::string lengthOfMessage(const EVP_CIPHER* cipher) {
+  Byte out[32];
+  vu_crypto engine(1, cipher, nullptr, nullptr, 0, 1);
+  return val2str(engine.cipheranalyse(bytes("text"), 4, out, 32));
+}
+
+/// What there is to complain of when allocation `number` fails in the first try of a process.
+std::string failFirst(const First& row, long number) {
+  row.before();
+  std::string message;
+  vu::test::failures = 0;
+  vu::test::allocationsLeft = number;
+  try {
+    message = messageOf(row.act);
+  } catch (const std::bad_alloc&) {
+  }
+  vu::test::allocationsLeft = -1;
+  if (!message.empty() && message.rfind(row.message, 0) != 0) return "threw " + message;
+  std::string made;
+  message = messageOf([&] { made = row.act(); });
+  if (row.tellsAgain && message.rfind(row.message, 0) == 0) return "";
+  return made == row.done ? "" : "then made " + made + message;
+}
+
+/// How the child process ends that tries: 0, 1 for a complaint, 2 when the failure was not reached.
+int statusOfFirst(const First& row, long number) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    const std::string complaint = failFirst(row, number);
+    EXPECT_EQ("", complaint) << row.what << ", allocation " << number;
+    std::fflush(nullptr);
+    _exit(!complaint.empty() ? 1 : vu::test::failures > 0 ? 0 : 2);
+  }
+  int status = 0;
+  EXPECT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_TRUE(WIFEXITED(status)) << row.what << ", allocation " << number << ": " << status;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+}
+
+/// The first try fails, the second succeeds. Of the thousands of allocations that OpenSSL makes when
+/// it starts some fail; where its own context cannot be made, it stays without. RC4 has a context of
+/// our own: behind the first hundred allocations stands the loading of a provider, and there OpenSSL
+/// 3.0 crashes itself when some of them fail.
+TEST(Failures, FirstOfTheProcess) {
+  const char* const initFailed = "Cipher Init failed : ";
+  const auto nothing = [] { return std::string(); };
+  const auto aes = [] { return lengthOfMessage(nullptr); };
+  const auto rc4 = [] { return lengthOfMessage(EVP_rc4()); };
+  const First rows[] = {
+      {"parseConfigLine", nothing, firstLine, "7", "PCRE Compile ", false, true, 1, 1000},
+      {"AES", nothing, aes, "16", initFailed, true, true, 211, 100000},
+      {"RC4", aes, rc4, "4", initFailed, false, false, 1, 100},
+  };
+  for (const First& row : rows) {
+    for (const bool forGood : {false, true}) {
+      if (forGood && !row.forGood) continue;
+      vu::test::staysEmpty = forGood;
+      long number = 0;
+      int status = 0;
+      for (; status == 0 && number < row.most; number += row.step) {
+        status = statusOfFirst(row, number);
+      }
+      EXPECT_EQ(number < row.most ? 2 : 0, status) << row.what << (forGood ? ", for good" : "");
+      EXPECT_LT(3 * row.step, number) << row.what;
+    }
+  }
+  vu::test::staysEmpty = false;
+}
+
+}  // namespace

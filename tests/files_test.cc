@@ -1,0 +1,322 @@
+// Files that cannot be read, or not to their end, and outputs that cannot be written: by the
+// library's readers and by every command of the tool.
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "tests/shell.h"
+#include "tests/support.h"
+#include "vu/config.h"
+#include "vu/domain.h"
+
+using vu::test::messageOf;
+using vu::test::Result;
+using vu::test::run;
+using vu::test::says;
+using vu::test::TemporaryFile;
+
+namespace {
+
+constexpr uid_t kNobody = 65534;
+
+/// A file of which a page can be read, and then nothing: the memory of a process that has nothing
+/// but a page at its beginning. Who has not the privilege for such a page gets no file.
+class BrokenFile {
+ public:
+  explicit BrokenFile(const std::string& text) {
+    constexpr std::size_t size = 4096;
+    int ends[2];
+    if (pipe(ends) != 0) return;
+    child_ = fork();
+    if (child_ == 0) {
+      const std::string page = text + std::string(size - text.size(), '\n');
+      const int memory = open("/proc/self/mem", O_RDWR);
+      if (mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1,
+               0) == MAP_FAILED ||
+          pwrite(memory, page.data(), size, 0) != static_cast<ssize_t>(size) ||
+          write(ends[1], "", 1) != 1) {
+        _exit(1);
+      }
+      while (true) pause();
+    }
+    close(ends[1]);
+    char byte = 0;
+    if (read(ends[0], &byte, 1) == 1) path_ = "/proc/" + std::to_string(child_) + "/mem";
+    close(ends[0]);
+  }
+  BrokenFile(const BrokenFile&) = delete;
+  BrokenFile& operator=(const BrokenFile&) = delete;
+  ~BrokenFile() {
+    kill(child_, SIGKILL);
+    waitpid(child_, nullptr, 0);
+  }
+
+  /// "" when there is none.
+  const std::string& path() const { return path_; }
+
+ private:
+  pid_t child_ = -1;
+  std::string path_;
+};
+
+/// A named pipe, into which somebody writes pieces one after the other.
+class SlowFile {
+ public:
+  explicit SlowFile(std::vector<std::string> pieces) {
+    unlink(file_.path());
+    if (mkfifo(file_.path(), 0600) != 0) throw std::runtime_error("no named pipe");
+    writer_ = std::thread([this, pieces = std::move(pieces)] {
+      const int file = open(file_.path(), O_WRONLY);
+      for (const std::string& piece : pieces) {
+        EXPECT_EQ(static_cast<ssize_t>(piece.size()), write(file, piece.data(), piece.size()));
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      }
+      close(file);
+    });
+  }
+  SlowFile(const SlowFile&) = delete;
+  SlowFile& operator=(const SlowFile&) = delete;
+  ~SlowFile() { writer_.join(); }
+
+  const char* path() const { return file_.path(); }
+
+ private:
+  TemporaryFile file_;
+  std::thread writer_;
+};
+
+/// A line that is a setting as well as a record of a definition file.
+constexpr char kLine[] = "debug 7\n";
+
+/// What both of the library's readers make of a file, and what they leave behind.
+void checkReaders(const std::string& path, const std::string& tableMessage, int suffixesLeft,
+                  const std::string& settingsMessage, const char* debugLeft) {
+  const TemporaryFile good("co.xy 3\nnet.xy 3\n");
+  vu_cctld table(good.path());
+  EXPECT_EQ(tableMessage, messageOf([&] { table.reload(path.c_str()); }));
+  EXPECT_EQ(2, table.suffixCount());
+  EXPECT_EQ("b.co.xy", table.classify("a.b.co.xy").domain);
+  EXPECT_EQ(tableMessage, messageOf([&] { table.initSet(path.c_str()); }));
+  EXPECT_EQ(suffixesLeft, table.suffixCount());
+  EXPECT_EQ("co.xy", table.classify("a.b.co.xy").domain);
+
+  vu_getopt parser(0, nullptr, nullptr);
+  EXPECT_EQ(settingsMessage, messageOf([&] { parser.setConfigFile(path.c_str()); }));
+  int type = 0;
+  EXPECT_STREQ(debugLeft, parser.getOptItem("debug", type));
+  vu_config store(nullptr);
+  store.setParam("debug", "9", 'd');
+  std::string name = "daemon", file = "-c" + path;
+  char* const arguments[] = {name.data(), file.data(), nullptr};
+  EXPECT_EQ(settingsMessage, messageOf([&] { store.initConfig(2, arguments, nullptr); }));
+  EXPECT_EQ("9", store.getParam("debug"));
+}
+
+std::string openError(const std::string& path, int error) {
+  return "Top level domain definition file [" + path + "] open error : " + std::strerror(error);
+}
+
+std::string readError(int record) {
+  return "Top level domain : Read Error at [" + std::to_string(record) + "]-th record";
+}
+
+TEST(Files, ReadersTellWhatTheyCannotRead) {
+  checkReaders("/proc/self/mem", readError(1), 0, "Cannot open configuration file [/proc/self/mem]",
+               "2");
+  const TemporaryFile file(kLine);
+  chmod(file.path(), 0);
+  vu::test::inChild([&] {
+    ASSERT_TRUE(getuid() != 0 || seteuid(kNobody) == 0);
+    const std::string path = file.path();
+    checkReaders(path, openError(path, EACCES), 0, "Cannot open configuration file [" + path + "]",
+                 "2");
+  });
+}
+
+TEST(Files, ReadersTellWhereReadingFails) {
+  const BrokenFile file(kLine);
+  if (file.path().empty()) GTEST_SKIP() << "no page at address 0 for this user";
+  checkReaders(file.path(), readError(2), 1, "Cannot read configuration file [" + file.path() + "]",
+               "7");
+}
+
+/// Files that grow while they are read, and end somewhere.
+TEST(Files, ReadersWaitForMore) {
+  const struct {
+    std::vector<std::string> pieces;
+    std::string table;
+    std::string debug;
+  } rows[] = {
+      {{"debug 7\nisda", "emon 3"}, "2", "7"},
+      {{"deb", "ug", " ", "7\n"}, "1", "7"},
+      {{"debug 7\nisdaemon"}, readError(2), "7"},
+      {{"debug 3", "7\n\n", "user"}, readError(2), "37"},
+      {{""}, readError(1), "2"},
+  };
+  for (const auto& row : rows) {
+    std::string got;
+    vu_cctld table(nullptr);
+    got = messageOf([&] { got = val2str(table.initSet(SlowFile(row.pieces).path())); }) + got;
+    EXPECT_EQ(row.table, got) << row.pieces[0];
+    vu_getopt parser(0, nullptr, nullptr);
+    parser.setConfigFile(SlowFile(row.pieces).path());
+    int type = 0;
+    EXPECT_EQ(row.debug, parser.getOptItem("debug", type)) << row.pieces[0];
+  }
+}
+
+// -----------------------------------------------------------------------------------------------
+// The tool
+
+/// With FILE replaced.
+std::string with(std::string command, const std::string& path) {
+  return command.replace(command.find("FILE"), 4, path);
+}
+
+TEST(Files, CommandsTellWhatTheyCannotRead) {
+  const BrokenFile broken(kLine);
+  const TemporaryFile closed(kLine);
+  chmod(closed.path(), 0);
+  struct Bad {
+    std::string path;
+    std::string message;
+    std::string asTable;     ///< Where the library reads it as a table,
+    std::string asSettings;  ///< and as a configuration file.
+    std::string as;          ///< In front of the tool.
+  };
+  std::vector<Bad> files = {
+      {"/nowhere", "open /nowhere: No such file or directory", "", "open", ""},
+      {"/tmp", "read /tmp: Is a directory", "", "open", ""},
+      {"/proc/self/mem", "read /proc/self/mem: Input/output error", readError(1), "open", ""}};
+  const std::string path = broken.path();
+  if (!path.empty()) {
+    files.push_back({path, "read " + path + ": Input/output error", readError(2), "read", ""});
+  }
+  const std::string nobody =
+      getuid() == 0 ? "setpriv --reuid=65534 --clear-groups '" VU_TOOL "' " : "vu ";
+  if (run(nobody + "--version").status == 0) {
+    files.push_back({closed.path(), std::string("open ") + closed.path() + ": Permission denied",
+                     "", "open", nobody});
+  }
+  for (const Bad& bad : files) {
+    const std::string cannot = ": cannot " + bad.message + "\n";
+    const struct {
+      const char* command;
+      std::string err;
+    } rows[] = {
+        {"classify --summary a.b -f FILE", cannot},
+        {"classify a.b -s FILE", bad.asTable.empty() ? cannot : bad.asTable},
+        {"suffixes build FILE", cannot},
+        {"suffixes check FILE", cannot},
+        {"xml FILE", cannot},
+        {"pairs FILE", cannot},
+        {"encipher FILE", cannot},
+        {"encipher --passphrase-file FILE /dev/null", cannot},
+        {"decipher FILE", cannot},
+        {"settings -- -c FILE",
+         "Cannot " + bad.asSettings + " configuration file [" + bad.path + "]\n"},
+    };
+    for (const auto& row : rows) {
+      const Result result = run((bad.as.empty() ? "vu " : bad.as) + with(row.command, bad.path));
+      EXPECT_EQ(1, result.status) << row.command << bad.path;
+      EXPECT_TRUE(says(result.err, row.err)) << row.command << bad.path;
+    }
+  }
+  EXPECT_TRUE(path.empty() ||
+              says(run("vu hash <" + path).err, "cannot read standard input: Input"));
+}
+
+TEST(Files, CommandsTellWhatTheyCannotWrite) {
+  const struct {
+    const char* command;
+    const char* input;
+  } rows[] = {
+      {"classify", "a.b\n"},
+      {"classify a.b", ""},
+      {"settings", ""},
+      {"settings --check", ""},
+      {"suffixes build -", "xy\n"},
+      {"suffixes check -", "xy 2\n"},
+      {"xml", "<a/>"},
+      {"xml --format xml", "<a/>"},
+      {"pairs", "a=b"},
+      {"hash", "a\n"},
+      {"hash a", ""},
+      {"encipher", "a"},
+      {"encipher | vu decipher", "a"},
+      {"encipher --info", ""},
+      {"status", ""},
+      {"status 0", ""},
+      {"--help", ""},
+      {"--version", ""},
+  };
+  for (const auto& row : rows) {
+    const std::string command = std::string("vu ") + row.command;
+    const Result full = run(command + " >/dev/full", row.input);
+    EXPECT_EQ(1, full.status) << row.command;
+    EXPECT_TRUE(says(full.err, "cannot write standard output: No space left on device\n"))
+        << row.command;
+    // A reader that goes away has had enough.
+    const Result gone =
+        run("{ { sleep 0.02; " + command + "; echo $? >&3; } | :; } 3>&1", row.input);
+    EXPECT_EQ("0\n", gone.out) << row.command;
+    EXPECT_EQ(std::string::npos, gone.err.find("cannot")) << gone.err;
+  }
+}
+
+TEST(Files, AFullDiskLeavesNothingHalfMade) {
+  const std::string disk =
+      "unshare -m sh -c 'd=$(mktemp -d); mount -t tmpfs -o size=64k none $d && cd $d || exit; ";
+  const std::string end = "cd /; umount $d; rmdir $d'";
+  if (run(disk + end).status != 0) GTEST_SKIP() << "no file system of our own here";
+  const Result result = run(
+      disk + "echo old >old; yes | head -c 90000 | " VU_TOOL " encipher - new; " +
+      "yes | head -c 90000 | " VU_TOOL " encipher --force - old; " +
+      "yes example | head -n 9000 | " VU_TOOL " suffixes build - -o old; ls -A; cat old; " + end);
+  EXPECT_EQ("old\nold\n", result.out);
+  for (const char* name : {"new", "old"}) {
+    EXPECT_TRUE(says(result.err, std::string("cannot write ") + name + ": No space left on dev"));
+  }
+}
+
+/// A signal that would end the process waits while a file is being written.
+TEST(Files, ASignalLeavesNothingHalfMade) {
+  namespace fs = std::filesystem;
+  const TemporaryFile in(std::string(40000000, 'x'));
+  std::string folder = "/tmp/vu-test-XXXXXX";
+  ASSERT_NE(nullptr, mkdtemp(folder.data()));
+  const std::string out = folder + "/out";
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+    bool held = false;
+    for (int i = 0; i < 20 && !held; ++i) {
+      const pid_t child = fork();
+      if (child == 0) {
+        execl(VU_TOOL, "vu", "encipher", "--iterations", "1", in.path(), out.c_str(), nullptr);
+        _exit(127);
+      }
+      // As soon as there is something.
+      for (int waits = 0; fs::is_empty(folder) && waits < 100000; ++waits) usleep(50);
+      kill(child, signal);
+      int status = 0;
+      ASSERT_EQ(child, waitpid(child, &status, 0));
+      held = WIFSIGNALED(status) && WTERMSIG(status) == signal;
+      const auto files = std::distance(fs::directory_iterator(folder), {});
+      EXPECT_EQ(1, files) << signal;
+      EXPECT_EQ(40000016U, fs::file_size(out)) << signal;
+      fs::remove(out);
+    }
+    EXPECT_TRUE(held) << signal;
+  }
+  fs::remove_all(folder);
+}
+
+}  // namespace

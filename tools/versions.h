@@ -1,0 +1,16 @@
+// What this program is made of.
+
+#ifndef VU_TOOLS_VERSIONS_H_
+#define VU_TOOLS_VERSIONS_H_
+
+#include <string>
+
+namespace vu::tool {
+
+/// "vu VERSION", then a line for each library: its name and the version that this process runs
+/// with, or for one that is all headers was built with. No line end behind the last.
+std::string versions();
+
+}  // namespace vu::tool
+
+#endif  // VU_TOOLS_VERSIONS_H_
