@@ -99,7 +99,10 @@ SuffixTree::Node SuffixTree::childOrNew(Node parent, std::string_view label) {
   const auto node = static_cast<Node>(nodes_.size());
   const auto text = static_cast<std::uint32_t>(texts_.size());
   texts_ += label;
-  if (parent != kRoot && nodes_[parent].parent == kRoot) (texts_ += '.') += labelOf(parent);
+  if (parent != kRoot && nodes_[parent].parent == kRoot) {
+    texts_ += '.';
+    texts_ += labelOf(parent);  // a view of the same string, which the dot may have moved
+  }
   nodes_.push_back({parent, text, static_cast<std::uint16_t>(label.size()), 0});
   *freeSlot(slots_, hash) = {hash, node};
   return node;

@@ -58,7 +58,10 @@ make_root() {
   if [ "$(cat "$root/made-for-libvu" 2>/dev/null)" = "$made" ]; then return; fi
 
   echo "Making a Debian root in $root"
-  rm -rf --one-file-system "$root" "$root.new"
+  # A root that is not whole never has the name of one, not even while it is removed.
+  rm -rf --one-file-system "$root.old" "$root.new"
+  [ ! -e "$root" ] || mv "$root" "$root.old"
+  rm -rf --one-file-system "$root.old"
   if ! timeout --kill-after=10 $limit debootstrap --arch="$1" --variant=minbase --include="$2" \
          "$suite" "$root.new" "$mirror" >"$root.log" 2>&1; then
     tail -n 20 "$root.log" >&2

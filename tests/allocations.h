@@ -1,5 +1,5 @@
-// Counts what the allocators under the library hand out, and makes them fail: operator new, and what
-// PCRE and OpenSSL allocate for it.
+// Counts what the allocators under the library hand out, and makes them fail: operator new, and
+// those of PCRE and OpenSSL.
 
 #ifndef VU_TESTS_ALLOCATIONS_H_
 #define VU_TESTS_ALLOCATIONS_H_

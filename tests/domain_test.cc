@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -303,26 +302,6 @@ TEST(Lookup, HostileHostsTakeTimeInProportion) {
       EXPECT_LT(took, 2 * CLOCKS_PER_SEC) << host.substr(0, 10);  // a quadratic way takes minutes
     }
   }
-}
-
-TEST(Lookup, OneTableServesManyThreads) {
-  const TemporaryFile file("co.xy 3\n");
-  const vu_cctld table(file.path());
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&table, t] {
-      const std::string domain = "shop" + std::to_string(t) + ".co.xy";
-      const std::string url = "http://www." + domain + "/";
-      for (int i = 0; i < 5000; ++i) {
-        std::string found;
-        unsigned ip = 0;
-        table.lookup(url.c_str(), found, ip);
-        ASSERT_EQ(domain, found);
-        ASSERT_EQ(domain, table.classify(url, vu_match::publicSuffix).domain);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 TEST(PublicSuffix, FollowsTheRules) {

@@ -2,8 +2,10 @@
 // OpenSSL under it, fails once; then every allocation from it on. Nothing may leak, only what is
 // documented may be thrown, the object must be left as documented, and serve again.
 
-#include <pcre.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <climits>
 #include <functional>
 #include <list>
 #include <memory>
@@ -583,10 +585,10 @@ int statusOfFirst(const First& row, long number) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
-/// The first try fails, the second succeeds. Of the thousands of allocations that OpenSSL makes when
-/// it starts some fail; where its own context cannot be made, it stays without. RC4 has a context of
-/// our own: behind the first hundred allocations stands the loading of a provider, and there OpenSSL
-/// 3.0 crashes itself when some of them fail.
+/// The first try fails, the second succeeds. Of the thousands of allocations that OpenSSL makes
+/// when it starts some fail; where its own context cannot be made, it stays without. RC4 has a
+/// context of our own: behind the first hundred allocations stands the loading of a provider, and
+/// there OpenSSL 3.0 crashes itself when some of them fail.
 TEST(Failures, FirstOfTheProcess) {
   const char* const initFailed = "Cipher Init failed : ";
   const auto nothing = [] { return std::string(); };

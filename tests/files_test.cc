@@ -139,6 +139,7 @@ TEST(Files, ReadersTellWhatTheyCannotRead) {
     const std::string path = file.path();
     checkReaders(path, openError(path, EACCES), 0, "Cannot open configuration file [" + path + "]",
                  "2");
+    ASSERT_EQ(0, seteuid(getuid()));
   });
 }
 

@@ -6,7 +6,6 @@
 #include <climits>
 #include <ctime>
 #include <new>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -211,23 +210,6 @@ TEST(Pattern, DeepMatchesAreFound) {
   vu_pcre lazy("<(.*?)>", 2, -1);
   const std::string text = "<" + std::string(3000000, 'a') + ">";
   EXPECT_EQ(2, lazy.execute(text.data(), static_cast<int>(text.size()), 0, 0));
-}
-
-TEST(Pattern, OnePatternServesManyThreads) {
-  const vu_pcre pattern("(\\d+)-(\\d+)", 3, -1);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&pattern, t] {
-      const std::string subject = std::string(static_cast<std::size_t>(t), 'x') + "12-345";
-      for (int i = 0; i < 2000; ++i) {
-        int vector[9];
-        ASSERT_EQ(3,
-                  pattern.match(subject.data(), static_cast<int>(subject.size()), 0, 0, vector, 9));
-        ASSERT_EQ(t, vector[0]);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

@@ -82,8 +82,8 @@ std::string explainUnknown(const CLI::App& command, const std::string& word) {
   const std::vector<std::string> commands = commandNames(command);
   if (!isOption && commands.empty()) return "one operand too many: " + word + helpOf(command);
 
-  const std::string name =
-      word.empty() ? "\"\"" : word.substr(0, isOption ? word.find('=') : std::string::npos);
+  std::string name = word.empty() ? "\"\"" : word;
+  if (isOption) name.resize(std::min(name.size(), name.find('=')));
   std::string what = (isOption ? "there is no option " : "there is no command ") + name;
   const std::string hint = didYouMean(name, isOption ? optionNames(command) : commands);
   if (!hint.empty()) return what + hint;

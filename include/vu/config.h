@@ -105,7 +105,8 @@ class VU_EXPORT vu_getopt {
   /// Throws vu_exception, and what stood in front of the bad line stays applied:
   ///   "Null configuration file definition"                 for a null path; prints "NULL" too;
   ///   "Cannot open configuration file [" + path + "]"      also when nothing of it can be read;
-  ///   "Cannot read configuration file [" + path + "]"      when reading fails further on;
+  ///   "Cannot read configuration file [" + path + "]"      when reading fails further on, for
+  ///       want of memory, too;
   ///   "Unknown configure parameter in conf_file : " + name;
   ///   "bad conversion [" + text + "]"                      for a flag whose value is no number.
   int setConfigFile(const char* path);

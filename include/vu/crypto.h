@@ -80,8 +80,9 @@ class VU_EXPORT vu_crypto {
   ///
   /// Throws vu_exception, in this order, text being what OpenSSL says, at most 119 characters:
   ///   "vu_crypto: Invalid length [" + inLength + "]"   as `ciphersize`;
-  ///   "Cipher Init failed : " + text                   also where RC4's provider is not installed
-  ///       and after OpenSSL's clean-up at the process's end;
+  ///   "Cipher Init failed : " + text                   also where RC4's provider is not installed,
+  ///       after OpenSSL's clean-up at the process's end, and in a process in which OpenSSL had no
+  ///       memory to start with;
   ///   "vu_crypto: Null buffer"                         for a null pointer to bytes;
   ///   "vu_crypto: Overlapping buffers"                 all with `out` untouched;
   ///   "Cipher Update failed : " + text                 `out` is zeros and what the update wrote;

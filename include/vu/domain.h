@@ -92,7 +92,8 @@ class VU_EXPORT vu_cctld {
   ///   "Top level domain definition file [" + path + "] open error : " + the system's text
   ///       (a null path is written "NULL"); the table is empty then;
   ///   "Top level domain : Read Error at [" + N + "]-th record", N being one more than the
-  ///       number of distinct suffixes read so far, which stay in the table.
+  ///       number of distinct suffixes read so far, which stay in the table;
+  /// and std::bad_alloc, with the table empty or as it was.
   int initSet(const char* path);
 
   /// The same, all or nothing: whatever it throws, the table is as it was.

@@ -20,6 +20,10 @@
 // Time-outs: in milliseconds; 0 and below wait without limit. They run by CLOCK_REALTIME, so that
 //           setting the system's clock moves them. What is free is taken whatever the time-out, and
 //           the clock is not even read.
+// Fairness: a lock made with PTHREAD_RWLOCK_INITIALIZER, the shared one too, lets readers pass
+//           writers that wait: readers that hardly ever leave it keep a writer out for seconds. One
+//           of the caller's own, made with PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP, lets
+//           writers go first.
 //
 // Clang's -Wthread-safety follows the guards. It takes a guard that is constructed with a time-out
 // for one that holds: whether it does is for `owns_lock` to tell. It needs to know a lock as such,

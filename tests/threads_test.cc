@@ -1,0 +1,205 @@
+// What the headers promise to threads. The thread sanitizer sees what these do not.
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+
+#include "tests/support.h"
+#include "vu/vu.h"
+
+using vu::test::TemporaryFile;
+
+namespace {
+
+/// Runs `action` with the number of each thread, from the same moment on.
+void together(int count, const std::function<void(int)>& action) {
+  std::atomic<int> missing{count};
+  std::vector<std::thread> threads;
+  for (int number = 0; number < count; ++number) {
+    threads.emplace_back([&, number] {
+      for (--missing; missing > 0;) std::this_thread::yield();
+      action(number);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+std::string enciphered(vu_crypto& engine, const std::string& text) {
+  unsigned char out[64];
+  const int written = engine.cipheranalyse(reinterpret_cast<const unsigned char*>(text.data()),
+                                           static_cast<int>(text.size()), out, sizeof out);
+  return printHexical(out, written, 0, false);
+}
+
+/// Objects that threads may share, and objects of their own over what the library shares: in a
+/// process where nothing is set up yet, and then often.
+TEST(Threads, ShareWhatTheyMay) {
+  const TemporaryFile file("co.xy 3\n");
+  const vu_cctld table(file.path(), "corp.xy");
+  const vu_pcre pattern("(\\d+)-(?:x|y)*(\\d+)", 3, -1);
+  vu_config store(nullptr);
+  store.setParam("port", "8080", 'p');
+  const std::unique_ptr<const xmldata> tree(vu_pcrexml().execute("<a x='1'><b>text</b></a>", "t"));
+  const struct {
+    const char* what;
+    std::function<std::string(const std::string& mine)> act;
+    std::string expected;  ///< In front of what is mine.
+  } rows[] = {
+      {"look-ups",
+       [&](const std::string& mine) {
+         std::string domain;
+         unsigned ip = 0;
+         table.lookup(("http://www." + mine + ".co.xy/").c_str(), domain, ip);
+         domain += table.classify(mine + ".co.xy", vu_match::publicSuffix).domain;
+         return domain.substr(0, domain.find('.'));
+       },
+       ""},
+      {"match",
+       [&](const std::string& mine) {
+         // A long run makes the interpreter take over.
+         const std::string text = "12-" + std::string(mine == "3" ? 3000 : 3, 'x') + mine;
+         int vector[9];
+         pattern.match(text.data(), static_cast<int>(text.size()), 0, 0, vector, 9);
+         return text.substr(static_cast<std::size_t>(vector[4]));
+       },
+       ""},
+      {"settings",
+       [&](const std::string& mine) {
+         return store.getParam("port") + val2str(store.getConfItem("port").asUShort) + mine;
+       },
+       "80808080"},
+      {"trees",
+       [&](const std::string& mine) {
+         std::stringstream out;
+         tree->displayXML(out, 0, 0);
+         return tree->child("a")->attribute("x") + out.str() + mine;
+       },
+       "1<t><a x='1'><b>text</b></a></t>"},
+      {"parsers of lines",
+       [&](const std::string& mine) {
+         vu_getopt parser(0, nullptr, nullptr);
+         parser.parseConfigLine("userdata " + mine);
+         int type = 0;
+         return std::string(parser.getOptItem("userdata", type));
+       },
+       ""},
+      {"patterns of their own",
+       [&](const std::string& mine) {
+         vu_pcre own("a+(\\d)", 2, -1);
+         const std::string text = "aaa" + mine;
+         for (int i = 0; i < 120; ++i) own.execute(text.data(), 4, 0, 0);
+         return own.getResultStr(1, text.data());
+       },
+       ""},
+  };
+  for (const auto& row : rows) {
+    together(4, [&row](int number) {
+      const std::string mine = std::to_string(number);
+      for (int i = 0; i < 500; ++i) ASSERT_EQ(row.expected + mine, row.act(mine)) << row.what;
+    });
+  }
+}
+
+/// Engines of threads, of which the first have to make RC4 ready for all.
+TEST(Threads, HaveEnginesOfTheirOwn) {
+  vu::test::inChild([] {
+    vu_crypto first(1, 0, "p", nullptr, 0, 1);
+    const std::string expected = enciphered(first, "text");
+    std::string rc4[4];
+    together(4, [&](int number) {
+      for (int i = 0; i < 200; ++i) {
+        vu_crypto stream(1, 2, nullptr, nullptr, 0, 1);
+        vu_crypto block(1, 1, nullptr, nullptr, 0, 1);
+        rc4[number] = enciphered(stream, "text");
+        ASSERT_EQ(expected, enciphered(block, "text"));
+        ASSERT_EQ(8U, rc4[number].size());
+      }
+    });
+    for (const std::string& each : rc4) EXPECT_EQ(rc4[0], each);
+  });
+}
+
+/// Readers under `lock` as long as `change` runs there again and again. They never pause, so the
+/// lock must let writers go first.
+void readWhile(vu_rwlock_t& lock, const std::function<void(int round)>& change,
+               const std::function<void()>& read) {
+  constexpr int rounds = 20;
+  std::atomic<int> round{0};
+  std::atomic<long> reads{0};
+  together(4, [&](int number) {
+    if (number == 0) {
+      for (; round < rounds; ++round) {
+        change(round);
+        // Nobody starves.
+        const long before = reads;
+        while (reads == before) std::this_thread::yield();
+      }
+      return;
+    }
+    while (round < rounds) {
+      const vu_readlock guard(lock, number - 1);  // one of them without limit
+      if (!guard.owns_lock()) continue;
+      read();
+      ++reads;
+    }
+  });
+}
+
+/// The table of a moment has one file's suffixes, however it came there.
+TEST(Threads, LookUpWhileTablesAreSwapped) {
+  const TemporaryFile files[] = {TemporaryFile("a.xy 3\nb.xy 3\n"), TemporaryFile("c.xy 3\n")};
+  vu_rwlock_t lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+  auto table = std::make_unique<vu_cctld>(files[0].path());
+  const auto change = [&](int round) {
+    const char* const path = files[(round + 1) % 2].path();
+    if (round % 4 < 2) {
+      const vu_writelock guard(lock);
+      table->reload(path);
+    } else {
+      auto next = std::make_unique<vu_cctld>(path);
+      const vu_writelock guard(lock);
+      table.swap(next);
+    }
+  };
+  std::atomic<int> seen[2] = {};
+  readWhile(lock, change, [&] {
+    const bool isFirst = table->suffixCount() == 2;
+    ++seen[isFirst ? 0 : 1];
+    for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
+      ASSERT_EQ(isFirst ? "x.a.xy" : "a.xy", table->classify("x.a.xy", match).domain);
+      ASSERT_EQ(isFirst ? "x.b.xy" : "b.xy", table->classify("x.b.xy", match).domain);
+      ASSERT_EQ(isFirst ? "c.xy" : "x.c.xy", table->classify("x.c.xy", match).domain);
+    }
+  });
+  EXPECT_LT(0, seen[0]);
+  EXPECT_LT(0, seen[1]);
+}
+
+TEST(Threads, ReadSettingsWhileTheyAreReloaded) {
+  TemporaryFile file("userdata 0\nsystemID 0\n");
+  std::string name = "daemon", option = std::string("-c") + file.path();
+  char* const arguments[] = {name.data(), option.data(), nullptr};
+  vu_rwlock_t lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+  vu_config store(nullptr);
+  store.initConfig(2, arguments, nullptr);
+  const std::string& userdata = store.getParam("userdata");
+  const auto change = [&](int round) {
+    const std::string value = std::to_string(round) + std::string(round % 2 == 0 ? 0U : 40U, '0');
+    file.rewrite("userdata " + value + "\nsystemID " + value + "\n");
+    const vu_writelock guard(lock);
+    store.reload(2, arguments, nullptr);
+  };
+  readWhile(lock, change, [&] {
+    ASSERT_EQ(userdata, store.getParam("systemID"));
+    ASSERT_STREQ(userdata.c_str(), store.getConfItem("userdata").asText);
+    ASSERT_NE("default", store.origin("userdata"));
+  });
+  EXPECT_EQ("19" + std::string(40, '0'), userdata);
+}
+
+}  // namespace
