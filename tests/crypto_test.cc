@@ -27,7 +27,6 @@ using vu::test::plainly;
 
 namespace {
 
-
 std::string process(vu_crypto& engine, std::string_view text) {
   std::string out(static_cast<std::size_t>(engine.ciphersize(static_cast<int>(text.size()))), '?');
   const int written =
