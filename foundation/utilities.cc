@@ -59,7 +59,8 @@ double vu::detail::differenceOf(const Moment& end, const Moment& start, int perS
   if (!microseconds) {
     return wholeSeconds + static_cast<double>(fraction) / static_cast<double>(perSecond);
   }
-  return wholeSeconds * 1e6 + static_cast<double>(fraction / (perSecond / 1000000));
+  const std::int64_t wholeMicroseconds = fraction / (perSecond / 1000000);
+  return wholeSeconds * 1e6 + static_cast<double>(wholeMicroseconds);
 }
 
 unsigned int numericLength(unsigned int value) {

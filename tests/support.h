@@ -37,7 +37,7 @@ std::string messageOf(Action action) {
 /// What a C string leaves of a text, such as what `what` gives of a message.
 inline std::string upToNul(const std::string& text) { return text.substr(0, text.find('\0')); }
 
-/// A file with the given content; gone with the object.
+/// A file with the given content; gone with the object, but not with a child process's copy of it.
 class TemporaryFile {
  public:
   explicit TemporaryFile(std::string_view content = "") {
@@ -48,13 +48,16 @@ class TemporaryFile {
   }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
-  ~TemporaryFile() { unlink(path_.c_str()); }
+  ~TemporaryFile() {
+    if (getpid() == owner_) unlink(path_.c_str());
+  }
 
   void rewrite(std::string_view content) { std::ofstream(path_, std::ios::binary) << content; }
   const char* path() const { return path_.c_str(); }
 
  private:
   std::string path_ = "/tmp/vu-test-XXXXXX";
+  pid_t owner_ = getpid();
 };
 
 inline std::string contentOf(const std::string& path) {

@@ -294,8 +294,8 @@ std::string val2str(T value, int precision, std::ios_base& (*manipulator)(std::i
 }
 
 // ---------------------------------------------------------------------------------------------
-// How TimeDifference works. On a 32-bit system the width of a time is the choice of each program, so
-// it must not be what the library was built with: always inline, it is converted on the caller's
+// How TimeDifference works. On a 32-bit system the width of a time is the choice of each program,
+// so it must not be what the library was built with: always inline, it is converted on the caller's
 // side.
 
 namespace vu::detail {
