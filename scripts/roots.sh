@@ -58,7 +58,10 @@ make_root() {
   if [ "$(cat "$root/made-for-libvu" 2>/dev/null)" = "$made" ]; then return; fi
 
   echo "Making a Debian root in $root"
-  rm -rf --one-file-system "$root" "$root.new"
+  # A root that is not whole never has the name of one, not even while it is removed.
+  rm -rf --one-file-system "$root.old" "$root.new"
+  [ ! -e "$root" ] || mv "$root" "$root.old"
+  rm -rf --one-file-system "$root.old"
   if ! timeout --kill-after=10 $limit debootstrap --arch="$1" --variant=minbase --include="$2" \
          "$suite" "$root.new" "$mirror" >"$root.log" 2>&1; then
     tail -n 20 "$root.log" >&2
@@ -69,8 +72,10 @@ make_root() {
   mv "$root.new" "$root"
 }
 
-# Gives the root what a running system has, and this machine's settings of the network.
+# Gives the root what a running system has, and this machine's settings of the network. What runs in
+# it may mount, too, if its root is a mount itself.
 open_root() {
+  mount --bind "$root" "$root"
   mount -t proc proc "$root/proc"
   mount --rbind /dev "$root/dev"
   cp /etc/resolv.conf "$root/etc/resolv.conf"
