@@ -72,8 +72,10 @@ make_root() {
   mv "$root.new" "$root"
 }
 
-# Gives the root what a running system has, and this machine's settings of the network.
+# Gives the root what a running system has, and this machine's settings of the network. What runs in
+# it may mount, too, if its root is a mount itself.
 open_root() {
+  mount --bind "$root" "$root"
   mount -t proc proc "$root/proc"
   mount --rbind /dev "$root/dev"
   cp /etc/resolv.conf "$root/etc/resolv.conf"

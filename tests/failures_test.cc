@@ -182,7 +182,7 @@ TEST(Failures, Foundation) {
                static const std::string text = "0.5" + std::string(900, '0');
                return std::string(str2val<long double>(text) == 0.5L ? "half" : "other");
              }),
-      result("val2str<long>", [] { return val2str(LONG_MAX, -1, std::oct); }),
+      result("val2str<long long>", [] { return val2str(LLONG_MAX, -1, std::oct); }),
       result("val2str<double>", [] { return val2str(1e300, 9); }),
       result("printHexical", [=] { return printHexical(unsignedBytes(), 60, 7, true); }),
   });
