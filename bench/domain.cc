@@ -312,7 +312,7 @@ void worstHost(benchmark::State& state, int spelling) {
 template <typename Make>
 void shape(benchmark::State& state, bool ours, Make make) {
   Strings hosts;
-  for (int i = 0; i < 1024; ++i) hosts.push_back(make(i));
+  for (unsigned int i = 0; i < 1024; ++i) hosts.push_back(make(i));
   const auto byOurs = [](const std::string& host) { return ourTable().classify(host); };
   const auto byPsl = [](const std::string& host) { return domainByPsl(pslTable(), host); };
   for (const std::string& host : hosts) {
@@ -326,7 +326,7 @@ void shape(benchmark::State& state, bool ours, Make make) {
 }
 
 void labelCount(benchmark::State& state, bool ours) {
-  shape(state, ours, [&](int i) {
+  shape(state, ours, [&](unsigned int i) {
     std::string host;
     for (std::int64_t label = 2; label < state.range(0); ++label, i = i * 7 + 1) {
       host += static_cast<char>('a' + i % 26);
@@ -337,7 +337,7 @@ void labelCount(benchmark::State& state, bool ours) {
 }
 
 void hostLength(benchmark::State& state, bool ours) {
-  shape(state, ours, [&](int i) {
+  shape(state, ours, [&](unsigned int i) {
     const std::size_t own = static_cast<std::size_t>(state.range(0)) - std::strlen("..co.uk");
     std::string label(own / 2, static_cast<char>('a' + i % 26));
     return label + '.' + std::string(own - own / 2, static_cast<char>('a' + i / 26 % 26)) +

@@ -31,7 +31,7 @@ TEST(Table, LoadsRecords) {
     std::string content;
     int suffixes;
     int maxLabels;
-    int badRecord;  // 0: it loads
+    std::size_t badRecord;  // 0: it loads
   } rows[] = {
       {"co.xy 3\nltd.co.xy 5\n", 2, 5, 0},
       {"co.xy 3 ltd.co.xy\t5", 2, 5, 0},
