@@ -78,7 +78,7 @@ int vu_getopt::getOptions() {
   fileText_ = std::move(fileText);
   origins_ = std::move(origins);
   paths_.clear();
-  if (argc_ != 0 && argv_ != nullptr) runCommandLine(letters);
+  if (argc_ != 0) runCommandLine(letters);
   return 0;
 }
 
@@ -142,7 +142,7 @@ void vu_getopt::setText(int row, const char* text, const Origin& origin) {
 }
 
 void vu_getopt::usageMsg() const {
-  const char* const program = argc_ > 0 && argv_ != nullptr ? argv_[0] : nullptr;
+  const char* const program = argc_ > 0 ? argv_[0] : nullptr;
   std::string text =
       std::string("\nUsage: ") + (program != nullptr ? program : "") + " [OPTIONS] \n";
   for (const vu_opt_helper* row = optTable_; row->name != nullptr; ++row) {

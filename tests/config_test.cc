@@ -150,12 +150,24 @@ TEST(CommandLine, ReadsTables) {
   EXPECT_EQ("NULL\n", testing::internal::GetCapturedStdout());
   parser.parseConfigLine("level 5");
   EXPECT_EQ("set by program", parser.origin(1));
-  EXPECT_NE("", messageOf([&] { parser.origin(6); }));
+  for (const int index : {6, -1}) EXPECT_NE("", messageOf([&] { parser.origin(index); }));
   EXPECT_EQ(0, parser.getOptions());  // starts again from the defaults
   EXPECT_EQ(-1, flagCount(parser.getOptItem("level", type)));
   EXPECT_EQ(-1, vu_getopt(0, nullptr, nullptr).setOptions('v', nullptr));
   EXPECT_EQ(0U,
             messageOf([] { vu_getopt(0, nullptr, nullptr).usageMsg(); }).find("\nUsage:  [OPT"));
+
+  // A row without a letter ends what the command line may hold.
+  vu_opt_helper cut[] = {{"text", 't', 's', nullptr, "text"},
+                         {"unnamed", '\0', 's', "", nullptr},
+                         {"late", 'l', 'b', nullptr, nullptr},
+                         {}};
+  const Arguments alone = words("");
+  vu_getopt early(alone.count(), alone.vector(), cut);
+  const std::string usage = messageOf([&] { early.usageMsg(); });
+  EXPECT_EQ(0U, usage.find("\nUsage: daemon [OPTIONS] \n  -t text []\n")) << usage;
+  const Arguments late = words("-l");
+  EXPECT_EQ(usage, messageOf([&] { vu_getopt(late.count(), late.vector(), cut); }));
 }
 
 /// The plain telling, in a child process: getopt's state is the process's.

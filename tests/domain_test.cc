@@ -42,6 +42,7 @@ TEST(Table, LoadsRecords) {
       {"a.b 65535\n", 1, 2, 0},
       {"a.b 4294967299\n", 1, 2, 0},  // held at 2^31 - 1
       {"a.b 3x 4\n", 2, 4, 0},
+      {"a.b 3", 1, 3, 0},
       {longest + " 3\n", 1, 3, 0},
       {"", 0, 2, 1},
       {" \n", 0, 2, 1},
@@ -123,6 +124,29 @@ TEST(Table, FailuresLeaveWhatIsPromised) {
   EXPECT_EQ(9, table.maxLabels());  // never lowered
   EXPECT_EQ("shop.co.xy", table.classify("shop.co.xy").domain);
   EXPECT_EQ("shop.co.xy", table.classify("shop.ltd.shop.co.xy").domain);
+}
+
+/// Many more labels than records.
+TEST(Table, HoldsDeepSuffixes) {
+  std::string content;
+  std::vector<std::string> suffixes;
+  for (int i = 0; i < 200; ++i) {
+    std::string suffix = "xy";
+    for (int label = 0; label < 9; ++label) suffix = "n" + std::to_string(i + label) + "." + suffix;
+    suffixes.push_back(std::string(static_cast<std::size_t>(i), 'a') + suffix);
+    content += suffixes.back() + " 12\n";
+  }
+  const TemporaryFile file(content);
+  const vu_cctld table(file.path());
+  for (const std::string& suffix : suffixes) {
+    for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
+      EXPECT_EQ(VU_COUNTRY_CODE_PURE_DOMAIN, table.classify(suffix, match).status) << suffix;
+      EXPECT_EQ("b." + suffix, table.classify("a.b." + suffix, match).domain);
+      // No label of a table is that long.
+      const std::string other = std::string(1024, 'a') + suffix.substr(suffix.find('.'));
+      EXPECT_EQ(other.substr(other.rfind('n')), table.classify(other, match).domain);
+    }
+  }
 }
 
 TEST(Lookup, WorkedExamples) {

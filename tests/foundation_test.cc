@@ -187,13 +187,18 @@ TEST(Utilities, PrintHexical) {
 }
 
 TEST(Utilities, TimeDifference) {
+  constexpr time_t least = std::numeric_limits<time_t>::min();
+  constexpr time_t most = std::numeric_limits<time_t>::max();
+  const double seconds = static_cast<double>(most);
   const struct {
     timeval end, start;
     double seconds, microseconds;
   } rows[] = {{{10, 200000}, {8, 700000}, 1.5, 1500000},
               {{5, 0}, {6, 500000}, 0.5, 500000},
               {{5, 1}, {6, 0}, 0.000001, 1},
-              {{7, 0}, {5, 0}, 2, 2000000}};
+              {{7, 0}, {5, 0}, 2, 2000000},
+              {{most, 0}, {least, 0}, seconds, seconds * 1e6},
+              {{least, 0}, {most, 1}, 0.999999, 999999}};
   for (const auto& row : rows) {
     EXPECT_DOUBLE_EQ(row.seconds, TimeDifference(row.end, row.start, false));
     EXPECT_DOUBLE_EQ(row.microseconds, TimeDifference(row.end, row.start, true));

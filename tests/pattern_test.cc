@@ -105,18 +105,22 @@ TEST(Pattern, VectorTooSmall) {
 /// with vectors that are sometimes too small.
 TEST(Pattern, AgreesWithTheInterpreter) {
   const std::vector<std::string> parts = {
-      "a",   "b",   "c", ".", "(",    ")",   "(?:",    "|",   "*",   "+",     "?",    "*?", "+?",
-      "\\1", "\\b", "^", "$", "[ab]", "(?=", "(?<=a)", "{2}", "\\w", "(a|b)", "(.*)", "++"};
+      "a",   "b",   "c",     ".",    "(",   ")",    "(?:",    "|",    "*",   "+",
+      "?",   "*?",  "+?",    "\\1",  "\\b", "^",    "$",      "[ab]", "(?=", "(?<=a)",
+      "{2}", "\\w", "(a|b)", "(.*)", "++",  "(?<!", "(?P<n>", "(?i:", "[(]"};
+  const int compileOptions[] = {PCRE_DOTALL, PCRE_DOTALL, PCRE_FIRSTLINE, PCRE_UTF8};
   const std::vector<std::string> letters = {"a", "b", "c", "ab", " ", "\n"};
   std::mt19937 random(2);
   int matched = 0;
   for (int i = 0; i < 40000; ++i) {
     const std::string pattern = vu::test::randomText(random, parts, 8);
-    const vu::test::Interpreter plain(pattern.c_str(), PCRE_DOTALL);
+    const int compile = compileOptions[i % 4];
+    const vu::test::Interpreter plain(pattern.c_str(), compile);
     const int pairs = 1 + static_cast<int>(random() % 4);
-    ASSERT_EQ(plain.refusal(), messageOf([&] { vu_pcre(pattern.c_str(), pairs, -1); })) << pattern;
+    ASSERT_EQ(plain.refusal(), messageOf([&] { vu_pcre(pattern.c_str(), pairs, compile); }))
+        << pattern;
     if (!plain.refusal().empty()) continue;
-    vu_pcre ours(pattern.c_str(), pairs, -1);
+    vu_pcre ours(pattern.c_str(), pairs, compile);
     for (int k = 0; k < 4; ++k) {
       const vu::test::ExactCopy subject(vu::test::randomText(random, letters, 8));
       const int size = static_cast<int>(subject.view().size());
