@@ -10,6 +10,7 @@
 
 #include "domain/byte_classes.h"
 #include "domain/host.h"
+#include "domain/plain_host.h"
 #include "tests/allocations.h"
 #include "tests/plain/table.h"
 #include "tests/support.h"
@@ -206,6 +207,7 @@ TEST(Lookup, AgreesWithThePlainTelling) {
       "a",   "b", "co",  "xy",          "CO",   "ltd", "x-y", "-",    "_",     "1",         "254",
       "255", "0", "007", "99999999999", ".",    ".",   ".",   ".",    "..",    "/",         ":",
       "?",   "@", "://", "http://",     "\xc3", "%",   "\t",  "host", "co.xy", ".ltd.co.xy"};
+  const std::vector<std::string> names = {"a", "b", "co", ".", ".a", "..", "b-", ".xy"};
   const struct {
     const char* content;
     const char* defaultDomain;
@@ -221,8 +223,10 @@ TEST(Lookup, AgreesWithThePlainTelling) {
     plain.load(file.path());
     plain.defaultDomain = each.defaultDomain;
     for (int i = 0; i < 50000; ++i) {
-      // Some are longer than what is looked at in one go.
-      const std::string url = vu::test::randomText(random, pieces, i % 8 == 0 ? 80 : 10);
+      // Some are longer than what is looked at in one go, and some of these ordinary.
+      const auto& from = i % 8 == 4 ? names : pieces;
+      std::string url = vu::test::randomText(random, from, i % 4 == 0 ? 80 : 10);
+      if (i % 16 == 4) url.insert(0, "http://");
       ASSERT_EQ(outcome(plain, url), outcome(table, url)) << url;
       const vu::test::ExactCopy copy(url);
       for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
@@ -230,6 +234,38 @@ TEST(Lookup, AgreesWithThePlainTelling) {
                   described(table.classify(copy.view(), match), copy.view()))
             << url;
       }
+    }
+  }
+}
+
+/// What is told at a glance, "" where that is not enough; as it may always be, but for the time.
+std::string plainHost(const std::string& url) {
+  const vu::test::ExactCopy copy(url);
+  vu::detail::PlainHost found;
+  if (!findPlainHost(copy.view(), found)) return "";
+  return std::string(found.host).append(" ").append(found.lastTwo).append(" ").append(found.last);
+}
+
+TEST(Lookup, TellsOrdinaryHostsAtAGlance) {
+  EXPECT_EQ("www.shop.xy shop.xy xy",
+            plainHost("http://www.shop.xy/a-very-long?path=of_no_interest"));
+  EXPECT_EQ("a.b1-_.xy b1-_.xy xy", plainHost("a.b1-_.xy"));
+  EXPECT_EQ("y.zz y.zz zz", plainHost("a234567890.bcd://y.zz"));
+  EXPECT_EQ("a234567890.bcde a234567890.bcde bcde", plainHost("a234567890.bcde://y.zz"));
+  for (const char* other : {"", "shop", "shop.", "1.2.3", "a.1b", "-a.b", ".a.b", "a?b.cc",
+                            "http:/", "http:///", "a.b.."}) {
+    EXPECT_EQ("", plainHost(other)) << other;
+  }
+  // Wherever the ends of what is looked at in one go may lie in it.
+  for (std::size_t size = 1; size < 140; ++size) {
+    const std::string label(size, 'x');
+    for (const std::string end : {"", ".", "/", ":80"}) {
+      const std::string dot = end == "." ? "." : "";
+      EXPECT_EQ(label + ".y.zz" + dot + " y.zz zz", plainHost(label + ".y.zz" + end)) << size;
+    }
+    for (const char* end :
+         {"..y.zz", ".-y.zz", ".y_.-.zz", ".y?.zz", ".y.2z", ".y.zz..", "", "."}) {
+      EXPECT_EQ("", plainHost(label + end)) << size << end;
     }
   }
 }
