@@ -182,6 +182,7 @@ TEST(Utilities, PrintHexical) {
   EXPECT_EQ("0x0a 0xff 0x00", printHexical(bytes, 3, 0, true));
   EXPECT_EQ("0x0a 0xff 0x00", printHexical(bytes, 3, -1, true));
   EXPECT_EQ("0aff00", printHexical(bytes, 3, 2, false));
+  EXPECT_EQ("0x0a\n", printHexical(bytes, 1, 1, true));
   EXPECT_EQ("", printHexical(bytes, 0, 2, true));
   EXPECT_EQ("", printHexical(bytes, -1, 2, true));
 }
