@@ -41,6 +41,7 @@ TEST(NameValue, FindsPairs) {
       {usual, "a=1 b=22", 7, "a=1;b=2;"},
       {usual, "x=", 0, "x=();"},
       {usual, "=x, nothing", 0, ""},
+      {"-|(a)=(b)", "--a=b-", 0, "a=b;"},  // a match without groups appends nothing either
       {usual, "", 0, ""},
       {"(a)|(b)", "abab", 0, "()=b;()=b;"},  // a match of only the first group appends nothing
       {"(a)(b)?", "aabab", 0, "a=b;a=b;"},

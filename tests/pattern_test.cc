@@ -2,6 +2,7 @@
 
 #include <pcre.h>
 #include <pthread.h>
+#include <ucontext.h>
 
 #include <climits>
 #include <ctime>
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "pattern/jit_agreement.h"
 #include "tests/plain/pattern.h"
 #include "tests/support.h"
 
@@ -146,6 +148,22 @@ TEST(Pattern, AgreesWithTheInterpreter) {
   EXPECT_GT(matched, 10000);
 }
 
+/// Which patterns PCRE's just-in-time code is trusted with: none that it may treat in its own way.
+TEST(Pattern, KnowsWhereTheEnginesAgree) {
+  for (const char* agreed : {"", "a(b)c|d*?e+?f??", "(?:a)(?i:b)(?i)(?s-m:c)", "(?<n>a)(?P<m>b)",
+                             "(?<=ab)c", "(?<!a)c", "\\d\\w\\(\\*\\++a{2}"}) {
+    EXPECT_TRUE(vu::detail::jitAgrees(agreed, 0)) << agreed;
+    EXPECT_FALSE(vu::detail::jitAgrees(agreed, PCRE_FIRSTLINE)) << agreed;
+  }
+  for (const char* other :
+       {"(?=a)",     "(?!a)",    "(?>a)",    "(?|a)",   "(?1)",    "(?R)",    "(?P=n)",
+        "(?P>n)",    "(?(1)a)",  "(*F)a",    "a*+",     "a++",     "a?+",     "a{2}+",
+        "(a)\\1",    "\\g1",     "\\k<n>",   "\\Qa\\E", "(?<=a)*", "(?<=a)+", "(?<!a)?",
+        "(?<!a){2}", "(?<=(a))", "(?<=[a])", "(?<=\\w)"}) {
+    EXPECT_FALSE(vu::detail::jitAgrees(other, 0)) << other;
+  }
+}
+
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t kSmallestStack = std::size_t{256} << 10;  // the sanitizers take their share
 #else
@@ -199,6 +217,28 @@ TEST(Pattern, HostileSearchesEndSoonOnASmallStack) {
     pthread_attr_destroy(&attributes);
   }
 }
+
+#ifndef __SANITIZE_THREAD__  // which does not know of other stacks
+/// A stack that the program has switched to by itself, of which nobody knows the size.
+TEST(Pattern, SearchesOnAnyStack) {
+  static ucontext_t usual, other;
+  std::vector<char> stack(std::size_t{512} << 10);
+  ASSERT_EQ(0, getcontext(&other));
+  other.uc_stack.ss_sp = stack.data();
+  other.uc_stack.ss_size = stack.size();
+  other.uc_link = &usual;
+  makecontext(
+      &other,
+      [] {
+        vu_pcre pattern("^(a|b)*$", 2, -1);
+        const std::string subject(100000, 'a');
+        EXPECT_EQ(2, pattern.execute(subject.data(), 20, 0, 0));
+        EXPECT_EQ(PCRE_ERROR_RECURSIONLIMIT, pattern.execute(subject.data(), 100000, 0, 0));
+      },
+      0);
+  ASSERT_EQ(0, swapcontext(&usual, &other));
+}
+#endif
 
 /// What the just-in-time code cannot hold on its stack, the interpreter finds.
 TEST(Pattern, DeepMatchesAreFound) {
