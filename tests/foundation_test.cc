@@ -150,6 +150,30 @@ TEST(Conversion, WritesNumbers) {
   EXPECT_EQ("true", val2str(true, -1, std::boolalpha));
 }
 
+/// A type with operators of its own, which break the stream for some values.
+struct Percent {
+  int value;
+};
+std::istream& operator>>(std::istream& in, Percent& percent) {
+  in >> percent.value;
+  if (percent.value < 0) in.setstate(std::ios_base::badbit);
+  return in;
+}
+std::ostream& operator<<(std::ostream& out, const Percent& percent) {
+  out << percent.value;
+  if (percent.value > 100) out.setstate(std::ios_base::badbit);
+  return out << '%';
+}
+
+TEST(Conversion, TakesAnyTypeWithOperators) {
+  EXPECT_EQ(26, str2val<Percent>(" 0x1a", true).value);
+  for (const std::string bad : {"x", "-1"}) {
+    EXPECT_EQ("bad conversion [" + bad + "]", messageOf([&] { str2val<Percent>(bad); }));
+  }
+  EXPECT_EQ("12%", val2str(Percent{12}));
+  EXPECT_EQ("101", val2str(Percent{101}));
+}
+
 TEST(Conversion, ComparesStrictly) {
   EXPECT_TRUE(close2Val(1.0F, 1.25F, 0.5F));
   EXPECT_FALSE(close2Val(1.0F, 1.5F, 0.5F));
