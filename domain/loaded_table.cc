@@ -56,6 +56,9 @@ Records readRecords(const char* path) {
                        "] open error : " + std::strerror(error));
   }
   Records records;
+  // For the usual list: what of this room is not used is never touched.
+  records.texts.reserve(std::size_t{1} << 18);
+  records.tokens.reserve(std::size_t{1} << 14);
   while (!file.atEnd()) {
     if (!file.read()) return records;
     const std::string_view token = file.token();
