@@ -43,29 +43,7 @@ class OptionTable {
   std::vector<vu_opt_helper> rows_;
 };
 
-/// A setting as it is converted by its type letter; the message in brackets when it is not.
-inline std::string itemOf(const vu_config& store, const std::string& name, char type) {
-  config_value value{};
-  const std::string message = test::messageOf([&] { value = store.getConfItem(name.c_str()); });
-  if (!message.empty()) return "<" + message + ">";
-  switch (type) {
-    case 'd':
-      return test::exactly(value.asInt);
-    case 'e':
-      return test::exactly(value.asDouble);
-    case 'l':
-      return test::exactly(value.asUInt);
-    case 'p':
-    case 'u':
-      return test::exactly(value.asUShort);
-    case 0:
-      return value.asText == nullptr ? "" : "not zero";
-    default:
-      return value.asText;
-  }
-}
-
-/// The same, told plainly.
+/// A converted setting, told plainly.
 inline std::string itemPlainly(const std::string& text, char type) {
   switch (type) {
     case 'd':
@@ -94,7 +72,7 @@ inline std::string contentsOf(const vu_config& store, const vu_opt_helper* table
     char type = 0;
     const std::string& text = store.getParam(row->name, type);
     expectEqual(row->type == 'b' ? 'd' : row->type, type, "a type letter");
-    expectEqual(itemPlainly(text, type), itemOf(store, row->name, type), "a converted value");
+    expectEqual(itemPlainly(text, type), test::itemOf(store, row->name), "a converted value");
     all += test::recordText(row->name, text, store.origin(row->name));
   }
   return all;

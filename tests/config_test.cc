@@ -13,9 +13,8 @@
 
 using vu::test::allocationsLeft;
 using vu::test::Arguments;
+using vu::test::itemOf;
 using vu::test::messageOf;
-using vu::test::PlainSettings;
-using vu::test::recordsOf;
 using vu::test::TemporaryFile;
 
 namespace {
@@ -170,43 +169,6 @@ TEST(CommandLine, ReadsTables) {
   EXPECT_EQ(usage, messageOf([&] { vu_getopt(late.count(), late.vector(), cut); }));
 }
 
-/// The plain telling, in a child process: getopt's state is the process's.
-std::string plainlyInChild(const Arguments& arguments) {
-  int ends[2];
-  if (pipe(ends) != 0) return "no pipe";
-  const pid_t child = fork();
-  if (child == 0) {
-    const std::string text = PlainSettings(opt_helper).parse(arguments);
-    _exit(write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size()) ? 0 : 1);
-  }
-  close(ends[1]);
-  std::string text;
-  char block[512];
-  for (ssize_t got; (got = read(ends[0], block, sizeof block)) > 0;) {
-    text.append(block, static_cast<std::size_t>(got));
-  }
-  close(ends[0]);
-  int status = -1;
-  waitpid(child, &status, 0);
-  return status == 0 ? text : "child failed";
-}
-
-TEST(CommandLine, AgreesWithGetopt) {
-  const std::vector<std::string> pieces = {
-      "-",  "--", "D",  "V",  "v", "b", "x",   "5",        "=",  " -x",   " -D", " -v",
-      " s", " ",  " z", "-h", " ", " ", "sys", "userdata", "is", " -xs=", " -b5"};
-  std::mt19937 random(5);
-  int good = 0;
-  for (int i = 0; i < 1500; ++i) {
-    const std::string line = vu::test::randomText(random, pieces, 9);
-    // Each parse has its memory to itself: what an earlier one has left behind would be seen.
-    const std::string expected = plainlyInChild(words(line));
-    ASSERT_EQ(expected, recordsOf(words(line), nullptr)) << line;
-    good += expected == "usage" ? 0 : 1;
-  }
-  EXPECT_GT(good, 300);
-}
-
 TEST(ConfigFile, SetsParameters) {
   const struct {
     std::string content;
@@ -247,34 +209,6 @@ TEST(ConfigFile, SetsParameters) {
   }
 }
 
-/// What a value is read as, as text; the message in brackets when it is not.
-std::string item(const vu_config& store, const char* name, char type) {
-  config_value value{};
-  const std::string message = messageOf([&] { value = store.getConfItem(name); });
-  if (!message.empty()) return "<" + message + ">";
-  unsigned char bytes[sizeof value];
-  std::memcpy(bytes, &value, sizeof value);
-  const std::size_t used = type == 'p' || type == 'u'   ? 2
-                           : type == 'd' || type == 'l' ? 4
-                                                        : sizeof value;
-  for (std::size_t i = used; i < sizeof value; ++i) EXPECT_EQ(0, bytes[i]) << type;
-  switch (type) {
-    case 'd':
-      return val2str(value.asInt);
-    case 'e':
-      return val2str(value.asDouble);
-    case 'l':
-      return val2str(value.asUInt);
-    case 'p':
-    case 'u':
-      return val2str(value.asUShort);
-    case 0:
-      return value.asText == nullptr ? "zero" : "not zero";
-    default:
-      return value.asText;
-  }
-}
-
 TEST(Store, ConvertsByTypeLetter) {
   const struct {
     char type;
@@ -291,12 +225,12 @@ TEST(Store, ConvertsByTypeLetter) {
               {'u', "70000", "4464"},
               {'s', "a b", "a b"},
               {'q', "", ""},
-              {0, "abc", "zero"}};
+              {0, "abc", ""}};
   vu_config store(nullptr);
   const std::string* reference = nullptr;
   for (const auto& row : rows) {
     store.setParam("name", row.text, row.type);
-    EXPECT_EQ(row.expected, item(store, "name", row.type)) << row.type << row.text;
+    EXPECT_EQ(row.expected, itemOf(store, "name")) << row.type << row.text;
     char type = 7;
     const std::string& text = store.getParam("name", type);
     EXPECT_EQ(row.type, type);
@@ -305,7 +239,7 @@ TEST(Store, ConvertsByTypeLetter) {
     reference = &text;
   }
   store.setParam("flag", flagValue(-1), 'b');
-  EXPECT_EQ("-1", item(store, "flag", 'd'));
+  EXPECT_EQ("-1", itemOf(store, "flag"));
   EXPECT_EQ("set by program", store.origin("flag"));
 }
 

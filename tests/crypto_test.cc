@@ -19,21 +19,12 @@ using vu::test::Byte;
 using vu::test::Bytes;
 using vu::test::bytes;
 using vu::test::contentOf;
-using vu::test::ExactCopy;
 using vu::test::hex;
 using vu::test::inChild;
 using vu::test::messageOf;
-using vu::test::plainly;
+using vu::test::process;
 
 namespace {
-
-std::string process(vu_crypto& engine, std::string_view text) {
-  std::string out(static_cast<std::size_t>(engine.ciphersize(static_cast<int>(text.size()))), '?');
-  const int written =
-      engine.cipheranalyse(bytes(text), static_cast<int>(text.size()),
-                           reinterpret_cast<Byte*>(out.data()), static_cast<int>(out.size()));
-  return out.substr(0, static_cast<std::size_t>(written));
-}
 
 TEST(Crypto, DerivesThePublishedKeys) {
   const struct {  // RFC 6070: those without a NUL in the pass phrase, less one of half a minute
@@ -130,60 +121,6 @@ TEST(Crypto, RefusesWhatItCannotDo) {
     EXPECT_EQ(before, buffer);
     EXPECT_EQ("", use(&buffer[4], 3, &buffer[7]) + use(&buffer[23], 3, &buffer[7]));
     EXPECT_EQ("", use(nullptr, 0, &buffer[7]) + use(&buffer[9], 0, &buffer[7]));
-  });
-}
-
-/// Engines that live long, among changes of the key and failures, beside contexts that live for one
-/// message; with ciphers of every kind.
-TEST(Crypto, AgreesWithAFreshContext) {
-  inChild([] {
-    OSSL_LIB_CTX* const own = OSSL_LIB_CTX_new();
-    OSSL_PROVIDER* const legacy = OSSL_PROVIDER_load(own, "legacy");
-    EVP_CIPHER* const rc4 = EVP_CIPHER_fetch(own, "RC4", nullptr);
-    struct Pair {
-      int mode;
-      const EVP_CIPHER* plain;
-      std::unique_ptr<vu_crypto> engine;
-    };
-    std::vector<Pair> pairs;
-    for (const EVP_CIPHER* cipher :
-         {EVP_aes_256_cbc(), EVP_rc4(), EVP_aes_128_cbc(), EVP_aes_256_ctr(), EVP_aes_256_ecb(),
-          EVP_chacha20(), EVP_aes_256_gcm(), EVP_aes_256_xts(), EVP_aes_256_wrap(), EVP_bf_cbc()}) {
-      for (const int mode : {0, 1}) {
-        pairs.push_back({mode, cipher == EVP_rc4() ? rc4 : cipher,
-                         std::make_unique<vu_crypto>(mode, cipher, nullptr, nullptr, 0, 1)});
-      }
-    }
-    std::mt19937 random(11);
-    std::map<std::string, int> endings;
-    std::string text;
-    for (int i = 0; i < 30000; ++i) {
-      if (random() % 8 == 0) vu_crypto::cipherkey_[random() % 80] = static_cast<Byte>(random());
-      const Pair& pair = pairs[random() % pairs.size()];
-      const std::size_t length = random() % 70;
-      if (random() % 3 != 0) {
-        // What was enciphered under this key, perhaps; else bytes of no meaning.
-        text = process(*pairs[random() % 6 / 2 * 2 + 1].engine, text.substr(0, length));
-      } else {
-        text.resize(length);
-        for (char& c : text) c = static_cast<char>(random());
-      }
-      const ExactCopy in(text);
-      Bytes out(static_cast<std::size_t>(pair.engine->ciphersize(static_cast<int>(text.size()))),
-                '?');
-      if (random() % 8 == 0) out.resize(random() % 150, '?');
-      const std::string expected = plainly(pair.mode, pair.plain, in.view(), out);
-      ASSERT_EQ(expected, byEngine(*pair.engine, in.view(), out)) << i;
-      ++endings[expected.substr(0, expected.find(expected[0] == 'C' ? ":" : " "))];
-    }
-    for (const char* ending : {"Cipher Init failed ", "Cipher Update failed ",
-                               "Cipher Final failed ", "-48", "32", "17"}) {
-      EXPECT_LT(10, endings[ending]) << ending;
-    }
-    pairs.clear();
-    EVP_CIPHER_free(rc4);
-    OSSL_PROVIDER_unload(legacy);
-    OSSL_LIB_CTX_free(own);
   });
 }
 

@@ -67,32 +67,6 @@ TEST(Table, LoadsRecords) {
   }
 }
 
-TEST(Table, ReadsAsFscanfDoes) {
-  const std::vector<std::string> pieces = {
-      "a.b", "a.b 3\n", "co", ".xy", "C",  " ",   "\n", "\t", "\r\n", "3",
-      "4",   "12",      "-",  "+",   "*.", "007", "#",  "3x", "\v",   std::string("\0", 1)};
-  vu_pcre tenDigits("[0-9]{10}", 1, 0);
-  std::mt19937 random(3);
-  TemporaryFile file;
-  std::string records;  // more than are read at a time
-  for (int i = 0; i < 3000; ++i) records += "a" + std::to_string(i * i) + ".xy 3\n";
-  for (int i = 0; i < 6000; ++i) {
-    std::string content = vu::test::randomText(random, pieces, 12);
-    if (i % 100 == 0) content = records.substr(random() % 2000) + content;
-    const int size = static_cast<int>(content.size());
-    if (tenDigits.execute(content.data(), size, 0, 0) > 0) continue;  // hangs on the width of long
-    file.rewrite(content);
-    PlainTable plain;
-    vu_cctld table(nullptr);
-    const std::string expected = plain.load(file.path());
-    std::string got;
-    const std::string message = messageOf([&] { got = val2str(table.initSet(file.path())); });
-    ASSERT_EQ(expected, got + message) << content;
-    ASSERT_EQ(plain.suffixes.size(), static_cast<std::size_t>(table.suffixCount())) << content;
-    ASSERT_EQ(plain.maxLabels, table.maxLabels()) << content;
-  }
-}
-
 TEST(Table, FailuresLeaveWhatIsPromised) {
   const std::string openError = "Top level domain definition file [";
   const TemporaryFile good("co.xy 3\n");
@@ -200,42 +174,6 @@ TEST(Lookup, WorkedExamples) {
             messageOf([&] { table.lookup(nullptr, domain, ip); }));
   EXPECT_EQ("unchanged", domain);
   EXPECT_EQ(0, table.lookup("shop.xy", domain, ip));
-}
-
-TEST(Lookup, AgreesWithThePlainTelling) {
-  const std::vector<std::string> pieces = {
-      "a",   "b", "co",  "xy",          "CO",   "ltd", "x-y", "-",    "_",     "1",         "254",
-      "255", "0", "007", "99999999999", ".",    ".",   ".",   ".",    "..",    "/",         ":",
-      "?",   "@", "://", "http://",     "\xc3", "%",   "\t",  "host", "co.xy", ".ltd.co.xy"};
-  const std::vector<std::string> names = {"a", "b", "co", ".", ".a", "..", "b-", ".xy"};
-  const struct {
-    const char* content;
-    const char* defaultDomain;
-  } tables[] = {{"co.xy 3\n", ""},
-                {"co.xy 2\nxy 1\n", "corp.xy"},
-                {"co.xy 4\nltd.co.xy 4\na.b 3\n", ""},
-                {"ltd.co.xy 6\nx-y.co 3\nCO.xy 3\n1.255 3\n*.b 3\n!a.b 2\na..b 2\n-a.b 3\n", ""}};
-  std::mt19937 random(4);
-  for (const auto& each : tables) {
-    const TemporaryFile file(each.content);
-    const vu_cctld table(file.path(), each.defaultDomain);
-    PlainTable plain;
-    plain.load(file.path());
-    plain.defaultDomain = each.defaultDomain;
-    for (int i = 0; i < 50000; ++i) {
-      // Some are longer than what is looked at in one go, and some of these ordinary.
-      const auto& from = i % 8 == 4 ? names : pieces;
-      std::string url = vu::test::randomText(random, from, i % 4 == 0 ? 80 : 10);
-      if (i % 16 == 4) url.insert(0, "http://");
-      ASSERT_EQ(outcome(plain, url), outcome(table, url)) << url;
-      const vu::test::ExactCopy copy(url);
-      for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
-        ASSERT_EQ(described(plain.classify(copy.view(), match), copy.view()),
-                  described(table.classify(copy.view(), match), copy.view()))
-            << url;
-      }
-    }
-  }
 }
 
 /// What is told at a glance, "" where that is not enough; as it may always be, but for the time.

@@ -14,6 +14,7 @@
 #include <openssl/evp.h>
 
 #include "tests/allocations.h"
+#include "tests/plain/settings.h"
 #include "tests/support.h"
 #include "vu/vu.h"
 
@@ -304,17 +305,7 @@ TEST(Failures, Xml) {
   });
 }
 
-std::string stateOf(const vu_getopt& parser) {
-  std::string state;
-  for (int i = 0; i < parser.optCount(); ++i) {
-    const config_helper& record = parser.params()[i];
-    const bool flag = record.type == 'b';
-    state += std::string(record.name) + " " +
-             (flag ? val2str(flagCount(record.value)) : record.value) + " (" + parser.origin(i) +
-             ")\n";
-  }
-  return state;
-}
+std::string stateOf(const vu_getopt& parser) { return vu::test::recordsOf(parser); }
 
 std::string stateOf(const vu_config& store) {
   std::string state;

@@ -13,12 +13,14 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/plain/table.h"
 #include "tests/shell.h"
 #include "tests/support.h"
 #include "vu/config.h"
 #include "vu/domain.h"
 
 using vu::test::messageOf;
+using vu::test::readError;
 using vu::test::Result;
 using vu::test::run;
 using vu::test::says;
@@ -123,10 +125,6 @@ void checkReaders(const std::string& path, const std::string& tableMessage, int 
 
 std::string openError(const std::string& path, int error) {
   return "Top level domain definition file [" + path + "] open error : " + std::strerror(error);
-}
-
-std::string readError(int record) {
-  return "Top level domain : Read Error at [" + std::to_string(record) + "]-th record";
 }
 
 TEST(Files, ReadersTellWhatTheyCannotRead) {

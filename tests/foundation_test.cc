@@ -112,31 +112,6 @@ TEST(Conversion, ReadsNumbers) {
   EXPECT_EQ("Impure float value", messageOf([] { str2val<float>(std::string("1\0", 2)); }));
 }
 
-/// Reads `text` both ways and compares.
-template <typename... Types>
-void compareWithStream(const std::string& text, bool hex) {
-  for (const auto& [expected, got] :
-       {std::pair(convertPlainly<Types>(text, hex), convert<Types>(text, hex))...}) {
-    ASSERT_EQ(expected, got) << text;
-  }
-}
-
-TEST(Conversion, AgreesWithAStream) {
-  const std::vector<std::string> pieces = {
-      "0",          "1",  "7",    "9",   "f",   "F",   "x",     "0x",    "0X",
-      "+",          "-",  " ",    "\t",  ".",   ",",   "e",     "E",     "e3",
-      "'",          "_",  "1e30", "e-9", "32",  "65",  "32767", "65535", "2147483647",
-      "4294967295", "48", "36",   "00",  "inf", "nan", "p1",    "\xa0"};
-  std::mt19937 random(1);
-  for (int i = 0; i < 60000; ++i) {
-    const std::string text = vu::test::randomText(random, pieces, 6);
-    if (text.empty()) continue;
-    const bool hex = i % 3 == 0;
-    compareWithStream<int, long, unsigned int, unsigned short, short, unsigned long long, double,
-                      unsigned char, signed char>(text, hex);
-  }
-}
-
 TEST(Conversion, WritesNumbers) {
   EXPECT_EQ("1234567", val2str(1234567));
   EXPECT_EQ("-2147483648", val2str(std::numeric_limits<int>::min(), -1, nullptr));

@@ -103,51 +103,6 @@ TEST(Pattern, VectorTooSmall) {
   EXPECT_EQ(3, vector[1]);
 }
 
-/// Patterns and subjects over a small alphabet, through the object and through PCRE's interpreter,
-/// with vectors that are sometimes too small.
-TEST(Pattern, AgreesWithTheInterpreter) {
-  const std::vector<std::string> parts = {
-      "a",   "b",   "c",     ".",    "(",   ")",    "(?:",    "|",    "*",   "+",
-      "?",   "*?",  "+?",    "\\1",  "\\b", "^",    "$",      "[ab]", "(?=", "(?<=a)",
-      "{2}", "\\w", "(a|b)", "(.*)", "++",  "(?<!", "(?P<n>", "(?i:", "[(]"};
-  const int compileOptions[] = {PCRE_DOTALL, PCRE_DOTALL, PCRE_FIRSTLINE, PCRE_UTF8};
-  const std::vector<std::string> letters = {"a", "b", "c", "ab", " ", "\n"};
-  std::mt19937 random(2);
-  int matched = 0;
-  for (int i = 0; i < 40000; ++i) {
-    const std::string pattern = vu::test::randomText(random, parts, 8);
-    const int compile = compileOptions[i % 4];
-    const vu::test::Interpreter plain(pattern.c_str(), compile);
-    const int pairs = 1 + static_cast<int>(random() % 4);
-    ASSERT_EQ(plain.refusal(), messageOf([&] { vu_pcre(pattern.c_str(), pairs, compile); }))
-        << pattern;
-    if (!plain.refusal().empty()) continue;
-    vu_pcre ours(pattern.c_str(), pairs, compile);
-    for (int k = 0; k < 4; ++k) {
-      const vu::test::ExactCopy subject(vu::test::randomText(random, letters, 8));
-      const int size = static_cast<int>(subject.view().size());
-      const int start = k == 3 ? size / 2 : 0;
-      const int options = k == 2 ? PCRE_NOTEMPTY : 0;
-      std::vector<int> expected(static_cast<std::size_t>(pairs) * 3);
-      std::vector<int> got(expected);
-      const int result = plain.search(subject.view(), start, options, expected);
-      ASSERT_EQ(result,
-                ours.match(subject.view().data(), size, start, options, got.data(), pairs * 3))
-          << pattern << " on " << subject.view();
-      expected.resize(static_cast<std::size_t>(pairs) * 2);
-      got.resize(static_cast<std::size_t>(pairs) * 2);
-      ASSERT_TRUE(result < 0 || expected == got) << pattern << " on " << subject.view();
-      matched += result > 0 ? 1 : 0;
-      if (result == 0) continue;
-      if (k == 1) searchOften(ours);
-      ASSERT_EQ(result, ours.execute(subject.view().data(), size, start, options)) << pattern;
-      got.assign(ours.results(), ours.results() + pairs * 2);
-      ASSERT_TRUE(result < 0 || expected == got) << pattern << " on " << subject.view();
-    }
-  }
-  EXPECT_GT(matched, 10000);
-}
-
 /// Which patterns PCRE's just-in-time code is trusted with: none that it may treat in its own way.
 TEST(Pattern, KnowsWhereTheEnginesAgree) {
   for (const char* agreed : {"", "a(b)c|d*?e+?f??", "(?:a)(?i:b)(?i)(?s-m:c)", "(?<n>a)(?P<m>b)",

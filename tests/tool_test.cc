@@ -318,52 +318,6 @@ TEST(Tool, RowsStayInOrder) {
   }
 }
 
-/// Lines that share their beginnings with the line before, in blocks cut anywhere.
-TEST(Tool, RowsAgreeWithThePlainTelling) {
-  const TemporaryFile suffixes("co.xy 3\nb.co.xy 4\n");
-  const vu_cctld table(suffixes.path(), "corp.xy");
-  const std::vector<std::string> begins = {"http://", "http://", "://",
-                                           "",        "x:",      "a.longer.one://"};
-  const std::vector<std::string> pieces = {"a",
-                                           "b",
-                                           "co.xy",
-                                           "a.b.co.xy",
-                                           "1.2.3.4",
-                                           "254.",
-                                           ".",
-                                           "/",
-                                           ":",
-                                           "://",
-                                           "\t",
-                                           "\\",
-                                           "\r",
-                                           "\xff",
-                                           " ",
-                                           "@",
-                                           std::string(1, '\0')};
-  std::mt19937 random(6);
-  std::string input;
-  std::string expected;
-  std::string url;
-  for (int i = 0; i < 100000; ++i) {
-    if (random() % 3 == 0) url = begins[random() % begins.size()];
-    url.resize(std::min<std::size_t>(url.size(), random() % 40));
-    url += vu::test::randomText(random, pieces, 4);
-    if (i % 10000 == 9999) url += "/" + std::string(100000 + random() % 300000, 'c');
-    const bool hasReturn = url.empty() || url.back() == '\r' || random() % 8 == 0;
-    input += url + (hasReturn ? "\r\n" : "\n");
-    expected += plainRow(table, url);
-  }
-  input += "http://last.xy";
-  expected += plainRow(table, "http://last.xy");
-  const TemporaryFile file(input);
-  const std::string classify =
-      std::string("vu classify --format tsv -d corp.xy -s ") + suffixes.path();
-  EXPECT_TRUE(expected == run(classify + " -j 1 -f " + file.path()).out);
-  EXPECT_TRUE(expected == run(classify + " -j 3 -f " + file.path()).out);
-  EXPECT_TRUE(expected == run("cat | " + classify + " -j 2", input).out);
-}
-
 /// The largest memory, in KiB, of a shell command line and its children.
 long peakMemory(const std::string& command) {
   const pid_t child = fork();

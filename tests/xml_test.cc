@@ -93,46 +93,6 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
             messageOf([&] { parser.composeXmldata(&root, "<d />", 5, empty, 5); }));
 }
 
-TEST(Xml, AgreesWithThePlainTelling) {
-  const std::vector<std::string> pieces = {
-      "<a>",   "</a>",  "<ab>", "</ab>", "<abc>", "</abc>", "<a ", "<ab x='1'>", "<b",  "</a",
-      "</ab ", "/>",    ">",    "<",     "/",     "<a/>",   "b",   "<ab/>",      " ",   "\n",
-      "'",     "x='1'", "\"",   "=",     "-",     "t",      "<a>", "</a>",       "\xe4"};
-  std::mt19937 random(3);
-  vu_pcrexml parser;
-  PlainParser plain;
-  int trees = 0;
-  for (int i = 0; i < 200000; ++i) {
-    const std::string text = randomText(random, pieces, 14);
-    if (text.empty()) continue;
-    const std::string expected = plain.parse(text);
-    ASSERT_EQ(expected, parsed(parser, text)) << text;
-    if (expected[0] == '\n') ++trees;
-    // The same without a NUL behind it.
-    const ExactCopy copy(text);
-    xmldata root("data", 4, nullptr, 0);
-    const std::string message = messageOf(
-        [&] { parser.subpattern(&root, copy.view().data(), static_cast<int>(text.size())); });
-    ASSERT_EQ(expected, message.empty() ? dump(root) : message) << text;
-  }
-  EXPECT_LT(50000, trees);
-}
-
-/// Many names that begin alike, in texts long enough for every order of them.
-TEST(Xml, AgreesOnNamesThatBeginAlike) {
-  std::mt19937 random(5);
-  vu_pcrexml parser;
-  PlainParser plain;
-  for (int i = 0; i < 5000; ++i) {
-    std::string text;
-    for (int n = 0; n < 40; ++n) {
-      const std::string name = std::string("abababbaba").substr(random() % 3, 1 + random() % 6);
-      text += (random() % 2 == 0 ? "<" : "</") + name + (random() % 8 == 0 ? "/>" : ">");
-    }
-    ASSERT_EQ(plain.parse(text), parsed(parser, text)) << text;
-  }
-}
-
 std::string repeated(const std::string& text, int times) {
   std::string all;
   for (int i = 0; i < times; ++i) all += text;

@@ -6,8 +6,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <climits>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -15,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/plain/numbers.h"
 #include "tests/support.h"
 #include "vu/config.h"
 
@@ -54,6 +57,38 @@ inline std::string recordsOf(const vu_getopt& parser) {
                       parser.origin(i));
   }
   return all;
+}
+
+/// A setting as it is converted by its type letter; the message in brackets when it is not.
+inline std::string itemOf(const vu_config& store, const char* name) {
+  char type = 0;
+  messageOf([&] { store.getParam(name, type); });
+  config_value value{};
+  const std::string message = messageOf([&] { value = store.getConfItem(name); });
+  if (!message.empty()) return "<" + message + ">";
+  unsigned char bytes[sizeof value];
+  std::memcpy(bytes, &value, sizeof value);
+  const std::size_t used = type == 'p' || type == 'u'   ? 2
+                           : type == 'd' || type == 'l' ? 4
+                                                        : sizeof value;
+  if (std::any_of(bytes + used, bytes + sizeof value, [](auto byte) { return byte != 0; })) {
+    return "more than the value";
+  }
+  switch (type) {
+    case 'd':
+      return exactly(value.asInt);
+    case 'e':
+      return exactly(value.asDouble);
+    case 'l':
+      return exactly(value.asUInt);
+    case 'p':
+    case 'u':
+      return exactly(value.asUShort);
+    case 0:
+      return value.asText == nullptr ? "" : "not zero";
+    default:
+      return value.asText;
+  }
 }
 
 /// The records that a command line leads to, or its message, "usage" for the usage text.
