@@ -23,6 +23,92 @@ using vu::test::TemporaryFile;
 
 namespace {
 
+// -----------------------------------------------------------------------------------------------
+// All that a caller can see of an object, as text.
+
+const std::string kLong = "a-text-that-is-too-long-for-the-room-that-a-string-has-in-itself";
+const int kLength = static_cast<int>(kLong.size());
+
+std::string stateOf(const std::string& text) { return text; }
+std::string stateOf(const vu_exception& failure) { return failure.what(); }
+std::string stateOf(const std::stringstream& out) { return out.str(); }
+std::string stateOf(const vu_pcrexml& /*parser*/) { return "made"; }
+std::string stateOf(const vu_getopt& parser) { return vu::test::recordsOf(parser); }
+
+using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
+
+std::string stateOf(const Pairs& pairs) { return std::string(pairs.size(), '.'); }
+
+std::string stateOf(const vu_pcre& pattern) {
+  int vector[9] = {};
+  std::string state = val2str(pattern.match("xab", 3, 0, 0, vector, 9)) + ":";
+  for (const int* offsets : {static_cast<const int*>(vector), pattern.results()}) {
+    for (int i = 0; i < 4; ++i) state += " " + val2str(offsets[i]);
+  }
+  return state;
+}
+
+std::string stateOf(const xmldata& tree) {
+  std::stringstream text;
+  tree.displayText(text, 0);
+  return text.str();
+}
+
+std::string stateOf(const vu_config& store) {
+  std::string state;
+  for (const char* name : {"debug", "isdaemon", "userdata", "systemID", "own", kLong.c_str()}) {
+    state += messageOf([&] {
+      state += std::string(name) + " " + store.getParam(name) + " (" + store.origin(name) + ")";
+    });
+    state += "\n";
+  }
+  return state;
+}
+
+std::string stateOf(const vu_cctld& table) {
+  std::string state = val2str(table.suffixCount()) + " suffixes, " + val2str(table.maxLabels()) +
+                      " labels, " + table.defaultDomain() + "\n";
+  for (const char* url : {"a.b.co.xy", "a.b.ltd.zz", "a.A.xy", "x.a-long-label-indeed.ltd.xy"}) {
+    state.append(table.classify(url).domain).append(" ");
+    state.append(table.classify(url, vu_match::publicSuffix).domain).append("\n");
+  }
+  return state;
+}
+
+using Byte = unsigned char;
+
+const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
+
+std::string keyState() { return printHexical(vu_crypto::cipherkey_, 128, 0, false); }
+
+/// An engine with what its last message came to.
+struct Engine {
+  Engine(int mode, const EVP_CIPHER* cipher)
+      : engine(mode, cipher, nullptr, nullptr, 0, 1), out(200, '?') {}
+
+  void run(const std::string& in) {
+    engine.cipheranalyse(bytes(in), static_cast<int>(in.size()), out.data(), 200);
+  }
+
+  vu_crypto engine;
+  std::vector<Byte> out;
+};
+
+std::string stateOf(const Engine& engine) {
+  return printHexical(engine.out.data(), 200, 0, false) + keyState();
+}
+/// One that has enciphered nothing.
+std::string stateOf(const vu_crypto& /*engine*/) { return keyState(); }
+
+/// What may be made.
+template <typename Pointer>
+auto stateOf(const Pointer& pointer) -> decltype(stateOf(*pointer)) {
+  return pointer ? stateOf(*pointer) : "none";
+}
+
+// -----------------------------------------------------------------------------------------------
+// Operations
+
 /// A prepared object, which the two hold.
 struct Subject {
   std::function<void()> act;
@@ -116,61 +202,55 @@ void survives(const std::vector<Operation>& rows) {
   }
 }
 
+/// Makes a T each time it is called.
+template <typename T, typename... Arguments>
+auto making(Arguments... arguments) {
+  return [=] { return std::make_unique<T>(arguments...); };
+}
+
 /// A row for `act` on what `make` gives.
-template <typename Make, typename Act, typename State>
-Operation change(const char* what, Make make, Act act, State state,
-                 bool (*allowed)(const Outcome&) = whole, const char* message = nullptr) {
-  const auto prepare = [make, act, state] {
+template <typename Make, typename Act>
+Operation change(const char* what, Make make, Act act, bool (*allowed)(const Outcome&) = whole,
+                 const char* message = nullptr) {
+  const auto prepare = [make, act] {
     const auto object = std::shared_ptr(make());
-    return Subject{[object, act] { act(*object); }, [object, state] { return state(*object); }};
+    return Subject{[object, act] { act(*object); }, [object] { return stateOf(*object); }};
   };
   return {what, prepare, allowed, message};
 }
 
 /// A row for a constructor, as `make` calls it.
-template <typename Make, typename State>
-Operation construction(const char* what, Make make, State state, const char* message = nullptr,
+template <typename Make>
+Operation construction(const char* what, Make make, const char* message = nullptr,
                        bool (*allowed)(const Outcome&) = whole) {
-  const auto none = [] { return std::make_unique<decltype(make())>(); };
-  return change(
-      what, none, [make](auto& holder) { holder = make(); },
-      [state](const auto& holder) { return holder ? state(*holder) : "none"; }, allowed, message);
+  const auto act = [make](auto& holder) { holder = make(); };
+  return change(what, making<decltype(make())>(), act, allowed, message);
 }
 
 /// A row for an operation of which nothing is left but a text.
 template <typename Action>
 Operation result(const char* what, Action action, bool (*allowed)(const Outcome&) = whole) {
-  return change(
-      what, [] { return std::make_unique<std::string>(); },
-      [action](std::string& text) {
-        std::string made = action();
-        text.swap(made);
-      },
-      [](const std::string& text) { return text; }, allowed);
+  const auto act = [action](std::string& text) {
+    std::string made = action();
+    text.swap(made);
+  };
+  return change(what, making<std::string>(), act, allowed);
 }
 
 /// A row for a failure: its text needs memory, too.
 template <typename Action>
 Operation refusal(const char* what, Action action, bool (*allowed)(const Outcome&) = whole) {
-  return result(
-      what, [action] { return messageOf(action); }, allowed);
+  const auto text = [action] { return messageOf(action); };
+  return result(what, text, allowed);
 }
 
-const std::string kLong = "a-text-that-is-too-long-for-the-room-that-a-string-has-in-itself";
-const int kLength = static_cast<int>(kLong.size());
-
 TEST(Failures, Foundation) {
-  const auto what = [](const vu_exception& e) { return std::string(e.what()); };
-  const auto make = [] { return std::make_unique<vu_exception>("short"); };
-  const auto unsignedBytes = [] { return reinterpret_cast<const unsigned char*>(kLong.data()); };
+  const auto make = making<vu_exception>("short");
+  const auto assign = [](vu_exception& e) { e = vu_exception(kLong); };
   survives({
-      construction(
-          "vu_exception", [] { return std::make_unique<vu_exception>(kLong); }, what),
-      construction(
-          "vu_exception(pointer)", [] { return std::make_unique<vu_exception>(kLong.c_str()); },
-          what),
-      change(
-          "vu_exception =", make, [](vu_exception& e) { e = vu_exception(kLong); }, what),
+      construction("vu_exception", [] { return std::make_unique<vu_exception>(kLong); }),
+      construction("vu_exception(pointer)", making<vu_exception>(kLong.c_str())),
+      change("vu_exception =", make, assign),
       result("findValueByString",
              [] { return val2str(findValueByString("QUERY_TYPE_NOT_FOUND", statusTable, 999)); }),
       refusal("findValueByString, unknown", [] { findValueByString(kLong, statusTable, 999); }),
@@ -185,39 +265,26 @@ TEST(Failures, Foundation) {
              }),
       result("val2str<long long>", [] { return val2str(LLONG_MAX, -1, std::oct); }),
       result("val2str<double>", [] { return val2str(1e300, 9); }),
-      result("printHexical", [=] { return printHexical(unsignedBytes(), 60, 7, true); }),
+      result("printHexical", [] { return printHexical(bytes(kLong), 60, 7, true); }),
   });
 }
 
-std::string stateOf(const vu_pcre& pattern) {
-  int vector[9] = {};
-  std::string state = val2str(pattern.match("xab", 3, 0, 0, vector, 9)) + ":";
-  for (const int* offsets : {static_cast<const int*>(vector), pattern.results()}) {
-    for (int i = 0; i < 4; ++i) state += " " + val2str(offsets[i]);
-  }
-  return state;
-}
-
 TEST(Failures, Pattern) {
-  using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
-  const auto make = [] { return std::make_unique<vu_pcre>("(a+)(b)", 3, -1); };
-  const auto makePairs = [] { return std::make_unique<NvalPcre>("(a+)(b)"); };
-  const auto state = [](const vu_pcre& p) { return stateOf(p); };
+  const auto make = making<vu_pcre>("(a+)(b)", 3, -1);
   static const vu_pcre back("(a)\\1", 1, -1);
   static vu_pcre small("(a+)(b)", 2, -1);
   static vu_pcre all(".*", 1, -1);
   static NvalPcre nval("(a)=(b)");
   all.execute(kLong.data(), kLength, 0, 0);
+  const auto searchOften = [](vu_pcre& p) {
+    for (int i = 0; i < 200; ++i) p.execute("xaab", 4, 0, 0);
+  };
+  const auto insert = [](Pairs& list) { insertNV2List(list, nval, "a=b a=b a=b", 0); };
   survives({
-      construction("vu_pcre", make, state, "PCRE Compile "),
-      construction("NvalPcre", makePairs, state, "PCRE Compile "),
+      construction("vu_pcre", make, "PCRE Compile "),
+      construction("NvalPcre", making<NvalPcre>("(a+)(b)"), "PCRE Compile "),
       refusal("vu_pcre, bad pattern", [] { const vu_pcre bad("a(", 1, -1); }),
-      change(
-          "execute, often", make,
-          [](vu_pcre& p) {
-            for (int i = 0; i < 200; ++i) p.execute("xaab", 4, 0, 0);
-          },
-          state),
+      change("execute, often", make, searchOften),
       refusal("execute, small vector", [] { small.execute("ab", 2, 0, 0); }),
       result(
           "match, a reference back",
@@ -229,17 +296,8 @@ TEST(Failures, Pattern) {
           [](const Outcome& o) { return o.now == o.done || (!o.threw && o.now == "-6"); }),
       result("getResultStr", [] { return all.getResultStr(0, kLong.data()); }),
       refusal("getResultStr, out of range", [] { all.getResultStr(1, ""); }),
-      change(
-          "insertNV2List", [] { return std::make_unique<Pairs>(); },
-          [](Pairs& list) { insertNV2List(list, nval, "a=b a=b a=b", 0); },
-          [](const Pairs& list) { return std::string(list.size(), '.'); }, started),
+      change("insertNV2List", making<Pairs>(), insert, started),
   });
-}
-
-std::string stateOf(const xmldata& tree) {
-  std::stringstream text;
-  tree.displayText(text, 0);
-  return text.str();
 }
 
 TEST(Failures, Xml) {
@@ -247,31 +305,31 @@ TEST(Failures, Xml) {
   static const int length = static_cast<int>(text.size());
   static vu_pcrexml parser;
   static const std::unique_ptr<const xmldata> tree(parser.execute(text.c_str(), kLong.c_str()));
-  const auto state = [](const xmldata& node) { return stateOf(node); };
-  const auto leaf = [] { return std::make_unique<xmldata>("data", 4, nullptr, 0); };
-  const auto stream = [] { return std::make_unique<std::stringstream>(); };
-  const auto written = [](const std::stringstream& out) { return out.str(); };
+  const auto leaf = making<xmldata>("data", 4, nullptr, 0);
   /// To a stream that hands on what goes wrong.
-  const auto printing = [=](const char* what, auto print) {
-    return change(
-        what, stream,
-        [print](std::stringstream& out) {
-          out.clear();
-          out.exceptions(std::ios::badbit);
-          print(out);
-        },
-        written, started);
+  const auto printing = [](const char* what, auto print) {
+    const auto act = [print](std::stringstream& out) {
+      out.clear();
+      out.exceptions(std::ios::badbit);
+      print(out);
+    };
+    return change(what, making<std::stringstream>(), act, started);
+  };
+  const auto add = [=](xmldata& node) {
+    auto child = leaf();
+    node.addData(child.get());
+    child.release();
+  };
+  const auto parse = [](xmldata& node) { parser.subpattern(&node, text.data(), length); };
+  const auto compose = [](xmldata& node) {
+    static int offsets[18];
+    static const vu_pcre element("<(\\w+)\\s*([^>]*)>(.*)</\\1>", 6, -1);
+    const int rc = element.match(text.data(), length, 0, 0, offsets, 18);
+    parser.composeXmldata(&node, text.data(), length, offsets, rc);
   };
   survives({
-      construction("xmldata", leaf, state),
-      change(
-          "addData", leaf,
-          [=](xmldata& node) {
-            auto child = leaf();
-            node.addData(child.get());
-            child.release();
-          },
-          state, started),
+      construction("xmldata", leaf),
+      change("addData", leaf, add, started),
       result("attribute", [] { return tree->child("a")->attribute("x"); }),
       result("tagString", [] { return tree->tagString(); }),
       result("attrsString", [] { return tree->child("a")->attrsString(); }),
@@ -282,40 +340,14 @@ TEST(Failures, Xml) {
       printing("display 2", [](std::stringstream& out) { tree->display(1, 2, out); }),
       printing("displayText", [](std::stringstream& out) { tree->displayText(out, 0); }),
       printing("displayXML", [](std::stringstream& out) { tree->displayXML(out, 0, 1); }),
-      construction(
-          "vu_pcrexml", [] { return std::make_unique<vu_pcrexml>(); },
-          [](const vu_pcrexml&) { return "made"; }, "PCRE Compile "),
-      construction(
-          "execute", [] { return std::unique_ptr<xmldata>(parser.execute(text.c_str(), "data")); },
-          state),
+      construction("vu_pcrexml", making<vu_pcrexml>(), "PCRE Compile "),
+      construction("execute",
+                   [] { return std::unique_ptr<xmldata>(parser.execute(text.c_str(), "data")); }),
       refusal("execute, no match",
               [] { const std::unique_ptr<xmldata> none(parser.execute("text", "data")); }),
-      change(
-          "subpattern", leaf, [](xmldata& node) { parser.subpattern(&node, text.data(), length); },
-          state, started),
-      change(
-          "composeXmldata", leaf,
-          [](xmldata& node) {
-            static int offsets[18];
-            static const vu_pcre element("<(\\w+)\\s*([^>]*)>(.*)</\\1>", 6, -1);
-            const int rc = element.match(text.data(), length, 0, 0, offsets, 18);
-            parser.composeXmldata(&node, text.data(), length, offsets, rc);
-          },
-          state, started),
+      change("subpattern", leaf, parse, started),
+      change("composeXmldata", leaf, compose, started),
   });
-}
-
-std::string stateOf(const vu_getopt& parser) { return vu::test::recordsOf(parser); }
-
-std::string stateOf(const vu_config& store) {
-  std::string state;
-  for (const char* name : {"debug", "isdaemon", "userdata", "systemID", "own", kLong.c_str()}) {
-    state += messageOf([&] {
-      state += std::string(name) + " " + store.getParam(name) + " (" + store.origin(name) + ")";
-    });
-    state += "\n";
-  }
-  return state;
 }
 
 TEST(Failures, Config) {
@@ -328,72 +360,47 @@ TEST(Failures, Config) {
   static const config_helper records[] = {
       {kLong.c_str(), 's', kLong.c_str()}, {"own", 'b', flagValue(3)}, {nullptr, 0, nullptr}};
   static const vu_getopt usual(argc, argv, nullptr);
+  static vu_getopt empty(0, nullptr, nullptr);
+  static int type;
   static vu_config loaded(nullptr);
   loaded.initConfig(argc, argv, nullptr);
-  const auto parser = [] { return std::make_unique<vu_getopt>(argc, argv, nullptr); };
-  const auto fresh = [] { return std::make_unique<vu_getopt>(0, nullptr, nullptr); };
-  const auto state = [](const auto& object) { return stateOf(object); };
+  const auto parser = making<vu_getopt>(argc, argv, nullptr);
+  const auto fresh = making<vu_getopt>(0, nullptr, nullptr);
   const auto store = [] {
     auto made = std::make_unique<vu_config>(nullptr);
     made->initConfig(1, argv, nullptr);
     made->setParam("systemID", "by the program", 's');
     return made;
   };
+  const auto parseFile = [](vu_getopt& p) { p.setOptions('c', file.path()); };
+  const auto readFile = [](vu_getopt& p) { p.setConfigFile(file.path()); };
+  const auto readLine = [](vu_getopt& p) { p.parseConfigLine(line); };
+  const auto initialise = [](vu_config& s) { s.initConfig(argc, argv, nullptr); };
+  const auto reload = [](vu_config& s) { s.reload(argc, argv, nullptr); };
   const char* const fileError = "Cannot ";
   survives({
-      construction("vu_getopt", parser, state, fileError),
+      construction("vu_getopt", parser, fileError),
       change(
-          "getOptions", parser, [](vu_getopt& p) { p.getOptions(); }, state, anything, fileError),
-      change(
-          "setOptions", fresh, [](vu_getopt& p) { p.setOptions('c', file.path()); }, state,
-          anything, fileError),
-      change(
-          "setConfigFile", fresh, [](vu_getopt& p) { p.setConfigFile(file.path()); }, state,
-          anything, fileError),
-      change(
-          "parseConfigLine", parser, [](vu_getopt& p) { p.parseConfigLine(line); }, state),
-      refusal(
-          "parseConfigLine, unknown",
-          [] { vu_getopt(0, nullptr, nullptr).parseConfigLine("unknown-name-of-some-length x"); }),
-      refusal("setOptions, bad",
-              [] { vu_getopt(0, nullptr, nullptr).setConfigFile("/nowhere/at/all"); }),
+          "getOptions", parser, [](vu_getopt& p) { p.getOptions(); }, anything, fileError),
+      change("setOptions", fresh, parseFile, anything, fileError),
+      change("setConfigFile", fresh, readFile, anything, fileError),
+      change("parseConfigLine", parser, readLine),
+      refusal("parseConfigLine, unknown", [] { empty.parseConfigLine("unknown_name x"); }),
+      refusal("setOptions, bad", [] { empty.setConfigFile("/nowhere/at/all"); }),
       refusal("usageMsg", [] { usual.usageMsg(); }),
-      refusal("getOptItem, unknown",
-              [] {
-                int type = 0;
-                usual.getOptItem(kLong.c_str(), type);
-              }),
+      refusal("getOptItem, unknown", [] { empty.getOptItem(kLong.c_str(), type); }),
       result("origin", [] { return usual.origin(9); }),
       refusal("origin, out of range", [] { static_cast<void>(usual.origin(99)); }),
-      construction(
-          "vu_config", [] { return std::make_unique<vu_config>(records); }, state),
-      change(
-          "initConfig", store, [](vu_config& s) { s.initConfig(argc, argv, nullptr); }, state,
-          whole, fileError),
-      change(
-          "reload", store, [](vu_config& s) { s.reload(argc, argv, nullptr); }, state, whole,
-          fileError),
-      change(
-          "configParams", store, [](vu_config& s) { s.configParams(records); }, state),
-      change(
-          "setConfParam", store, [](vu_config& s) { s.setConfParam(records); }, state),
-      change(
-          "setParam", store, [](vu_config& s) { s.setParam("own", kLong.c_str(), 's'); }, state),
-      change(
-          "setParam, known", store,
-          [](vu_config& s) { s.setParam("userdata", kLong.c_str(), 's'); }, state),
+      construction("vu_config", making<vu_config>(records)),
+      change("initConfig", store, initialise, whole, fileError),
+      change("reload", store, reload, whole, fileError),
+      change("configParams", store, [](vu_config& s) { s.configParams(records); }),
+      change("setConfParam", store, [](vu_config& s) { s.setConfParam(records); }),
+      change("setParam", store, [](vu_config& s) { s.setParam("own", kLong.c_str(), 's'); }),
+      change("setParam, known", store,
+             [](vu_config& s) { s.setParam("userdata", kLong.c_str(), 's'); }),
       result("vu_config::origin", [] { return loaded.origin("userdata"); }),
   });
-}
-
-std::string stateOf(const vu_cctld& table) {
-  std::string state = val2str(table.suffixCount()) + " suffixes, " + val2str(table.maxLabels()) +
-                      " labels, " + table.defaultDomain() + "\n";
-  for (const char* url : {"a.b.co.xy", "a.b.ltd.zz", "a.A.xy", "x.a-long-label-indeed.ltd.xy"}) {
-    state.append(table.classify(url).domain).append(" ");
-    state.append(table.classify(url, vu_match::publicSuffix).domain).append("\n");
-  }
-  return state;
 }
 
 TEST(Failures, Domain) {
@@ -402,8 +409,7 @@ TEST(Failures, Domain) {
   static const TemporaryFile bad("a-long-label-indeed.ltd.xy 5\nbroken\n");
   static const vu_cctld usual(old.path(), kLong.c_str());
   static vu_cctld other(old.path());
-  const auto table = [] { return std::make_unique<vu_cctld>(old.path(), "corp.xy"); };
-  const auto state = [](const vu_cctld& t) { return stateOf(t); };
+  const auto table = making<vu_cctld>(old.path(), "corp.xy");
   const auto lookUp = [](const char* url) {
     return [url] {
       unsigned ip = 0;
@@ -413,13 +419,11 @@ TEST(Failures, Domain) {
     };
   };
   survives({
-      construction(
-          "vu_cctld", [] { return std::make_unique<vu_cctld>(file.path(), kLong.c_str()); }, state,
-          "PCRE Compile ", cleared),
+      construction("vu_cctld", making<vu_cctld>(file.path(), kLong.c_str()), "PCRE Compile ",
+                   cleared),
       change(
-          "initSet", table, [](vu_cctld& t) { t.initSet(file.path()); }, state, cleared),
-      change(
-          "reload", table, [](vu_cctld& t) { t.reload(file.path()); }, state),
+          "initSet", table, [](vu_cctld& t) { t.initSet(file.path()); }, cleared),
+      change("reload", table, [](vu_cctld& t) { t.reload(file.path()); }),
       refusal("reload, bad", [] { other.reload(bad.path()); }),
       refusal("reload, missing", [] { other.reload("/nowhere/at/all"); }),
       result("lookup", lookUp("http://www.a-domain-of-some-length.xy/")),
@@ -430,33 +434,18 @@ TEST(Failures, Domain) {
   });
 }
 
-using Byte = unsigned char;
-
-const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
-
-std::string keyState() { return printHexical(vu_crypto::cipherkey_, 128, 0, false); }
-
-/// An engine with what its last message came to.
-struct Engine {
-  Engine(int mode, const EVP_CIPHER* cipher)
-      : engine(mode, cipher, nullptr, nullptr, 0, 1), out(200, '?') {}
-
-  void run(const std::string& in) {
-    engine.cipheranalyse(bytes(in), static_cast<int>(in.size()), out.data(), 200);
-  }
-  std::string state() const { return printHexical(out.data(), 200, 0, false) + keyState(); }
-
-  vu_crypto engine;
-  std::vector<Byte> out;
-};
-
 TEST(Failures, Crypto) {
-  const auto state = [](const Engine& e) { return e.state(); };
-  const auto message = [=](const char* what, int mode, const EVP_CIPHER* cipher,
-                           const std::string& in) {
+  const auto message = [](const char* what, int mode, const EVP_CIPHER* cipher,
+                          const std::string& in) {
     return change(
-        what, [=] { return std::make_unique<Engine>(mode, cipher); },
-        [in](Engine& e) { e.run(in); }, state, anything, "Cipher ");
+        what, making<Engine>(mode, cipher), [in](Engine& e) { e.run(in); }, anything, "Cipher ");
+  };
+  const auto makeFirst = [] {
+    std::fill_n(vu_crypto::cipherkey_, 128, Byte{0});
+    return std::make_unique<vu_crypto>(1, 0, "phrase", bytes("salt"), 4, 3);
+  };
+  const auto wholeOrNoKey = [](const Outcome& o) {
+    return whole(o) || o.now == std::string(256, '0');
   };
   vu::test::inChild([=] {
     Engine aes(1, nullptr);
@@ -480,16 +469,8 @@ TEST(Failures, Crypto) {
             [](const Outcome& o) { return o.threw || o.now.rfind("Cipher ", 0) == 0; }),
         result("print_info", [] { return usual.print_info(); }),
         refusal("ciphersize, bad", [] { usual.ciphersize(-1); }),
-        construction(
-            "vu_crypto", [] { return std::make_unique<Engine>(1, EVP_rc4()); }, state),
-        construction(
-            "vu_crypto, the first",
-            [] {
-              std::fill_n(vu_crypto::cipherkey_, 128, Byte{0});
-              return std::make_unique<vu_crypto>(1, 0, "phrase", bytes("salt"), 4, 3);
-            },
-            [](const vu_crypto&) { return keyState(); }, nullptr,
-            [](const Outcome& o) { return whole(o) || o.now == std::string(256, '0'); }),
+        construction("vu_crypto", making<Engine>(1, EVP_rc4())),
+        construction("vu_crypto, the first", makeFirst, nullptr, wholeOrNoKey),
     });
   });
 }
