@@ -63,18 +63,18 @@ vu_config::vu_config(const config_helper* records) { configParams(records); }
 /// Cannot fail: what is new comes over as it is, what is known takes the new text and keeps its
 /// place, so that references to it stay valid.
 void vu_config::put(Settings& staged) noexcept {
-  if (settings_.empty()) {
-    settings_.swap(staged);
+  if (confMap_.empty()) {
+    confMap_.swap(staged);
     return;
   }
   for (auto& [name, setting] : staged) {
-    const auto known = settings_.find(name);
-    if (known == settings_.end()) continue;
+    const auto known = confMap_.find(name);
+    if (known == confMap_.end()) continue;
     std::swap(known->second.stored.type, setting.stored.type);
     known->second.stored.value.swap(setting.stored.value);
     known->second.origin.swap(setting.origin);
   }
-  settings_.merge(staged);
+  confMap_.merge(staged);
 }
 
 void vu_config::initConfig(int argc, char* const* argv, void* table) {
@@ -86,7 +86,7 @@ void vu_config::initConfig(int argc, char* const* argv, void* table) {
 void vu_config::reload(int argc, char* const* argv, void* table) {
   Settings staged;
   parse(argc, argv, table, staged);
-  for (const auto& [name, setting] : settings_) {
+  for (const auto& [name, setting] : confMap_) {
     if (setting.origin.empty()) staged.erase(name);
   }
   put(staged);
@@ -122,8 +122,8 @@ const std::string& vu_config::getParam(const char* name) const {
 const std::string& vu_config::getParam(const char* name, char& type) const {
   type = 0;
   return readOrDie([&]() -> const std::string& {
-    const auto entry = find(settings_, name);
-    if (entry == settings_.end()) refuseUnknown(name);
+    const auto entry = find(confMap_, name);
+    if (entry == confMap_.end()) refuseUnknown(name);
     type = entry->second.stored.type;
     return entry->second.stored.value;
   });
@@ -135,8 +135,8 @@ config_value vu_config::getConfItem(const char* name) const {
   // cppcheck-suppress memsetClassFloat
   std::memset(&result, 0, sizeof result);
   readOrDie([&] {
-    const auto entry = find(settings_, name);
-    if (entry == settings_.end()) throw vu_exception("unknown parameter");
+    const auto entry = find(confMap_, name);
+    if (entry == confMap_.end()) throw vu_exception("unknown parameter");
     const std::string& text = entry->second.stored.value;
     switch (entry->second.stored.type) {
       case 0:
@@ -164,8 +164,8 @@ config_value vu_config::getConfItem(const char* name) const {
 }
 
 std::string vu_config::origin(const char* name) const {
-  const auto known = find(settings_, name);
-  if (known == settings_.end()) refuseUnknown(name);
+  const auto known = find(confMap_, name);
+  if (known == confMap_.end()) refuseUnknown(name);
   const std::string& origin = known->second.origin;
   return !origin.empty() ? origin : "set by program";
 }

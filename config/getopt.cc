@@ -142,7 +142,7 @@ void vu_getopt::setText(int row, const char* text, const Origin& origin) {
 }
 
 void vu_getopt::usageMsg() const {
-  const char* const program = argc_ > 0 ? argv_[0] : nullptr;
+  const char* const program = argv_ != nullptr ? argv_[0] : nullptr;
   std::string text =
       std::string("\nUsage: ") + (program != nullptr ? program : "") + " [OPTIONS] \n";
   for (const vu_opt_helper* row = optTable_; row->name != nullptr; ++row) {

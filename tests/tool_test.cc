@@ -85,6 +85,12 @@ TEST(Tool, AnswersEveryCommandLine) {
        "200,000  100.0 %    0 OPERATION SUCCESS\n\nMost frequent domains\n       200,000  b.xy"},
       {"vu classify a.b -d .corp", "", 2, "", "not a domain name: .corp"},
       {"vu classify a.b --suffixes ''", "", 2, "", "the name is empty"},
+      {"vu classify c.a.b -s -", "a.b 3\n", 0, "  c.a.b  ", ""},
+      {"cat | vu classify -s -", "a.b 3\n", 1, "",
+       "standard input cannot be both the suffixes and"},
+      {"vu classify -", "", 0, "  -\n", "note: - is taken for a URL; without any, standard input"},
+      {"vu classify -f /dev/null a.b", "", 1, "",
+       "open a.b: No such file or directory; URLs stand"},
       {"vu classify a.b >&- <&-", "", 1, "", "vu classify: cannot write standard output"},
       {"vu status '\x1b[31m'", "", 1, "", "no such status: \\x1b[31m"},
       {"vu settings", "", 0, "systemID    s                            default\n", ""},
@@ -99,6 +105,12 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu settings --check -- -v 3", "", 0, "The settings are good.\n", ""},
       {"vu settings -- -z", "", 1, "", "\nUsage: daemon [OPTIONS] \n  -b <IP>:<port> bind to"},
       {"vu settings -v 5", "", 2, "", "no option -v; a daemon's own arguments stand behind \"--\""},
+      {"vu settings --check -- -D -c /dev/stdin", "debug 3\n\n#\nsystemID=x\n", 0, "good",
+       ":4: skipped by a daemon, for it is no \"name value\"\n"},
+      {"vu settings -- -c /dev/stdin", "debug 3\nisdaemon \x1b\n", 1, "",
+       "\\x1b] (/dev/stdin:2)\n"},
+      {"cat | vu settings -- -c /dev/stdin", "isdaemon \x1b\n", 1, "",
+       "vu settings: bad conversion [\\x1b]\n"},
       {"vu settings --check vu.conf", "", 0, "good",
        "note: a daemon ignores the operand vu.conf; -c"},
       {"vu settings --help", "", 0, "vu settings [OPTIONS] [ARGUMENT...]", ""},
@@ -123,6 +135,7 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu suffixes check a b", "", 2, "", "vu suffixes check: one operand too many: b; see"},
       {"vu suffixes build", "", 2, "", "LIST is required; see \"vu suffixes build --help\"\n"},
       {"vu", "", 2, "", "Examples:\n  vu classify http"},
+      {"vu help suffixes build", "", 0, "Usage: vu suffixes build [OPTIONS] LIST\n", ""},
       {"vu --version", "", 0, "vu 1.", ""},
       {"vu --version | cut -d ' ' -f 1 | xargs", "", 0,
        "vu PCRE OpenSSL libidn2 CLI11 nlohmann-json\n", ""},
@@ -136,9 +149,10 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu status | wc -l", "", 0, "13\n", ""},
       {"vu suffixes build " + std::string(list.path()), "", 0,
        "xy 2\n*.ck 3\n!www.ck 2\nxn--b-eha.xy 3\nblog.xy 3\na.blog.xy 4\n",
-       "cannot honour 3:\n  1 are wildcards, which only"},
+       "cannot honour 3:\n  wildcards, which only public-suffix matching reads: 1, such as *.ck\n"},
       {"vu suffixes build --section private " + std::string(list.path()), "", 0,
-       "blog.xy 3\na.blog.xy 4\n", "cannot honour 1:\n  1 are longer than another listed suffix"},
+       "blog.xy 3\na.blog.xy 4\n",
+       "cannot honour 1:\n  longer than another listed suffix, which wins: 1, such as a"},
       {"vu suffixes build --section icann " + std::string(list.path()), "", 0,
        "xy 2\n*.ck 3\n!www.ck 2\nxn--b-eha.xy 3\n", "cannot honour 2"},
       {"vu suffixes build -", "\xef\xbb\xbf  xy\r\n", 0, "xy 2\n", "honours them all"},
@@ -151,12 +165,13 @@ TEST(Tool, AnswersEveryCommandLine) {
        std::string(broken.path()) + ":2: bad record after 1 good"},
       {"vu suffixes check -", "co.xy 4\nco.xy 3\nxy 2\nltd.co.xy 3\n*.ck 3\n?? 2\na.b.c.d.e 3\n", 0,
        "records: 7\ndistinct suffixes: 6\nlargest label count: 4\nduplicates: 1\n"
-       "  1 stand again, such as co.xy in lines 1 and 2\nnever matched by the shortest rule: 5\n"
-       "  1 are no host names, so nothing can match them, such as ?? in line 6\n"
-       "  1 are wildcards or exceptions, for public-suffix matching only, such as *.ck in line 5\n"
-       "  1 are single labels, for public-suffix matching only, such as xy in line 3\n"
-       "  1 have more labels than the largest label count, such as a.b.c.d.e in line 7\n"
-       "  1 are longer than another listed suffix, which wins, such as ltd.co.xy in line 4 "
+       "  standing again: 1, such as co.xy in lines 1 and 2\nnever matched by the shortest rule: "
+       "5\n"
+       "  no host names, so nothing can match them: 1, such as ?? in line 6\n"
+       "  wildcards or exceptions, for public-suffix matching only: 1, such as *.ck in line 5\n"
+       "  single labels, for public-suffix matching only: 1, such as xy in line 3\n"
+       "  more labels than the largest label count: 1, such as a.b.c.d.e in line 7\n"
+       "  longer than another listed suffix, which wins: 1, such as ltd.co.xy in line 4 "
        "(co.xy is listed)\n",
        ""},
       {"vu xml --format xml", "<a x='1'>hi<b/></a>", 0,

@@ -182,9 +182,25 @@ class Classifier {
   Progress progress_;
 };
 
-/// Tells a person who has named a file of URLs like a URL.
+/// Nothing is printed before it is known that every input can be read.
+void checkFiles(const ClassifyOptions& options) {
+  for (const std::string& path : options.files) {
+    try {
+      checkReadable(path);
+    } catch (const Refusal& refusal) {
+      if (path == options.files.front()) throw;
+      throw Refusal(refusal.what() + std::string("; URLs stand in front of --file"));
+    }
+    if (!options.suffixes.empty() && isSameStream(path, options.suffixes)) {
+      throw Refusal(displayName(path) + " cannot be both the suffixes and the URLs");
+    }
+  }
+}
+
+/// Tells a person who has named a file of URLs, or standard input, like a URL.
 void noteFiles(const std::vector<std::string>& urls) {
   for (const std::string& url : urls) {
+    if (url == "-") say("note: - is taken for a URL; without any, standard input is read");
     struct stat status {};
     if (stat(url.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
     say("note: " + url + " is a file, too; --file reads the URLs in it");
@@ -192,12 +208,11 @@ void noteFiles(const std::vector<std::string>& urls) {
 }
 
 int classify(ClassifyOptions options) {
-  // Nothing is printed before it is known that every input can be read.
-  for (const std::string& path : options.files) checkReadable(path);
-  const std::unique_ptr<vu_cctld> table = makeTable(options.suffixes, options.defaultDomain);
   if (options.urls.empty() && options.files.empty()) {
     options.files.emplace_back("-");
   }
+  checkFiles(options);
+  const std::unique_ptr<vu_cctld> table = makeTable(options.suffixes, options.defaultDomain);
   noteFiles(options.urls);
   options.rows.countDomains = options.summary;
   options.rows.colours = showsColours(STDOUT_FILENO);
@@ -252,9 +267,9 @@ void addClassify(CLI::App& app, int& exitStatus) {
   command->add_flag(
       "--summary", options->summary,
       "Afterwards, on standard error: rows by status,\nfrequent domains, URLs a second");
-  command->add_flag(
-      "--allow-refused", options->allowRefused,
-      "Exit with 0 also when URLs were refused, as engines\nwant it that run this as a step");
+  command->add_flag("--allow-refused", options->allowRefused,
+                    "Exit with 0 also when URLs were refused, for pipelines\nthat take any other "
+                    "status for a failed step");
   command->footer(
       "Exit status: 0 done, 1 a URL was refused or an input could not be read, 2 wrong usage.\n"
       "In tsv a tab, line end or backslash inside a field is written \\t, \\n, \\r, \\\\; in a "

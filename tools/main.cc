@@ -5,8 +5,10 @@
 
 #include <csignal>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -63,7 +65,7 @@ int run(int argc, char** argv) {
   vu::tool::addHash(app);
   vu::tool::addStatus(app);
   app.footer(kExamples + std::string(kExitStatus) +
-             "\n\"vu COMMAND --help\" explains a command, \"man vu\" the whole.");
+             "\n\"vu help COMMAND\" explains a command, \"man vu\" the whole.");
   nameCommands(app);
 
   if (argc == 1) {
@@ -71,7 +73,14 @@ int run(int argc, char** argv) {
     return vu::tool::kWrongUsage;
   }
   try {
-    app.parse(argc, argv);
+    // CLI11 takes a vector from its end.
+    std::vector<std::string> words(std::make_reverse_iterator(argv + argc),
+                                   std::make_reverse_iterator(argv + 1));
+    if (words.back() == "help") {
+      words.pop_back();
+      words.insert(words.begin(), "--help");
+    }
+    app.parse(words);
   } catch (const CLI::Success& asked) {  // for help, or for the version
     std::ostringstream out;
     app.exit(asked, out);

@@ -1,5 +1,6 @@
 // vu settings: what a daemon with the default option table makes of a command line.
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <iostream>
@@ -9,7 +10,9 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "tools/buffer.h"
 #include "tools/command.h"
+#include "tools/input.h"
 #include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
@@ -46,21 +49,112 @@ std::string converted(const vu_config& store, const Setting& setting) {
   return setting.type == 'd' ? val2str(value.asInt) : value.asText;
 }
 
-std::vector<Setting> readSettings(const std::vector<std::string>& arguments) {
-  std::vector<std::string> owned = {"daemon"};
-  owned.insert(owned.end(), arguments.begin(), arguments.end());
-  std::vector<char*> argv;
-  argv.reserve(owned.size() + 1);
-  for (std::string& each : owned) argv.push_back(each.data());
-  argv.push_back(nullptr);
-
-  vu_config store(nullptr);
-  const auto count = static_cast<int>(owned.size());
-  store.initConfig(count, argv.data(), nullptr);
-  for (int operand = optind; operand < count; ++operand) {
-    say(std::string("note: a daemon ignores the operand ") +
-        argv[static_cast<std::size_t>(operand)] + "; -c reads a file");
+/// The argument vector of a daemon.
+class DaemonArguments {
+ public:
+  explicit DaemonArguments(const std::vector<std::string>& arguments) : words_(arguments) {
+    words_.insert(words_.begin(), "daemon");
+    for (std::string& each : words_) pointers_.push_back(each.data());
+    pointers_.push_back(nullptr);
   }
+  int count() const { return static_cast<int>(words_.size()); }
+  char** vector() { return pointers_.data(); }
+
+ private:
+  std::vector<std::string> words_;
+  std::vector<char*> pointers_;
+};
+
+/// The configuration files on a daemon's command line that can be read again: pipes cannot.
+std::vector<std::string> filesOf(const SettingsOptions& options) {
+  DaemonArguments arguments(options.arguments);
+  std::string letters;
+  for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
+    letters += std::string(1, row->option) + (row->type == 'b' ? "" : ":");
+  }
+  std::vector<std::string> files;
+  opterr = 0;
+  optind = 0;
+  for (int letter = 0; letter != -1;) {
+    letter = getopt(arguments.count(), arguments.vector(), letters.c_str());
+    struct stat status {};
+    if (letter == 'c' && stat(optarg, &status) == 0 && S_ISREG(status.st_mode)) {
+      files.emplace_back(optarg);
+    }
+  }
+  return files;
+}
+
+/// What a daemon makes of a line: whether it takes a setting from it. Throws as the daemon would.
+bool takesLine(std::string_view line) {
+  vu_getopt parser(0, nullptr, nullptr);
+  parser.parseConfigLine(std::string(line));
+  for (int i = 0; i < parser.optCount(); ++i) {
+    if (parser.origin(i) != "default") return true;
+  }
+  return false;
+}
+
+/// Calls `look` with each line that says something, and where it stands, until that returns false.
+template <typename Look>
+void eachLine(const std::vector<std::string>& files, Look look) {
+  for (const std::string& path : files) {
+    LineBlocks blocks(path);
+    long number = 0;
+    for (Buffer block; blocks.next(block);) {
+      for (std::string_view rest = block.text(); !rest.empty();) {
+        const std::string_view line = takeLine(rest);
+        ++number;
+        const std::size_t first = line.find_first_not_of(" \t\v\f\r");
+        if (first == std::string_view::npos || line[first] == '#') continue;
+        if (!look(line, path + ":" + val2str(number))) return;
+      }
+    }
+  }
+}
+
+/// Where in the files a failure comes from, as " (PATH:LINE)"; "" when that is nowhere in them.
+std::string placeOf(const std::string& failure, const std::vector<std::string>& files) {
+  std::string found;
+  eachLine(files, [&](std::string_view line, const std::string& place) {
+    try {
+      takesLine(line);
+    } catch (const vu_exception& problem) {
+      if (problem.what() == failure) found = " (" + place + ")";
+      return false;
+    }
+    return true;
+  });
+  return found;
+}
+
+/// A daemon says nothing about a line with "=" between name and value, for one.
+void noteSkippedLines(const std::vector<std::string>& files) {
+  eachLine(files, [](std::string_view line, const std::string& place) {
+    if (!takesLine(line)) {
+      say("note: " + place + ": skipped by a daemon, for it is no \"name value\"");
+    }
+    return true;
+  });
+}
+
+/// Throws Refusal for what the daemon would refuse, but for wrong usage, of which it tells itself.
+std::vector<Setting> readSettings(const SettingsOptions& options) {
+  vu_config store(nullptr);
+  DaemonArguments arguments(options.arguments);
+  try {
+    store.initConfig(arguments.count(), arguments.vector(), nullptr);
+  } catch (const vu_exception& failure) {
+    const std::string what = failure.what();
+    if (what.rfind("\nUsage: ", 0) == 0) throw;
+    const bool couldRead = what.rfind("Cannot ", 0) != 0;
+    throw Refusal(what + (couldRead ? placeOf(what, filesOf(options)) : ""));
+  }
+  for (int operand = optind; operand < arguments.count(); ++operand) {
+    say(std::string("note: a daemon ignores the operand ") + arguments.vector()[operand] +
+        "; -c reads a file");
+  }
+  if (options.checkOnly) noteSkippedLines(filesOf(options));
   std::vector<Setting> settings;
   for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
     Setting setting{row->name, 0, "", "", store.origin(row->name)};
@@ -119,10 +213,10 @@ void appendRow(std::string& out, const Setting& setting, Format format) {
 int showSettings(const SettingsOptions& options) {
   std::vector<Setting> settings;
   try {
-    settings = readSettings(options.arguments);
-  } catch (const vu_exception& failure) {
-    // As the daemon would give it: the usage text has lines of its own.
-    std::cerr << failure.what() << '\n';
+    settings = readSettings(options);
+  } catch (const vu_exception& usage) {
+    // As the daemon would give it, which has lines of its own.
+    std::cerr << usage.what() << '\n';
     return kRefused;
   }
   int exitStatus = kDone;

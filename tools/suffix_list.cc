@@ -155,9 +155,9 @@ std::unique_ptr<vu_cctld> makeTable(const std::string& path, const std::string& 
   if (!path.empty()) {
     checkReadable(path);
     try {
-      table->initSet(path.c_str());
+      table->initSet(path == "-" ? "/dev/stdin" : path.c_str());
     } catch (const vu_exception& failure) {
-      throw Refusal(path + ": " + failure.what() + "; \"vu suffixes check " + path +
+      throw Refusal(displayName(path) + ": " + failure.what() + "; \"vu suffixes check " + path +
                     "\" tells in which line");
     }
     return table;

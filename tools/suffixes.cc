@@ -39,7 +39,8 @@ struct Kind {
   /// A line about them; "" when there are none.
   std::string line(const char* meaning) const {
     if (count == 0) return "";
-    return "  " + grouped(count) + " " + meaning + ", such as " + visible(example) + "\n";
+    return std::string("  ") + meaning + ": " + grouped(count) + ", such as " + visible(example) +
+           "\n";
   }
 };
 
@@ -70,14 +71,14 @@ void reportBuild(const std::vector<SuffixRule>& rules, const BuildOptions& optio
     }
   }
   const std::uint64_t lost = wildcards.count + exceptions.count + shadowed.count;
-  std::cerr << "wrote " << grouped(rules.size()) << " rules to "
-            << (options.output == "-" ? "standard output" : options.output) << "; "
+  std::cerr << "rules written to " << (options.output == "-" ? "standard output" : options.output)
+            << ": " << grouped(rules.size()) << "; "
             << (lost == 0 ? "the shortest rule honours them all"
                           : "the shortest rule cannot honour " + grouped(lost) + ":")
             << "\n";
-  std::cerr << wildcards.line("are wildcards, which only public-suffix matching reads");
-  std::cerr << exceptions.line("are exceptions, which only public-suffix matching reads");
-  std::cerr << shadowed.line("are longer than another listed suffix, which wins");
+  std::cerr << wildcards.line("wildcards, which only public-suffix matching reads");
+  std::cerr << exceptions.line("exceptions, which only public-suffix matching reads");
+  std::cerr << shadowed.line("longer than another listed suffix, which wins");
 }
 
 void build(const BuildOptions& options) {
@@ -153,11 +154,11 @@ std::string unmatchable(const Contents& contents) {
   const std::uint64_t all =
       patterns.count + misspelled.count + single.count + tooLong.count + shadowed.count;
   std::string report = "never matched by the shortest rule: " + grouped(all) + "\n";
-  report += misspelled.line("are no host names, so nothing can match them");
-  report += patterns.line("are wildcards or exceptions, for public-suffix matching only");
-  report += single.line("are single labels, for public-suffix matching only");
-  report += tooLong.line("have more labels than the largest label count");
-  report += shadowed.line("are longer than another listed suffix, which wins");
+  report += misspelled.line("no host names, so nothing can match them");
+  report += patterns.line("wildcards or exceptions, for public-suffix matching only");
+  report += single.line("single labels, for public-suffix matching only");
+  report += tooLong.line("more labels than the largest label count");
+  report += shadowed.line("longer than another listed suffix, which wins");
   return report;
 }
 
@@ -167,7 +168,7 @@ void check(const std::string& path) {
            "\ndistinct suffixes: " + grouped(contents.lines.size()) +
            "\nlargest label count: " + std::to_string(contents.largest) +
            "\nduplicates: " + grouped(contents.duplicates.count) + "\n" +
-           contents.duplicates.line("stand again") + unmatchable(contents));
+           contents.duplicates.line("standing again") + unmatchable(contents));
 }
 
 }  // namespace

@@ -86,9 +86,10 @@ class VU_EXPORT vu_getopt {
   /// are then the defaults with what was parsed before the failure.
   int getOptions();
 
-  /// Applies one option with its argument, null for a flag. Returns 0, or -1 when no row takes it.
-  /// The argument is not copied and must outlive the object. Throws what `setConfigFile` throws for
-  /// option 'c', and str2val for "-x name=count".
+  /// Applies one option with its argument, null for a flag. Returns 0, or -1 when no row takes it,
+  /// its argument is missing or, for 'x' and 'X', has no "=". The argument is not copied and must
+  /// outlive the object. Throws what `setConfigFile` throws for option 'c', and str2val for "-x
+  /// name=count".
   int setOptions(char option, const char* argument);
 
   /// Throws the usage text: the program name and every row but those of letter 'X', with defaults.
@@ -235,7 +236,7 @@ class VU_EXPORT vu_config {
  private:
   void put(vu::detail::Settings& staged) noexcept;
 
-  vu::detail::Settings settings_;
+  vu::detail::Settings confMap_;
 };
 
 #endif  // VU_CONFIG_H_

@@ -85,8 +85,8 @@ class VU_EXPORT vu_cctld {
 
   /// Empties the table and loads the definition file at `path`: records of a suffix (at most 1023
   /// bytes without white space), white space, and the number of labels of a domain registered under
-  /// it. That number is cut to 16 bits; the largest one seen in the object's life is `maxLabels`.
-  /// Returns the number of distinct suffixes.
+  /// it. That number is held within 32 bits, then cut to 16; the largest one seen in the object's
+  /// life is `maxLabels`. Returns the number of distinct suffixes.
   ///
   /// Throws vu_exception:
   ///   "Top level domain definition file [" + path + "] open error : " + the system's text
