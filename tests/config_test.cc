@@ -155,6 +155,9 @@ TEST(CommandLine, ReadsTables) {
   EXPECT_EQ(-1, vu_getopt(0, nullptr, nullptr).setOptions('v', nullptr));
   EXPECT_EQ(0U,
             messageOf([] { vu_getopt(0, nullptr, nullptr).usageMsg(); }).find("\nUsage:  [OPT"));
+  EXPECT_EQ(0U, messageOf([] {
+                  vu_getopt(0, words("").vector(), nullptr).usageMsg();
+                }).find("\nUsage: daemon [OPT"));
 
   // A row without a letter ends what the command line may hold.
   vu_opt_helper cut[] = {{"text", 't', 's', nullptr, "text"},
