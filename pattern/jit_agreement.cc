@@ -3,7 +3,8 @@
 // references to a group from inside of it or before it, around backtracking verbs, in searches
 // that begin with a look-ahead, and in PCRE_FIRSTLINE. The engines' errors are nobody's contract,
 // so only what is known to agree is let through: one pass over the text, which takes some harmless
-// patterns (a set such as "[*+]") for others.
+// patterns (a set such as "[*+]") for others, and does not try to understand PCRE_EXTENDED, where a
+// possessive "+" may stand behind blanks and comments.
 
 #include "pattern/jit_agreement.h"
 
@@ -36,7 +37,7 @@ bool groupAgrees(const char* at) noexcept {
 }  // namespace
 
 bool jitAgrees(const char* pattern, int compileOptions) noexcept {
-  if ((compileOptions & PCRE_FIRSTLINE) != 0) return false;
+  if ((compileOptions & (PCRE_FIRSTLINE | PCRE_EXTENDED)) != 0) return false;
   for (const char* at = pattern; *at != '\0'; ++at) {
     const bool possessive = isOneOf(*at, "*+?}") && at[1] == '+';
     if (*at == '\\') {

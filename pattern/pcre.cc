@@ -24,9 +24,7 @@
 
 namespace {
 
-constexpr unsigned long kSteps = 1'000'000;
-constexpr unsigned long kStepsPerByte = 16;
-constexpr unsigned long kMostSteps = 10'000'000;  // PCRE's own default
+constexpr unsigned long kJitSteps = 1'000'000;
 constexpr std::size_t kInterpreterStack = std::size_t{4} << 20;
 constexpr int kSearchesForStack = 100;
 constexpr int kJitStackSize = 32 << 10;
@@ -81,15 +79,13 @@ unsigned long recursionLimit() {
   return static_cast<unsigned long>(std::min(room / 2, kInterpreterStack) / frame);
 }
 
-/// The study data for a search without just-in-time code, with the limits for this subject.
-pcre_extra interpreterLimits(const pcre_extra* study, int length) {
+/// The study data for a search without just-in-time code: as many steps as PCRE takes by itself,
+/// as deep as this thread's stack allows.
+pcre_extra interpreterLimits(const pcre_extra* study) {
   pcre_extra limits{};
   if (study != nullptr) limits = *study;
-  limits.flags &= ~static_cast<unsigned long>(PCRE_EXTRA_EXECUTABLE_JIT);
-  limits.flags |= PCRE_EXTRA_MATCH_LIMIT | PCRE_EXTRA_MATCH_LIMIT_RECURSION;
-  const auto bytes = static_cast<unsigned long>(std::max(length, 0));
-  limits.match_limit =
-      bytes < (kMostSteps - kSteps) / kStepsPerByte ? kSteps + kStepsPerByte * bytes : kMostSteps;
+  limits.flags &= ~static_cast<unsigned long>(PCRE_EXTRA_EXECUTABLE_JIT | PCRE_EXTRA_MATCH_LIMIT);
+  limits.flags |= PCRE_EXTRA_MATCH_LIMIT_RECURSION;
   limits.match_limit_recursion = recursionLimit();
   return limits;
 }
@@ -97,7 +93,7 @@ pcre_extra interpreterLimits(const pcre_extra* study, int length) {
 /// A search without just-in-time code.
 int interpret(const pcre* pattern, const pcre_extra* study, const char* subject, int length,
               int startOffset, int options, int* ovector, int ovecsize) {
-  const pcre_extra limits = interpreterLimits(study, length);
+  const pcre_extra limits = interpreterLimits(study);
   return pcre_exec(pattern, &limits, subject, length, startOffset, options, ovector, ovecsize);
 }
 
@@ -130,7 +126,7 @@ vu_pcre::vu_pcre(const char* pattern, int pairs, int options) : pattern_(pattern
   }
   if (extra_) {
     extra_->flags |= PCRE_EXTRA_MATCH_LIMIT;
-    extra_->match_limit = kSteps;
+    extra_->match_limit = kJitSteps;
   }
   if (isJitCompiled(extra_.get())) jitVector_ = 3L * pairsOf(regex_.get());
   ovecsize_ = vectorSize(pairs);

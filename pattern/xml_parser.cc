@@ -49,15 +49,14 @@ int findSign(const char* text, int begin, int end) {
   return found != nullptr ? static_cast<int>(static_cast<const char*>(found) - text) : end;
 }
 
-/// The element of a match.
+/// The element of a match, in either of the two ways to match.
 Element elementOf(const char* text, const int* ovector, int rc) {
   const auto group = [ovector](std::size_t g) { return Span{ovector[2 * g], ovector[2 * g + 1]}; };
   if (rc == kWithBody) {
     const Span body = group(3);
     return {group(1), group(2), body, findSign(text, body.begin, body.end), ovector[1]};
   }
-  if (rc == kWithoutBody) return {group(4), group(5), {0, 0}, 0, ovector[1]};
-  throw vu_exception("vu_pcrexml: composeXmldata: Unknown PCRE retcode");
+  return {group(4), group(5), {0, 0}, 0, ovector[1]};
 }
 
 /// Adds the node of an element to `parent`, with its text when that is all its body has. Whether
@@ -226,6 +225,9 @@ void vu_pcrexml::subpattern(xmldata* parent, const char* subject, int len) {
 
 void vu_pcrexml::composeXmldata(xmldata* parent, const char* subject, int len, int* ovector,
                                 int rc) {
+  if (rc != kWithBody && rc != kWithoutBody) {
+    throw vu_exception("vu_pcrexml: composeXmldata: Unknown PCRE retcode");
+  }
   if (parent == nullptr) throw vu_exception("vu_pcrexml: Empty XML Data");
   checkSubject(*_pcre, subject, len);
   const Element element = elementOf(subject, ovector, rc);

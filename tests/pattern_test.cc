@@ -109,6 +109,7 @@ TEST(Pattern, KnowsWhereTheEnginesAgree) {
                              "(?<=ab)c", "(?<!a)c", "\\d\\w\\(\\*\\++a{2}"}) {
     EXPECT_TRUE(vu::detail::jitAgrees(agreed, 0)) << agreed;
     EXPECT_FALSE(vu::detail::jitAgrees(agreed, PCRE_FIRSTLINE)) << agreed;
+    EXPECT_FALSE(vu::detail::jitAgrees(agreed, PCRE_EXTENDED)) << agreed;
   }
   for (const char* other :
        {"(?=a)",     "(?!a)",    "(?>a)",    "(?|a)",   "(?1)",    "(?R)",    "(?P=n)",

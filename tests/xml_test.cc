@@ -90,7 +90,7 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
   EXPECT_EQ("vu_pcrexml: Empty XML Data",
             messageOf([&] { parser.composeXmldata(nullptr, "<d />", 5, empty, 6); }));
   EXPECT_EQ("vu_pcrexml: composeXmldata: Unknown PCRE retcode",
-            messageOf([&] { parser.composeXmldata(&root, "<d />", 5, empty, 5); }));
+            messageOf([&] { parser.composeXmldata(nullptr, nullptr, -1, empty, 5); }));
 }
 
 std::string repeated(const std::string& text, int times) {

@@ -50,13 +50,11 @@ class VU_EXPORT vu_crypto {
   /// it is. The first engine of a process derives the key material with PBKDF2-HMAC-SHA1 (RFC 8018)
   /// from `passphrase` (NUL-terminated), `saltLength` bytes at `salt`, and `iterations`; a null
   /// pass phrase or salt means the built-in one. For every later engine these four have no effect.
-  /// A derivation that fails, such as one of no iterations, is not reported: the material is all
-  /// zero then, and the next engine tries again.
+  /// A derivation that fails, such as one of no iterations or with a negative length of the salt,
+  /// is not reported: the material is all zero then, and the next engine tries again.
   ///
-  /// Throws vu_exception, and no engine exists then:
-  ///   "Unknown cryptic mode: 1 or 0"                           for any other `mode`;
-  ///   "vu_crypto: Invalid salt length [" + saltLength + "]"    for a negative one that is used;
-  /// and std::bad_alloc.
+  /// Throws vu_exception "Unknown cryptic mode: 1 or 0" for any other `mode`, and std::bad_alloc;
+  /// no engine exists then.
   vu_crypto(int mode, const EVP_CIPHER* cipher, const char* passphrase, const unsigned char* salt,
             int saltLength, int iterations);
   /// The same with the service's number of the cipher, of which the low 16 bits count: 2 is RC4,

@@ -114,10 +114,10 @@ class VU_EXPORT vu_pcre {
   /// Results are those of PCRE's interpreter. PCRE's just-in-time code, several times as fast, runs
   /// first where the machine has it, for patterns that it is known to treat alike: no references to
   /// groups, look-aheads, atomic or possessive groups, conditions, recursion or verbs. What it
-  /// gives up is done again by the interpreter. That one may take a million matching steps at each
-  /// starting position and 16 more for each byte, ten million at the most (-8,
-  /// PCRE_ERROR_MATCHLIMIT, beyond), and half of what is left of its thread's stack, 4 MiB at the
-  /// most (-21, PCRE_ERROR_RECURSIONLIMIT, beyond).
+  /// gives up is done again by the interpreter. That one may take as many matching steps at each
+  /// starting position as PCRE was built for, usually ten million (-8, PCRE_ERROR_MATCHLIMIT,
+  /// beyond), and half of what is left of its thread's stack, 4 MiB at the most (-21,
+  /// PCRE_ERROR_RECURSIONLIMIT, beyond).
   int match(const char* subject, int length, int startOffset, int options, int* ovector,
             int ovecsize) const;
 
@@ -146,7 +146,7 @@ struct CharSizet_t {
 };
 
 /// A pattern for pairs: group 1 is the name, group 2 the value. Arguments and errors as `vu_pcre`;
-/// `pairs` of less than 3 make every match throw.
+/// with `pairs` of less than 3 a match that sets both groups throws.
 class VU_EXPORT NvalPcre : public vu_pcre {
  public:
   /// Compiles `pattern`, as `vu_pcre` does.
@@ -283,9 +283,9 @@ class VU_EXPORT vu_pcrexml {
   void subpattern(xmldata* parent, const char* subject, int len);
 
   /// Appends the element of one match of the expression in `subject` to `parent`, with all below
-  /// it. `ovector` and `rc` are what PCRE gave. Throws as `subpattern`, and "vu_pcrexml:
-  /// composeXmldata: Unknown PCRE retcode" for an `rc` other than 4 (an element with a body) and 6
-  /// (an empty one).
+  /// it. `ovector` and `rc` are what PCRE gave. Throws "vu_pcrexml: composeXmldata: Unknown PCRE
+  /// retcode" for an `rc` other than 4 (an element with a body) and 6 (an empty one), else as
+  /// `subpattern`.
   void composeXmldata(xmldata* parent, const char* subject, int len, int* ovector, int rc);
 
  private:
