@@ -8,8 +8,10 @@
 
 #include "tools/command.h"
 #include "tools/input.h"
+#include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
+#include "tools/summary.h"
 #include "vu/pattern.h"
 
 namespace vu::tool {
@@ -35,6 +37,24 @@ std::unique_ptr<const xmldata> parse(const std::string& text, const XmlOptions& 
     throw Refusal("no element in " + displayName(options.file) +
                   ", or behind a \"<\" inside an element; vu-xml(1) tells what an element is");
   }
+}
+
+/// Where the last element at the top of a fragment ends.
+std::size_t endOfTop(const xmldata& root, const std::string& text) {
+  const xmldata& last = *root._children.back();
+  const std::size_t bracket =
+      text.find('>', static_cast<std::size_t>(last._tag._str - text.data()));
+  if (text[bracket - 1] == '/') return bracket + 1;
+  const std::string closing = "</" + last.tagString() + ">";
+  return text.find(closing, bracket) + closing.size();
+}
+
+/// Tells a person who has a blank between two elements what becomes of the second.
+void noteRest(const xmldata& root, const std::string& text) {
+  const std::size_t end = endOfTop(root, text);
+  if (text.find_first_not_of(" \t\n\v\f\r", end) == std::string::npos) return;
+  say("note: nothing behind byte " + grouped(end) +
+      " is read: siblings stand directly behind one another");
 }
 
 constexpr std::size_t kDeepest = 5000;
@@ -64,6 +84,7 @@ void run(const XmlOptions& options) {
   }
   const std::unique_ptr<const xmldata> tree = parse(text, options);
   if (options.format != TreeFormat::compact) checkDepth(*tree);
+  noteRest(*tree, text);
   std::stringstream out;
   switch (options.format) {
     case TreeFormat::tree:
