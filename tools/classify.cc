@@ -238,7 +238,10 @@ void addClassify(CLI::App& app, int& exitStatus) {
   addOperands(*command, "URL", options->urls,
               "URLs or host names. Without any, and without --file,\n"
               "standard input is read, one a line");
-  command->add_option("-f,--file", options->files, "Files of URLs, one a line; - is standard input")
+  command
+      ->add_option("-f,--file", options->files,
+                   "Files of URLs, one a line; - is standard input. URLs\nof the command line "
+                   "stand in front")
       ->option_text("FILE...")
       ->expected(1, kMany)
       ->allow_extra_args(false);

@@ -123,8 +123,8 @@ void addHash(CLI::App& app) {
   }
   command->footer(
       "Each row: the hash in hexadecimal digits, a tab, the value, in which a tab, line end\n"
-      "or backslash is written \\t, \\n, \\r, \\\\. The first value that is none ends the\n"
-      "command.\n"
+      "or backslash is written \\t, \\n, \\r, \\\\. The first value that is not of the kind\n"
+      "asked for ends the command.\n"
       "Exit status: 0 done, 1 something was refused, 2 wrong usage.");
   command->callback([options] { run(*options); });
 }
