@@ -196,6 +196,19 @@ TEST(Pattern, SearchesOnAnyStack) {
 }
 #endif
 
+/// Around the number of steps behind which PCRE gives up.
+TEST(Pattern, TakesAsManyStepsAsPcre) {
+  const vu::test::Interpreter plain("(a+)+[bc]", 0);
+  vu_pcre pattern("(a+)+[bc]", 2, 0);
+  for (const std::size_t length : {17U, 19U, 21U, 22U, 24U}) {
+    const std::string subject = std::string(length, 'a') + "d";
+    std::vector<int> offsets(6);
+    EXPECT_EQ(plain.search(subject, 0, 0, offsets),
+              pattern.execute(subject.data(), static_cast<int>(subject.size()), 0, 0))
+        << length;
+  }
+}
+
 /// What the just-in-time code cannot hold on its stack, the interpreter finds.
 TEST(Pattern, DeepMatchesAreFound) {
   for (const std::size_t length : {500U, 1300U, 1500U, 2500U}) {
