@@ -1,6 +1,5 @@
 #include "vu/config.h"
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <climits>

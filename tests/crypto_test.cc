@@ -1,5 +1,5 @@
-// The cipher engine against OpenSSL set up afresh for every message, and key derivation against
-// published vectors. The key material belongs to the process, so every case has one of its own.
+// Key derivation against published vectors, what an engine refuses, and how it gets on with
+// OpenSSL. The key material belongs to the process, so every case has one of its own.
 
 #include "vu/crypto.h"
 

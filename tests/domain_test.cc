@@ -17,10 +17,8 @@
 #include "vu/pattern.h"
 
 using vu::test::allocations;
-using vu::test::described;
 using vu::test::messageOf;
 using vu::test::outcome;
-using vu::test::PlainTable;
 using vu::test::readError;
 using vu::test::TemporaryFile;
 

@@ -8,7 +8,6 @@
 #include "tests/support.h"
 
 using vu::test::convert;
-using vu::test::convertPlainly;
 using vu::test::messageOf;
 
 namespace {

@@ -6,13 +6,11 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/plain/rows.h"
 #include "tests/shell.h"
 #include "tests/support.h"
 #include "tools/buffer.h"
 #include "vu/domain.h"
 
-using vu::test::plainRow;
 using vu::test::Result;
 using vu::test::run;
 using vu::test::says;

@@ -14,10 +14,8 @@
 #include "vu/pattern.h"
 
 using vu::test::dump;
-using vu::test::ExactCopy;
 using vu::test::messageOf;
 using vu::test::PlainParser;
-using vu::test::randomText;
 using Tree = std::unique_ptr<xmldata>;
 
 namespace {

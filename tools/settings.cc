@@ -65,6 +65,14 @@ class DaemonArguments {
   std::vector<char*> pointers_;
 };
 
+/// What getopt has left over. A person may have meant a configuration file.
+void noteOperands(DaemonArguments& arguments) {
+  for (int operand = optind; operand < arguments.count(); ++operand) {
+    say(std::string("note: a daemon ignores the operand ") + arguments.vector()[operand] +
+        "; -c reads a file");
+  }
+}
+
 /// The configuration files on a daemon's command line that can be read again: pipes cannot.
 std::vector<std::string> filesOf(const SettingsOptions& options) {
   DaemonArguments arguments(options.arguments);
@@ -144,17 +152,14 @@ std::vector<Setting> readSettings(const SettingsOptions& options) {
   DaemonArguments arguments(options.arguments);
   try {
     store.initConfig(arguments.count(), arguments.vector(), nullptr);
+    noteOperands(arguments);
+    if (options.checkOnly) noteSkippedLines(filesOf(options));
   } catch (const vu_exception& failure) {
     const std::string what = failure.what();
     if (what.rfind("\nUsage: ", 0) == 0) throw;
     const bool couldRead = what.rfind("Cannot ", 0) != 0;
     throw Refusal(what + (couldRead ? placeOf(what, filesOf(options)) : ""));
   }
-  for (int operand = optind; operand < arguments.count(); ++operand) {
-    say(std::string("note: a daemon ignores the operand ") + arguments.vector()[operand] +
-        "; -c reads a file");
-  }
-  if (options.checkOnly) noteSkippedLines(filesOf(options));
   std::vector<Setting> settings;
   for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
     Setting setting{row->name, 0, "", "", store.origin(row->name)};
