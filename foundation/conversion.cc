@@ -24,10 +24,10 @@ locale_t classicLocale() {
 
 /// The byte forms of str2val, which differ from the general form in their messages.
 int byteValue(const std::string& text, bool hex) {
-  if (text.empty()) throw vu_exception("empty string");
+  if (text.empty()) throw vu_exception(vu_failure::number, "empty string");
   int value = 0;
   if (!vu::detail::readInteger(text, hex || text.compare(0, 2, "0x") == 0, value)) {
-    throw vu_exception("bad conversion");
+    throw vu_exception(vu_failure::number, "bad conversion");
   }
   return value;
 }
@@ -94,7 +94,7 @@ float str2val<float>(const std::string& text, bool flag) {
   char* stop = nullptr;
   const double value = strtod_l(text.c_str(), &stop, classicLocale());
   if (!flag && stop != text.c_str() + text.size()) {
-    throw vu_exception("Impure float value");
+    throw vu_exception(vu_failure::number, "Impure float value");
   }
   return static_cast<float>(value);
 }

@@ -6,6 +6,8 @@
 #include "vu/foundation.h"
 
 vu_exception::vu_exception(const std::string& message) : message_(message) {}
+vu_exception::vu_exception(vu_failure kind, const std::string& message)
+    : message_(message), kind_(kind) {}
 vu_exception::vu_exception(const char* message) : message_(message) {}
 vu_exception::vu_exception(const vu_exception& other) = default;
 vu_exception& vu_exception::operator=(const vu_exception& other) = default;

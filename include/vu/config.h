@@ -41,7 +41,7 @@ struct vu_opt_helper {
 };
 
 /// The table that is used when a caller gives none.
-extern VU_EXPORT vu_opt_helper opt_helper[];
+VU_EXPORT extern vu_opt_helper opt_helper[];
 
 /// One parameter: a record of `vu_getopt`, and the form in which `vu_config` is loaded. A record
 /// with a null name ends an array of them.

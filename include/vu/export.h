@@ -4,6 +4,6 @@
 #define VU_EXPORT_H_
 
 /// Marks what libvu.so offers; everything else stays hidden inside it.
-#define VU_EXPORT __attribute__((visibility("default")))
+#define VU_EXPORT [[gnu::visibility("default")]]
 
 #endif  // VU_EXPORT_H_

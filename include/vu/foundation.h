@@ -4,14 +4,14 @@
 //   try {
 //     int port = str2val<int>("8080");                                 // 8080
 //     std::string text = val2str(port, -1, std::hex);                  // "1f90"
-//     const char* meaning = findStringByValue(999, statusTable, 10001);  // "URL Not Found"
-//     unsigned int code = findValueByString(meaning, statusTable, 10001);  // 999
+//     const char* meaning = statusText(999);                              // "URL Not Found"
+//     unsigned int code = findValueByString(meaning, statusTable, VU_STATUS_BOUND);  // 999
 //   } catch (const vu_exception& failure) {
 //     std::cerr << failure.what() << '\n';
 //   }
 //
 // Threads:  nothing here keeps state; every function may run in any number of threads at once.
-// Errors:   every failure is a vu_exception; its text is the only payload.
+// Errors:   every failure is a vu_exception: its text, and what kind of failure it is.
 // Locale:   results never depend on the locale that the process has set.
 
 #ifndef VU_FOUNDATION_H_
@@ -38,11 +38,27 @@
 // ---------------------------------------------------------------------------------------------
 // The exception
 
+/// What a failure is about, for programs that go on differently after different ones.
+enum class vu_failure : std::uint8_t {
+  other,     ///< None of those below.
+  number,    ///< A text that should be a number is none.
+  pattern,   ///< A regular expression, or a search with it.
+  xml,       ///< A fragment of XML, or its tree.
+  usage,     ///< The command line: the text is the usage text.
+  settings,  ///< A setting's name or value, but for a bad number.
+  file,      ///< A file that cannot be opened or read, or whose content is refused.
+  domain,    ///< A URL without a domain.
+  cipher,    ///< Enciphering or deciphering.
+  lock       ///< A guard without a lock.
+};
+
 /// The only exception type of the library. Thrown by value, caught by reference.
-class VU_EXPORT vu_exception : public std::exception {
+class [[nodiscard]] VU_EXPORT vu_exception : public std::exception {
  public:
   /// Keeps a copy of `message`, the complete text of the failure.
   explicit vu_exception(const std::string& message);
+  /// The same for a failure of some kind.
+  vu_exception(vu_failure kind, const std::string& message);
   /// The same from a NUL-terminated text; null is outside the contract.
   explicit vu_exception(const char* message);
   /// Copies the text.
@@ -54,8 +70,12 @@ class VU_EXPORT vu_exception : public std::exception {
   /// The text; valid as long as this object lives.
   const char* what() const noexcept override;
 
+  /// What the failure is about; `other` where the thrower did not say.
+  vu_failure kind() const noexcept { return kind_; }
+
  private:
   std::string message_;
+  vu_failure kind_ = vu_failure::other;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -101,6 +121,17 @@ inline constexpr sizeT_string_pair statusTable[] = {
     {VU_MALFORMED_URL, "MALFORMED URL"},
     {VU_WEB_UNKNOWN_ERROR, "WEB UNKNOWN ERROR"},
     {0, nullptr}};
+
+/// The text of a status; "unknown status" for a number that is none.
+constexpr const char* statusText(std::uint32_t status) noexcept {
+  for (const sizeT_string_pair& row : statusTable) {
+    if (row.string != nullptr && row.value == status) return row.string;
+  }
+  return "unknown status";
+}
+
+/// The bound to search all of statusTable with.
+inline constexpr unsigned int VU_STATUS_BOUND = VU_WEB_UNKNOWN_ERROR + 1;
 
 /// The code of a text in `table`, an array of rows in ascending order of `value` that ends with a
 /// row without text. `maxIndex` is an exclusive bound on the codes (not on the row numbers): the
@@ -267,7 +298,7 @@ std::string writeByStream(const T& value, int precision,
 
 template <typename T>
 T str2val(const std::string& text, bool flag) {
-  if (text.empty()) throw vu_exception("empty string T");
+  if (text.empty()) throw vu_exception(vu_failure::number, "empty string T");
   const bool hex = flag || (text[0] == '0' && text[1] == 'x');
   T value{};
   bool good = false;
@@ -278,7 +309,7 @@ T str2val(const std::string& text, bool flag) {
   } else {
     good = vu::detail::readByStream(text, hex, value);
   }
-  if (!good) throw vu_exception("bad conversion [" + text + "]");
+  if (!good) throw vu_exception(vu_failure::number, "bad conversion [" + text + "]");
   return value;
 }
 

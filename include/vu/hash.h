@@ -86,7 +86,7 @@ VU_EXPORT int vu_cmpUC20(const unsigned char* a, const unsigned char* b);
 /// A key of `N` bytes, held in the object, behind a pointer of the caller's. libvu itself holds
 /// `vu_data<unsigned char*, 20>`.
 template <typename T, unsigned int N>
-class vu_data {
+class VU_EXPORT vu_data {
  public:
   /// Copies the `N` bytes at `key`. `data` is the caller's record for this key; it is not owned.
   explicit vu_data(const unsigned char* key, T data = nullptr) : data_(data) {
@@ -145,6 +145,6 @@ inline bool vu_data<T, N>::isKey(const unsigned char* key) const {
 }
 
 // libvu holds this one. Declared behind the definitions, so that they can be inline all the same.
-extern template class VU_EXPORT vu_data<unsigned char*, 20>;
+extern template class vu_data<unsigned char*, 20>;
 
 #endif  // VU_HASH_H_
