@@ -221,7 +221,7 @@ void addresses(benchmark::State& state) {
                    std::to_string(random() % 255) + '.' + std::to_string(random() % 255) + "/x");
   }
   const auto job = [](const std::string& url) { return ourTable().classify(url); };
-  for (const std::string& url : urls) require(job(url).isAddress, "no address: " + url);
+  for (const std::string& url : urls) require(job(url).isAddress(), "no address: " + url);
   measureEach(state, urls, job);
 }
 

@@ -28,7 +28,7 @@ bool isOrdinary(const vu_cctld& table, const std::string& url) {
   static const std::regex name("[a-z0-9][-_a-z0-9]*([.][a-z0-9][-_a-z0-9]*)+");
   const std::string_view host = bareHostCut(url);
   const vu_domain found = table.classify(url);
-  return found.status == VU_SUCCESS && !found.isAddress &&
+  return found.status == VU_SUCCESS && !found.isAddress() &&
          table.classify(url, vu_match::publicSuffix).status == VU_SUCCESS &&
          std::regex_match(host.begin(), host.end(), name);
 }

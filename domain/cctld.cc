@@ -121,6 +121,12 @@ void setCut(const Cut& cut, vu_domain& result) noexcept {
   if (!host.empty() && host.back() == '.') result.domain.remove_suffix(1);
 }
 
+void setAddress(std::uint32_t number, vu_domain& result) noexcept {
+  for (std::size_t i = 0; i < 4; ++i) {
+    result.address[i] = static_cast<std::uint8_t>(number >> (24 - 8 * i));
+  }
+}
+
 /// Throws what a refusal by `lookup` says; `text` is the URL from its host on.
 [[noreturn]] void refuse(vu_status status, const char* text) {
   switch (status) {
@@ -146,7 +152,7 @@ vu_domain classifyOrThrow(const vu_cctld& table, const char* url, unsigned int& 
   if (start.size() == kFirstBytes && found.host.data() + found.host.size() == url + kFirstBytes) {
     found = table.classify(url);
   }
-  ipAddress = found.ipAddress;
+  ipAddress = found.ipAddress();
   if (found.status != VU_SUCCESS) refuse(found.status, found.host.data());
   return found;
 }
@@ -191,7 +197,7 @@ int vu_cctld::take(vu::detail::LoadedTable loaded) {
 }
 
 vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
-  vu_domain result{VU_SUCCESS, {}, {}, 0, false};
+  vu_domain result{VU_SUCCESS, vu_host_kind::none, {}, {}, {}};
   if (url.data() == nullptr) {
     result.status = VU_COUNTRY_CODE_EMPTY_URL;
     return result;
@@ -200,9 +206,11 @@ vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcep
   if (!vu::detail::findPlainHost(url, plain)) {
     classifyAny(url, match, result);
   } else if (isUnlisted(*tree_, plain, match)) {
+    result.kind = vu_host_kind::name;
     result.host = plain.host;
     result.domain = plain.lastTwo;
   } else {
+    result.kind = vu_host_kind::name;
     result.host = plain.host;
     setCut(cutPlain(*tree_, maxLabels_, plain, match), result);
   }
@@ -220,11 +228,12 @@ void vu_cctld::classifyAny(std::string_view url, vu_match match, vu_domain& resu
   Cut cut{VU_SUCCESS, host.data()};
   if (scan.kind == HostScan::malformed) {
     cut = {VU_COUNTRY_CODE_NOT_A_DOMAIN, nullptr};
-    result.ipAddress = scan.ipAddress;
+    setAddress(scan.ipAddress, result);
   } else if (scan.kind == HostScan::address) {
-    result.isAddress = true;
-    result.ipAddress = scan.ipAddress;
+    result.kind = vu_host_kind::ipv4;
+    setAddress(scan.ipAddress, result);
   } else if (scan.kind == HostScan::name) {
+    result.kind = vu_host_kind::name;
     cut = cutName(*tree_, maxLabels_, host, match);
     if (cut.status == VU_COUNTRY_CODE_TOO_SHORT && !defaultDomain_.empty()) cut.status = VU_SUCCESS;
   }

@@ -90,7 +90,7 @@ void checkJson(const std::string& row, const std::string& url, const vu_domain& 
   const auto object = nlohmann::json::parse(row);
   expectEqual(static_cast<unsigned>(found.status), object.at("status").get<unsigned>(), "status");
   if (isPrintable(url)) expectEqual(url, object.at("url").get<std::string>(), "URL");
-  expectEqual(found.isAddress, object.at("address").is_string(), "address");
+  expectEqual(found.isAddress(), object.at("address").is_string(), "address");
 }
 
 void checkRow(const RowWriter::Choices& wanted, const std::string& row, const std::string& url,

@@ -243,8 +243,8 @@ TEST(Lookup, ClassifySays) {
   const vu_cctld table(nullptr);
   EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, table.classify({}).status);
   EXPECT_NE(nullptr, table.classify("").domain.data());
-  EXPECT_TRUE(table.classify("1.2.3.4").isAddress);
-  EXPECT_FALSE(table.classify("...").isAddress);
+  EXPECT_TRUE(table.classify("1.2.3.4").isAddress());
+  EXPECT_FALSE(table.classify("...").isAddress());
   EXPECT_EQ(VU_COUNTRY_CODE_NOT_A_DOMAIN, table.classify({"a\0.b.c", 6}).status);
   EXPECT_EQ("b.c", table.classify({"a.\0b.c", 6}).domain);
   const vu_domain completed = vu_cctld(nullptr, "xy").classify("host", vu_match::publicSuffix);

@@ -116,7 +116,7 @@ bool acceptable(const vu_cctld& table, const std::string& host, const std::strin
   if (host == cookie) return true;
   const vu_domain found = table.classify(host, vu_match::publicSuffix);
   const std::string ending = "." + cookie;
-  return !found.isAddress && host.size() > ending.size() &&
+  return !found.isAddress() && host.size() > ending.size() &&
          host.compare(host.size() - ending.size(), std::string::npos, ending) == 0 &&
          !found.domain.empty() && cookie.size() >= found.domain.size();
 }
@@ -148,7 +148,7 @@ TEST(PublicSuffix, StandsForLibpslsCallsAsToldInTheGuide) {
                 acceptable(table, host, cookie))
           << host << ' ' << cookie;
     }
-    if (found.isAddress) continue;
+    if (found.isAddress()) continue;
     const std::string domain(isSuffix(found) ? "." + host : std::string(found.domain));
     EXPECT_EQ(psl_unregistrable_domain(psl.get(), host.c_str()),
               domain.substr(domain.find('.') + 1))

@@ -262,8 +262,8 @@ void RowWriter::write(const vu_domain& found, std::string_view url, Escapes esca
     completed.append(found.host).append(".").append(table_.defaultDomain());
     row.domain = completed;
   }
-  if (found.isAddress) {
-    const char* const end = putDotted(address.data(), found.ipAddress);
+  if (found.isAddress()) {
+    const char* const end = putDotted(address.data(), found.ipAddress());
     row.address = {address.data(), static_cast<std::size_t>(end - address.data())};
   }
   if (choices_.countDomains && !row.domain.empty() && row.domain.size() <= kLongestCounted) {

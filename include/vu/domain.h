@@ -24,6 +24,7 @@
 #ifndef VU_DOMAIN_H_
 #define VU_DOMAIN_H_
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <set>
@@ -32,6 +33,7 @@
 
 #include "vu/export.h"
 #include "vu/foundation.h"
+#include "vu/host.h"
 
 class vu_pcre;
 
@@ -51,24 +53,38 @@ enum class vu_match {
   publicSuffix
 };
 
-/// What `vu_cctld::classify` finds.
+/// What `vu_cctld::classify` finds. Trivially copyable; holds no rule, which costs more to tell.
 struct vu_domain {
   /// VU_SUCCESS, or why there is no domain: VU_COUNTRY_CODE_EMPTY_URL (201) for a view without
   /// data, _NOT_A_DOMAIN (202) for a label followed by anything but a dot (and for a host of more
   /// than 2^31 - 1 bytes), _TOO_SHORT (203) for a single label, _PURE_DOMAIN (204) for a host that
   /// is a suffix itself.
   vu_status status;
+  /// `name`, `ipv4` for a host of at least one label whose labels are all numbers below 255, or
+  /// `none` for an empty host and after 201 and 202.
+  vu_host_kind kind;
   /// The host within the URL; empty when there is none.
   std::string_view host;
   /// The registered domain or the address, from its first label to the end of the host, less one
   /// trailing dot. Empty for an empty host. A view without data after a refusal, and when the host
   /// is a single label that the caller completes: host + "." + defaultDomain().
   std::string_view domain;
-  /// Of an address: its last four numbers, one a byte, the last of them in the lowest. After 202:
-  /// the same of the numbers that the host begins with. Otherwise 0.
-  std::uint32_t ipAddress;
-  /// Whether the host is at least one label and all are numbers below 255.
-  bool isAddress;
+  /// Of an address, in network order: an IPv4 address in the first four bytes, the last four of its
+  /// numbers, or fewer behind zeros. After 202: the same of the numbers that the host begins with.
+  /// Otherwise zeros.
+  std::array<std::uint8_t, 16> address;
+
+  /// Whether the host is an address.
+  bool isAddress() const noexcept {
+    return kind == vu_host_kind::ipv4 || kind == vu_host_kind::ipv6;
+  }
+
+  /// The first four bytes of `address` as a number, the last of them lowest; 0 for IPv6.
+  std::uint32_t ipAddress() const noexcept {
+    if (kind == vu_host_kind::ipv6) return 0;
+    return std::uint32_t{address[0]} << 24 | std::uint32_t{address[1]} << 16 |
+           std::uint32_t{address[2]} << 8 | std::uint32_t{address[3]};
+  }
 };
 
 /// A table of domain suffixes and the look-up of URLs in it.

@@ -8,6 +8,7 @@
 #include "vu/domain.h"
 #include "vu/foundation.h"
 #include "vu/hash.h"
+#include "vu/host.h"
 #include "vu/locks.h"
 #include "vu/pattern.h"
 #include "vu/version.h"

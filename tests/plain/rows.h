@@ -32,8 +32,8 @@ inline std::string plainRow(const vu_cctld& table, std::string_view url,
   std::ostringstream row;
   row << found.status << '\t' << findStringByValue(found.status, statusTable, 10001) << '\t'
       << tabSafe(domain) << '\t';
-  for (int shift = 24; found.isAddress && shift >= 0; shift -= 8) {
-    row << (found.ipAddress >> shift & 255U) << (shift > 0 ? "." : "");
+  for (int shift = 24; found.isAddress() && shift >= 0; shift -= 8) {
+    row << (found.ipAddress() >> shift & 255U) << (shift > 0 ? "." : "");
   }
   row << '\t' << tabSafe(url) << '\n';
   return row.str();

@@ -93,7 +93,7 @@ struct PlainTable {
     const std::size_t scheme = url.find("://");
     std::string_view host = scheme <= 14 ? url.substr(scheme + 3) : url;
     host = host.substr(0, host.find_first_of("/:"));
-    vu_domain found{VU_SUCCESS, host, {}, 0, false};
+    vu_domain found{VU_SUCCESS, vu_host_kind::none, host, {}, {}};
     Labels labels;
     bool numeric = true;
     for (int at = 0; label.execute(host.data(), static_cast<int>(host.size()), at, 0) >= 1;) {
@@ -107,7 +107,10 @@ struct PlainTable {
         messageOf([&] { value = str2val<int>(text, false); });
       }
       numeric = value <= 254;
-      if (numeric) found.ipAddress = (found.ipAddress << 8) + static_cast<unsigned>(value);
+      if (numeric) {
+        std::rotate(found.address.begin(), found.address.begin() + 1, found.address.begin() + 4);
+        found.address[3] = static_cast<std::uint8_t>(value);
+      }
       if (end < host.size() && host[end] != '.') {
         found.status = VU_COUNTRY_CODE_NOT_A_DOMAIN;
         return found;
@@ -117,12 +120,13 @@ struct PlainTable {
       found.domain = found.host.substr(start);
       if (!found.domain.empty() && found.domain.back() == '.') found.domain.remove_suffix(1);
     };
-    found.isAddress = numeric && !labels.empty();
     if (numeric) {
+      if (!labels.empty()) found.kind = vu_host_kind::ipv4;
       setDomain(0);
       return found;
     }
-    found.ipAddress = 0;
+    found.kind = vu_host_kind::name;
+    found.address = {};
     if (labels.size() == 1) {
       if (defaultDomain.empty()) found.status = VU_COUNTRY_CODE_TOO_SHORT;
       return found;
@@ -141,7 +145,7 @@ struct PlainTable {
     const vu_domain found = classify(url);
     const std::string text(found.host.data());
     domainLength = 0;
-    ip = found.ipAddress;
+    ip = found.ipAddress();
     switch (found.status) {
       case VU_COUNTRY_CODE_NOT_A_DOMAIN:
         throw vu_exception("vu_cctld::lookup: Not a URL domain name " + text);
@@ -209,7 +213,8 @@ inline std::string described(const vu_domain& found, std::string_view url) {
     const bool inside = place >= 0 && place + static_cast<std::ptrdiff_t>(view.size()) <= most;
     out << " " << place << "+" << view.size() << (inside ? "" : " outside");
   };
-  out << found.status << " " << found.ipAddress << (found.isAddress ? " address" : "");
+  out << found.status << " kind " << static_cast<int>(found.kind) << " address";
+  for (const std::uint8_t byte : found.address) out << ' ' << static_cast<int>(byte);
   add("host", found.host);
   add("domain", found.domain);
   return out.str();
