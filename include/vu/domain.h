@@ -25,6 +25,7 @@
 #define VU_DOMAIN_H_
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <set>
@@ -34,6 +35,7 @@
 #include "vu/export.h"
 #include "vu/foundation.h"
 #include "vu/host.h"
+#include "vu/record.h"
 
 class vu_pcre;
 
@@ -117,6 +119,23 @@ class VU_EXPORT vu_cctld {
 
   /// Classifies `url`. A NUL in it is a byte like any other.
   vu_domain classify(std::string_view url, vu_match match = vu_match::shortest) const noexcept;
+
+  /// Classifies `count` URLs in one call, each as above, and writes as many records. URL number i is
+  /// what stands in `bytes` from offsets[i] to offsets[i + 1], as the columns of Arrow have it:
+  /// there is one offset more than there are URLs. Offsets that run backwards make 201.
+  /// `recordSize` is the distance of the records, which a caller built with other headers sets to
+  /// the size of its own: fields beyond it are left out, those that are not known here are zeros.
+  void classify(const char* bytes, const std::int32_t* offsets, std::size_t count,
+                vu_record* results, vu_match match = vu_match::shortest,
+                std::size_t recordSize = sizeof(vu_record)) const noexcept;
+  /// The same with offsets beyond 2^31 - 1.
+  void classify(const char* bytes, const std::int64_t* offsets, std::size_t count,
+                vu_record* results, vu_match match = vu_match::shortest,
+                std::size_t recordSize = sizeof(vu_record)) const noexcept;
+  /// The same of texts that lie anywhere.
+  void classify(const vu_text* urls, std::size_t count, vu_record* results,
+                vu_match match = vu_match::shortest,
+                std::size_t recordSize = sizeof(vu_record)) const noexcept;
 
   /// Classifies a NUL-terminated URL by the `shortest` rule. Returns where in `url` the domain
   /// begins, with its length to the end of the host (a trailing dot counts) in `domainLength`, and

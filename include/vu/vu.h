@@ -11,6 +11,7 @@
 #include "vu/host.h"
 #include "vu/locks.h"
 #include "vu/pattern.h"
+#include "vu/record.h"
 #include "vu/version.h"
 
 #endif  // VU_VU_H_

@@ -1,0 +1,124 @@
+// Many URLs in one call, against one at a time.
+
+#include <sys/mman.h>
+
+#include <gtest/gtest.h>
+
+#include "tests/allocations.h"
+#include "tests/support.h"
+#include "vu/domain.h"
+
+using vu::test::allocations;
+
+namespace {
+
+/// The bytes of a record, told from the single look-up.
+std::string expected(const vu_cctld& table, std::string_view url, vu_match match) {
+  const vu_domain found = table.classify(url, match);
+  const auto startOf = [&](std::string_view part) {
+    return part.data() == nullptr ? 0U : static_cast<std::uint32_t>(part.data() - url.data());
+  };
+  vu_record record{};
+  record.status = found.status;
+  record.kind = static_cast<std::uint8_t>(found.kind);
+  record.host_start = startOf(found.host);
+  record.host_length = static_cast<std::uint32_t>(found.host.size());
+  record.domain_start = startOf(found.domain);
+  record.domain_length = static_cast<std::uint32_t>(found.domain.size());
+  std::copy(found.address.begin(), found.address.end(), record.address);
+  return {reinterpret_cast<const char*>(&record), sizeof record};
+}
+
+/// Room for records of some size, full of what must be overwritten, and nothing behind it.
+struct Records {
+  Records(std::size_t count, std::size_t each) : size(each), bytes(count * each, '\xee') {}
+  vu_record* data() { return reinterpret_cast<vu_record*>(bytes.data()); }
+  std::size_t size;
+  std::vector<char> bytes;
+};
+
+TEST(Batch, AgreesWithSingleLookUps) {
+  const vu::test::TemporaryFile file("co.uk 3\n*.ck 3\n!www.ck 2\nCO.xy 3\n");
+  const vu_cctld table(file.path(), "corp.xy");
+  std::mt19937 random(20);
+  const std::vector<std::string> pieces = {"http://",
+                                           "a",
+                                           "www.",
+                                           "co.uk",
+                                           "ck",
+                                           ".",
+                                           "CO.xy",
+                                           "7",
+                                           "254.",
+                                           "/p?q",
+                                           ":80",
+                                           "@",
+                                           std::string(1, '\0'),
+                                           "-"};
+  std::string bytes = "skipped";
+  std::vector<std::int32_t> narrow = {static_cast<std::int32_t>(bytes.size())};
+  for (int i = 0; i < 20000; ++i) {
+    bytes += vu::test::randomText(random, pieces, 8);
+    narrow.push_back(static_cast<std::int32_t>(bytes.size()));
+  }
+  const vu::test::ExactCopy copy(bytes);
+  const std::vector<std::int64_t> wide(narrow.begin(), narrow.end());
+  const std::size_t count = narrow.size() - 1;
+  std::vector<vu_text> texts(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto start = static_cast<std::size_t>(narrow[i]);
+    texts[i] = {copy.view().data() + start, static_cast<std::size_t>(narrow[i + 1]) - start};
+  }
+  for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
+    for (const std::size_t size : {sizeof(vu_record), std::size_t{40}, std::size_t{61}}) {
+      Records byNarrow(count, size);
+      Records byWide(count, size);
+      Records byText(count, size);
+      const long before = allocations;
+      table.classify(copy.view().data(), narrow.data(), count, byNarrow.data(), match, size);
+      table.classify(copy.view().data(), wide.data(), count, byWide.data(), match, size);
+      table.classify(texts.data(), count, byText.data(), match, size);
+      EXPECT_EQ(before, allocations);
+      std::string all;
+      for (const vu_text& url : texts) {
+        std::string record = expected(table, {url.data, url.size}, match);
+        record.resize(size);
+        all += record;
+      }
+      EXPECT_TRUE(std::equal(all.begin(), all.end(), byNarrow.bytes.begin()));
+      EXPECT_EQ(byNarrow.bytes, byWide.bytes);
+      EXPECT_EQ(byNarrow.bytes, byText.bytes);
+    }
+  }
+}
+
+TEST(Batch, RefusesWhatIsNoText) {
+  const vu_cctld table(nullptr);
+  vu_record found[3];
+  const std::int32_t offsets[] = {-1, 5, 3, 3};
+  table.classify("a.b.c", offsets, 3, found);
+  EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, found[0].status);
+  EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, found[1].status);
+  EXPECT_EQ(VU_SUCCESS, found[2].status);
+  const std::int64_t empty[] = {0, 0, 1};
+  table.classify(nullptr, empty, 2, found);
+  EXPECT_EQ(VU_SUCCESS, found[0].status);
+  EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, found[1].status);
+#if SIZE_MAX > UINT32_MAX && !defined __SANITIZE_THREAD__
+  const std::size_t size = (std::size_t{1} << 32) + 10;
+  void* room = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(MAP_FAILED, room);
+  std::memcpy(room, "http://a.b/", 11);
+  const auto* data = static_cast<const char*>(room);
+  const vu_text urls[] = {{data, size}, {data, UINT32_MAX}, {nullptr, 3}};
+  table.classify(urls, 3, found);
+  EXPECT_EQ(VU_MALFORMED_URL, found[0].status);
+  EXPECT_EQ(0U, found[0].host_start + found[0].host_length);
+  EXPECT_EQ(VU_SUCCESS, found[1].status);
+  EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, found[2].status);
+  munmap(room, size);
+#endif
+}
+
+}  // namespace
