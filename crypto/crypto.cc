@@ -1,6 +1,6 @@
 // A message is one set-up, one update and one final call. What a set-up costs is the key schedule
-// and the search for the cipher's code, so a context keeps both while cipher and key stay the same,
-// and only what a message changes is set again.
+// and the search for the cipher's code, so of the service's two ciphers a context keeps what it can
+// while the key stays the same, and only what a message changes is set again.
 
 #include "vu/crypto.h"
 
@@ -10,16 +10,20 @@
 #include <cstring>
 #include <new>
 
+#include "crypto/derive.h"
 #include "crypto/legacy_rc4.h"
+#include "crypto/openssl.h"
 #include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
+
+using vu::detail::kMaterial;
 
 unsigned char vu_crypto::cipherkey_[256];
 
 namespace {
 
-constexpr int kMaterial = 128;
+using Byte = unsigned char;
 
 // The built-in texts are put together a character at a time so that the library's file does not
 // show them to everybody who looks for texts in it. They are no secret all the same. They never
@@ -39,37 +43,6 @@ struct BuiltIn {
                                              unseen('_'), unseen('4'), unseen('T'), unseen('a'),
                                              unseen('L'), unseen('e'), unseen('!'), '\0'};
 };
-
-/// False once OpenSSL has cleaned up at the process's end, and when it had no memory to start with,
-/// for which it does not try twice: its calls would crash.
-bool openSslIsThere() {
-  return OPENSSL_init_crypto(0, nullptr) == 1 && OSSL_LIB_CTX_get0_global_default() != nullptr;
-}
-
-/// Derives the process's key material. That it may fail is nobody's concern, as documented; the
-/// caller's error queue is left as it was.
-void derive(const char* passphrase, const unsigned char* salt, int saltLength, int iterations) {
-  if (saltLength < 0 || !openSslIsThere()) return;
-  // One that fails on the way has written part of it, which must not become a key.
-  unsigned char material[kMaterial];
-  ERR_set_mark();
-  if (PKCS5_PBKDF2_HMAC_SHA1(passphrase, static_cast<int>(std::strlen(passphrase)), salt,
-                             saltLength, iterations, kMaterial, material) == 1) {
-    std::memcpy(vu_crypto::cipherkey_, material, kMaterial);
-  }
-  ERR_pop_to_mark();
-  OPENSSL_cleanse(material, sizeof material);
-}
-
-/// The earliest error of this thread's queue as a text, or ""; the queue is empty afterwards.
-std::string takeErrorText() {
-  char text[120] = {};
-  if (ERR_peek_error() != 0) {
-    ERR_error_string_n(ERR_get_error(), text, sizeof text);
-    ERR_clear_error();
-  }
-  return text;
-}
 
 bool overlap(const unsigned char* a, int aLength, const unsigned char* b, int bLength) {
   const auto aBegin = reinterpret_cast<std::uintptr_t>(a);
@@ -104,17 +77,25 @@ vu_crypto::~vu_crypto() { cleanCipher(); }
 
 void vu_crypto::initializeCrypto(const char* passphrase, const unsigned char* salt, int saltLength,
                                  int iterations) {
-  if (mode_ != 0 && mode_ != 1) throw vu_exception("Unknown cryptic mode: 1 or 0");
-  if (std::all_of(cipherkey_, cipherkey_ + kMaterial, [](unsigned char c) { return c == 0; })) {
+  if (mode_ != 0 && mode_ != 1)
+    throw vu_exception(vu_failure::cipher, "Unknown cryptic mode: 1 or 0");
+  if (!hasKey()) {
     const BuiltIn builtIn;
-    derive(passphrase != nullptr ? passphrase : builtIn.passphrase,
-           salt != nullptr ? salt : reinterpret_cast<const unsigned char*>(builtIn.salt),
-           salt != nullptr ? saltLength : kBuiltInSaltLength, iterations);
+    // That it may fail is for hasKey to tell; the caller's error queue is left as it was.
+    ERR_set_mark();
+    vu::detail::derive(passphrase != nullptr ? passphrase : builtIn.passphrase,
+                       salt != nullptr ? salt : reinterpret_cast<const Byte*>(builtIn.salt),
+                       salt != nullptr ? saltLength : kBuiltInSaltLength, iterations, cipherkey_);
+    ERR_pop_to_mark();
   }
   if (cipher_ == nullptr) cipher_ = EVP_aes_256_cbc();
   if (ctx_ != nullptr) cleanCipher();
   if (ctx_ == nullptr) ctx_.reset(EVP_CIPHER_CTX_new());
   if (ctx_ == nullptr) throw std::bad_alloc();
+}
+
+bool vu_crypto::hasKey() {
+  return std::any_of(cipherkey_, cipherkey_ + kMaterial, [](Byte byte) { return byte != 0; });
 }
 
 void vu_crypto::cleanCipher() {
@@ -129,20 +110,22 @@ int vu_crypto::ciphersize(int length) const {
   if (blocks != 0 && length % block == 0) ++blocks;
   const long long capacity = (blocks + 1) * block;
   if (length < 0 || capacity > INT_MAX) {
-    throw vu_exception("vu_crypto: Invalid length [" + val2str(length) + "]");
+    throw vu_exception(vu_failure::cipher, "vu_crypto: Invalid length [" + val2str(length) + "]");
   }
   return static_cast<int>(capacity);
 }
 
-/// Makes ctx_ ready for a message. Of the default cipher nothing but the initialisation vector
-/// changes from message to message; any other may keep more, so its key is set again as well.
+/// Makes ctx_ ready for a message: afresh, but where less comes to the same. Of the default cipher
+/// nothing but the initialisation vector changes from message to message, of RC4 nothing but what
+/// the key sets. Any other may keep more, as one that authenticates its messages does.
 void vu_crypto::setUp() {
-  const unsigned char* const vector = cipherkey_ + EVP_CIPHER_get_key_length(cipher_);
+  const Byte* const vector = cipherkey_ + EVP_CIPHER_get_key_length(cipher_);
   const bool aes = cipher_ == EVP_aes_256_cbc();
+  const bool rc4 = cipher_ == EVP_rc4();
   const bool keepsKey = ready_ && aes && std::memcmp(lastKey_, cipherkey_, sizeof lastKey_) == 0;
   const EVP_CIPHER* cipher = nullptr;
-  if (!ready_) {
-    if (openSslIsThere()) cipher = cipher_ == EVP_rc4() ? vu::detail::legacyRc4() : cipher_;
+  if (!ready_ || !(aes || rc4)) {
+    if (vu::detail::openSslIsThere()) cipher = rc4 ? vu::detail::legacyRc4() : cipher_;
     if (cipher == nullptr) fail("Cipher Init failed : ");
   }
   if (EVP_CipherInit_ex(ctx_.get(), cipher, nullptr, keepsKey ? nullptr : cipherkey_, vector,
@@ -156,7 +139,7 @@ void vu_crypto::setUp() {
 /// Throws with OpenSSL's text. The context may be anything now, so the next message begins afresh.
 void vu_crypto::fail(const char* what) {
   ready_ = false;
-  throw vu_exception(what + takeErrorText());
+  throw vu_exception(vu_failure::cipher, what + vu::detail::takeErrorText());
 }
 
 int vu_crypto::cipheranalyse(const unsigned char* in, int inLength, unsigned char* out,
@@ -165,10 +148,10 @@ int vu_crypto::cipheranalyse(const unsigned char* in, int inLength, unsigned cha
   setUp();
   if (demanded > outCapacity) return -demanded;
   if (out == nullptr || (in == nullptr && inLength > 0)) {
-    throw vu_exception("vu_crypto: Null buffer");
+    throw vu_exception(vu_failure::cipher, "vu_crypto: Null buffer");
   }
   if (overlap(in, inLength, out, outCapacity)) {
-    throw vu_exception("vu_crypto: Overlapping buffers");
+    throw vu_exception(vu_failure::cipher, "vu_crypto: Overlapping buffers");
   }
 
   // The update of the default cipher cannot fail and writes just what it reports: to fill what is

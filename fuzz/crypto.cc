@@ -41,9 +41,10 @@ struct Engines {
 };
 
 /// The ciphers that give every message back; then those that fail, always or for some lengths.
-constexpr const EVP_CIPHER* (*kCiphers[])() = {
-    EVP_aes_256_cbc, EVP_rc4,         EVP_aes_128_cbc, EVP_aes_256_ctr,  EVP_aes_256_ecb,
-    EVP_chacha20,    EVP_aes_256_gcm, EVP_aes_256_xts, EVP_aes_256_wrap, EVP_bf_cbc};
+constexpr const EVP_CIPHER* (*kCiphers[])() = {EVP_aes_256_cbc, EVP_rc4,         EVP_aes_128_cbc,
+                                               EVP_aes_256_ctr, EVP_aes_256_ecb, EVP_chacha20,
+                                               EVP_aes_256_gcm, EVP_aes_256_xts, EVP_aes_256_wrap,
+                                               EVP_bf_cbc,      EVP_aes_256_ccm};
 constexpr std::size_t kReversible = 6;
 
 /// The engines of a cipher, with the key that the first of them has made.

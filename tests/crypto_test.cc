@@ -75,8 +75,9 @@ TEST(Crypto, RefusesWhatItCannotDo) {
     EXPECT_EQ("", build(1, 1, 0) + build(1, 1, -1) + build(1, -1, 1));
     EXPECT_EQ(0U, ERR_peek_error());
     EXPECT_EQ(std::string(256, '0'), hex(vu_crypto::cipherkey_, 128));
+    EXPECT_FALSE(vu_crypto::hasKey());
     EXPECT_EQ("", build(1, 1, 1));
-    EXPECT_NE(std::string(256, '0'), hex(vu_crypto::cipherkey_, 128));
+    EXPECT_TRUE(vu_crypto::hasKey());
 
     vu_crypto aes(1, 0, nullptr, nullptr, 0, 1);
     vu_crypto rc4(1, 2, nullptr, nullptr, 0, 1);
@@ -194,14 +195,13 @@ TEST(Crypto, WantsTheLegacyProviderForRc4) {
   });
 }
 
-/// Where the process may use but what is certified, and nothing is: no key, no message, and both
-/// once it may.
+/// Where the process may use but what is certified, and nothing is: a key, but no message until it
+/// may.
 TEST(Crypto, SaysWhatOpenSslDoesNotAllow) {
   inChild([] {
-    const std::string noKey(256, '0');
     ASSERT_EQ(1, EVP_set_default_properties(nullptr, "fips=yes"));
     vu_crypto aes(1, 0, "p", bytes("s"), 1, 1);
-    EXPECT_EQ(noKey, hex(vu_crypto::cipherkey_, 128));
+    EXPECT_TRUE(vu_crypto::hasKey());
     for (int i = 0; i < 2; ++i) {
       EXPECT_EQ("Cipher Init failed : error:0308010C:digital envelope routines::unsupported " +
                     hex(bytes("????????????????"), 16),
@@ -213,11 +213,8 @@ TEST(Crypto, SaysWhatOpenSslDoesNotAllow) {
     // A context of our own has rules of its own.
     vu_crypto rc4(1, 2, "p", bytes("s"), 1, 1);
     EXPECT_EQ(4U, process(rc4, "text").size());
-    EXPECT_EQ(noKey, hex(vu_crypto::cipherkey_, 128));
 
     ASSERT_EQ(1, EVP_set_default_properties(nullptr, ""));
-    const vu_crypto second(1, 0, "p", bytes("s"), 1, 1);
-    EXPECT_NE(noKey, hex(vu_crypto::cipherkey_, 128));
     vu_crypto decipher(0, 0, nullptr, nullptr, 0, 1);
     EXPECT_EQ("text", process(decipher, process(aes, "text")));
     // What is ready goes on.
@@ -225,6 +222,24 @@ TEST(Crypto, SaysWhatOpenSslDoesNotAllow) {
     EXPECT_EQ(16U, process(aes, "text").size());
     aes.cleanCipher();
     EXPECT_NE("", messageOf([&] { process(aes, "text"); }));
+  });
+}
+
+/// A process whose configuration loads the legacy provider alone still has its key, for RC4.
+TEST(Crypto, DerivesWhereTheProcessCannot) {
+  inChild([] {
+    const vu::test::TemporaryFile file(
+        "openssl_conf = a\n[a]\nproviders = b\n[b]\nlegacy = c\n[c]\nactivate = 1\n");
+    setenv("OPENSSL_CONF", file.path(), 1);
+    EXPECT_FALSE(vu_crypto::hasKey());
+    vu_crypto rc4(1, 2, "password", bytes("salt"), 4, 1);
+    EXPECT_TRUE(vu_crypto::hasKey());
+    EXPECT_EQ("0c60c80f961f0e71f3a9b524af601206", hex(vu_crypto::cipherkey_, 16));
+    EXPECT_EQ(0U, ERR_peek_error());
+    EXPECT_EQ(4U, process(rc4, "text").size());
+    vu_crypto aes(1, 1, nullptr, nullptr, 0, 1);
+    EXPECT_EQ("Cipher Init failed : error:0308010C",
+              messageOf([&] { process(aes, "text"); }).substr(0, 35));
   });
 }
 

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <climits>
 #include <memory>
 
@@ -58,11 +57,7 @@ std::unique_ptr<vu_crypto> makeEngine(const CipherOptions& options) {
   auto engine = std::make_unique<vu_crypto>(
       options.mode, options.cipher, given ? passphrase.c_str() : nullptr,
       salt.empty() ? nullptr : bytes(salt), static_cast<int>(salt.size()), options.iterations);
-  // The library does not tell of a derivation that has failed; a key of zeros does.
-  if (std::all_of(vu_crypto::cipherkey_, vu_crypto::cipherkey_ + 128,
-                  [](unsigned char byte) { return byte == 0; })) {
-    throw Refusal("OpenSSL cannot derive a key here");
-  }
+  if (!vu_crypto::hasKey()) throw Refusal("OpenSSL cannot derive a key here");
   return engine;
 }
 

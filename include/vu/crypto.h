@@ -51,7 +51,8 @@ class VU_EXPORT vu_crypto {
   /// from `passphrase` (NUL-terminated), `saltLength` bytes at `salt`, and `iterations`; a null
   /// pass phrase or salt means the built-in one. For every later engine these four have no effect.
   /// A derivation that fails, such as one of no iterations or with a negative length of the salt,
-  /// is not reported: the material is all zero then, and the next engine tries again.
+  /// is not reported: the material is all zero then, a key that everybody has, and the next engine
+  /// tries again. Ask `hasKey`.
   ///
   /// Throws vu_exception "Unknown cryptic mode: 1 or 0" for any other `mode`, and std::bad_alloc;
   /// no engine exists then.
@@ -101,6 +102,10 @@ class VU_EXPORT vu_crypto {
   /// Wipes the engine's key schedule, as the destructor does. The next message sets it up again.
   void cleanCipher();
 
+  /// Whether the key material of the process is there. False means that messages are enciphered
+  /// under zeros: no engine has been built yet, or every derivation has failed.
+  [[nodiscard]] static bool hasKey();
+
   /// The key material of the process: 128 derived bytes, the rest is never used. An engine's key is
   /// its first bytes, the initialisation vector those that follow the key.
   static unsigned char cipherkey_[256];
@@ -112,7 +117,7 @@ class VU_EXPORT vu_crypto {
   int mode_;
   std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> ctx_;
   const EVP_CIPHER* cipher_;
-  // While ready_ is set, ctx_ has its cipher, and of AES-256 the schedule of the key in lastKey_.
+  // While ready_ is set, ctx_ has its cipher, and of AES-256-CBC the schedule of the key in lastKey_.
   bool ready_ = false;
   unsigned char lastKey_[32];
 };
