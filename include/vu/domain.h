@@ -120,8 +120,8 @@ class VU_EXPORT vu_cctld {
   /// Classifies `url`. A NUL in it is a byte like any other.
   vu_domain classify(std::string_view url, vu_match match = vu_match::shortest) const noexcept;
 
-  /// Classifies `count` URLs in one call, each as above, and writes as many records. URL number i is
-  /// what stands in `bytes` from offsets[i] to offsets[i + 1], as the columns of Arrow have it:
+  /// Classifies `count` URLs in one call, each as above, and writes as many records. URL number i
+  /// is what stands in `bytes` from offsets[i] to offsets[i + 1], as the columns of Arrow have it:
   /// there is one offset more than there are URLs. Offsets that run backwards make 201.
   /// `recordSize` is the distance of the records, which a caller built with other headers sets to
   /// the size of its own: fields beyond it are left out, those that are not known here are zeros.

@@ -1,0 +1,58 @@
+// Classifying for C: arguments are looked at once a call, and the rest is vu_cctld's.
+
+#include <cstdint>
+
+#include "c/table.h"
+#include "vu/c.h"
+
+namespace {
+
+/// The size of a record in the first release; no program knows of a smaller one.
+constexpr size_t kSmallestRecord = 48;
+
+bool isRule(int rule) noexcept { return rule == VU_RULE_SERVICE || rule == VU_RULE_PUBLIC_SUFFIX; }
+
+/// `urls` and `offsets` are null only where there are none.
+template <typename Classify>
+int classifyInto(const vu_table* table, int rule, const void* urls, size_t count,
+                 const vu_record* records, size_t recordSize, Classify classify) noexcept {
+  if (table == nullptr || !isRule(rule) || recordSize < kSmallestRecord ||
+      count > SIZE_MAX / recordSize) {
+    return VU_ERROR_ARGUMENT;
+  }
+  if (count == 0) return VU_OK;
+  if (urls == nullptr || records == nullptr) return VU_ERROR_ARGUMENT;
+  classify(rule == VU_RULE_SERVICE ? vu_match::shortest : vu_match::publicSuffix);
+  return VU_OK;
+}
+
+}  // namespace
+
+int vu_classify(const vu_table* table, int rule, const char* url, size_t length, vu_record* record,
+                size_t record_size) {
+  const vu_text text = {url, length};
+  return vu_classify_texts(table, rule, &text, 1, record, record_size);
+}
+
+int vu_classify_offsets32(const vu_table* table, int rule, const char* bytes,
+                          const int32_t* offsets, size_t count, vu_record* records,
+                          size_t record_size) {
+  return classifyInto(table, rule, offsets, count, records, record_size, [&](vu_match match) {
+    table->suffixes.classify(bytes, offsets, count, records, match, record_size);
+  });
+}
+
+int vu_classify_offsets64(const vu_table* table, int rule, const char* bytes,
+                          const int64_t* offsets, size_t count, vu_record* records,
+                          size_t record_size) {
+  return classifyInto(table, rule, offsets, count, records, record_size, [&](vu_match match) {
+    table->suffixes.classify(bytes, offsets, count, records, match, record_size);
+  });
+}
+
+int vu_classify_texts(const vu_table* table, int rule, const vu_text* urls, size_t count,
+                      vu_record* records, size_t record_size) {
+  return classifyInto(table, rule, urls, count, records, record_size, [&](vu_match match) {
+    table->suffixes.classify(urls, count, records, match, record_size);
+  });
+}
