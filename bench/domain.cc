@@ -380,7 +380,7 @@ void memory(benchmark::State& state, Load load) {
 }
 
 void definitionFile(benchmark::State& state) {
-  const auto bytes = std::filesystem::file_size(inputs().suffixFile);
+  auto bytes = std::filesystem::file_size(inputs().suffixFile);
   while (state.KeepRunning()) benchmark::DoNotOptimize(bytes);
   state.counters["bytes"] = static_cast<double>(bytes);
 }
