@@ -1,5 +1,4 @@
 #include <climits>
-#include <cstring>
 
 #include "vu/pattern.h"
 
@@ -14,7 +13,7 @@ CharSizet_t viewOfGroup(const NvalPcre& regex, int group, const char* text) {
 constexpr int kBadLength = -32;  // PCRE_ERROR_BADLENGTH
 
 [[noreturn]] void failWith(int code) {
-  throw vu_exception("stingTinsert : PCRE error " + val2str(code));
+  throw vu_exception(vu_failure::pattern, "stingTinsert : PCRE error " + val2str(code));
 }
 
 }  // namespace
@@ -27,18 +26,31 @@ NvalPcre::~NvalPcre() = default;
 unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_t>>& list, NvalPcre& regex,
                            const char* text, unsigned int length) {
   if (text == nullptr) return 0;
-  const std::size_t bytes = length != 0 ? length : std::strlen(text);
-  if (bytes > INT_MAX) failWith(kBadLength);
-  const int end = static_cast<int>(bytes);
+  return insertNV2List(list, regex,
+                       length != 0 ? std::string_view(text, length) : std::string_view(text));
+}
+
+unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_t>>& list, NvalPcre& regex,
+                           std::string_view text) {
+  if (text.size() > INT_MAX) failWith(kBadLength);
+  const int end = static_cast<int>(text.size());
   for (int offset = 0; offset < end;) {
-    const int result = regex.execute(text, end, offset, 0);
+    const int result = regex.execute(text.data(), end, offset, 0);
     if (result == -1) break;
     if (result <= 0) failWith(result);
     if (result == 3) {
-      list.emplace_back(viewOfGroup(regex, 1, text), viewOfGroup(regex, 2, text));
+      list.emplace_back(viewOfGroup(regex, 1, text.data()), viewOfGroup(regex, 2, text.data()));
     }
     const int matchEnd = regex.getContextOffset();
     offset = matchEnd > offset ? matchEnd : offset + 1;
   }
   return static_cast<unsigned int>(list.size());
+}
+
+const CharSizet_t* findValue(const std::list<std::pair<CharSizet_t, CharSizet_t>>& list,
+                             std::string_view name) noexcept {
+  for (const auto& pair : list) {
+    if (pair.first.view() == name) return &pair.second;
+  }
+  return nullptr;
 }

@@ -110,19 +110,21 @@ void PcreDelete::operator()(real_pcre_jit_stack* stack) const noexcept {
 }  // namespace vu::detail
 
 vu_pcre::vu_pcre(const char* pattern, int pairs, int options) : pattern_(pattern), ovecsize_(0) {
-  if (pattern_ == nullptr) throw vu_exception("vu_pcre: Empty Regular Expression");
+  if (pattern_ == nullptr)
+    throw vu_exception(vu_failure::pattern, "vu_pcre: Empty Regular Expression");
   const char* errorText = nullptr;
   int errorOffset = 0;
   if (options < 0) options = PCRE_DOTALL;
   regex_.reset(pcre_compile(pattern_, options, &errorText, &errorOffset, nullptr));
   if (!regex_) {
-    throw vu_exception("PCRE Compile Error [" + val2str(errorOffset) + "] " + errorText);
+    throw vu_exception(vu_failure::pattern,
+                       "PCRE Compile Error [" + val2str(errorOffset) + "] " + errorText);
   }
   errorText = nullptr;
   const bool mayUseJit = vu::detail::jitAgrees(pattern_, options);
   extra_.reset(pcre_study(regex_.get(), mayUseJit ? PCRE_STUDY_JIT_COMPILE : 0, &errorText));
   if (!extra_ && errorText != nullptr) {
-    throw vu_exception(std::string("PCRE Compile Study Error ") + errorText);
+    throw vu_exception(vu_failure::pattern, std::string("PCRE Compile Study Error ") + errorText);
   }
   if (extra_) {
     extra_->flags |= PCRE_EXTRA_MATCH_LIMIT;
@@ -163,14 +165,15 @@ int vu_pcre::execute(const char* subject, int length, int startOffset, int optio
       jitStack_.reset(pcre_jit_stack_alloc(kJitStackSize, kJitStackSize));
     }
   }
-  if (result == 0) throw vu_exception("PCRE Output vector too small");
+  if (result == 0) throw vu_exception(vu_failure::pattern, "PCRE Output vector too small");
   return result;
 }
 
 const char* vu_pcre::getResult(int index, const char* subject, int& length) const {
   const int pairs = ovecsize_ / 3;
   if (index < 0 || index >= pairs) {
-    throw vu_exception("vu_pcre::getResult : Index out of range : 1 - " + val2str(pairs));
+    throw vu_exception(vu_failure::pattern,
+                       "vu_pcre::getResult : Index out of range : 1 - " + val2str(pairs));
   }
   const int start = ovector_[static_cast<std::size_t>(index) * 2];
   const int end = ovector_[static_cast<std::size_t>(index) * 2 + 1];
@@ -183,7 +186,8 @@ std::string vu_pcre::getResultStr(int index, const char* subject) const {
   int length = 0;
   const char* start = getResult(index, subject, length);
   if (start == nullptr) {
-    throw vu_exception("vu_pcre::getResult : Empty result for index " + val2str(index));
+    throw vu_exception(vu_failure::pattern,
+                       "vu_pcre::getResult : Empty result for index " + val2str(index));
   }
   return std::string(start, static_cast<std::size_t>(length));
 }

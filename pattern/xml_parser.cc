@@ -72,8 +72,10 @@ xmldata* addNode(xmldata* parent, const char* text, const Element& element) {
   return node;
 }
 
+[[noreturn]] void fail(const std::string& message) { throw vu_exception(vu_failure::xml, message); }
+
 [[noreturn]] void failWith(int code) {
-  throw vu_exception("vu_pcrexml: PCRE matching error [" + val2str(code) + "]");
+  fail("vu_pcrexml: PCRE matching error [" + val2str(code) + "]");
 }
 
 /// One pass over a text, in which the levels that are not finished stand on a stack of their own.
@@ -85,6 +87,9 @@ class Walk {
   /// Adds the elements of the text to `parent`, with all below them.
   void run(xmldata* parent);
 
+  /// After `run`, where the first level left something out; the text's length when none did.
+  int stop() const { return stop_ >= 0 ? stop_ : length_; }
+
  private:
   /// The rest of a body whose elements become children of `node`.
   struct Level {
@@ -95,6 +100,9 @@ class Walk {
   };
 
   bool next(Level& level, Element& element);
+  void noteSkipped(const Level& level, const Element& element);
+  void noteRest(const Level& level);
+  int endOfProlog() const;
   bool elementAt(int at, int end, Element& element);
   std::string_view shorterName(std::string_view name, int body, int end);
   bool isClosing(int at, int end, std::string_view name) const;
@@ -108,6 +116,7 @@ class Walk {
   vu::detail::ClosingTags closings_;
   std::vector<Level> levels_;
   unsigned long long steps_ = 0;
+  int stop_ = -1;  ///< Levels go through the text in its order: what is noted first stands first.
 };
 
 void Walk::run(xmldata* parent) {
@@ -116,6 +125,7 @@ void Walk::run(xmldata* parent) {
   while (!levels_.empty()) {
     Level& level = levels_.back();
     if (next(level, element)) {
+      if (!level.found) noteSkipped(level, element);
       level.found = true;
       level.rest.begin = element.end;
       xmldata* const node = addNode(level.node, text_, element);
@@ -125,9 +135,40 @@ void Walk::run(xmldata* parent) {
       }
       continue;
     }
-    if (!level.found) throw vu_exception("vu_pcrexml: No Match");
-    level.node->setContext(text_ + level.context.begin, level.context.length());
+    if (!level.found) fail("vu_pcrexml: No Match");
+    if (level.context.length() > 0) {
+      level.node->setContext(text_ + level.context.begin, level.context.length());
+    }
+    noteRest(level);
     levels_.pop_back();
+  }
+}
+
+/// What stands in front of a level's first element is lost.
+void Walk::noteSkipped(const Level& level, const Element& element) {
+  const int begin = element.tag.begin - 1;
+  const int prolog = level.rest.begin == 0 ? endOfProlog() : level.rest.begin;
+  if (begin != prolog && stop_ < 0) stop_ = begin < prolog ? level.rest.begin : prolog;
+}
+
+/// What stands behind a level's last element is lost, but for blanks.
+void Walk::noteRest(const Level& level) {
+  const int end = skip(level.rest.begin, level.rest.end, vu::detail::kBlanks);
+  if (end != level.rest.end && stop_ < 0) stop_ = level.rest.begin;
+}
+
+/// Where the blanks, declarations and comments end that stand in front of the text's elements.
+int Walk::endOfProlog() const {
+  const std::string_view text(text_, static_cast<std::size_t>(length_));
+  for (int at = 0;;) {
+    at = skip(at, length_, vu::detail::kBlanks);
+    const std::string_view rest = text.substr(static_cast<std::size_t>(at));
+    const bool isComment = rest.substr(0, 4) == "<!--";
+    if (!isComment && rest.substr(0, 2) != "<?") return at;
+    const std::string_view close = isComment ? "-->" : "?>";
+    const std::size_t end = rest.find(close, isComment ? 4 : 2);
+    if (end == std::string_view::npos) return at;
+    at += static_cast<int>(end + close.size());
   }
 }
 
@@ -192,9 +233,9 @@ bool Walk::isClosing(int at, int end, std::string_view name) const {
   return found[name.size()] == '>' && std::memcmp(found, name.data(), name.size()) == 0;
 }
 
-int lengthOf(const char* text) {
-  const std::size_t length = std::strlen(text);
-  if (length > INT_MAX) throw vu_exception("vu_pcrexml: Invalid length [" + val2str(length) + "]");
+int lengthOf(std::string_view text) {
+  const std::size_t length = text.size();
+  if (length > INT_MAX) fail("vu_pcrexml: Invalid length [" + val2str(length) + "]");
   return static_cast<int>(length);
 }
 
@@ -210,30 +251,40 @@ vu_pcrexml::vu_pcrexml() : _pcre(std::make_unique<vu_pcre>(kElement, 6, -1)) {}
 vu_pcrexml::~vu_pcrexml() = default;
 
 xmldata* vu_pcrexml::execute(const char* text, const char* tag) {
-  if (text == nullptr || *text == '\0') throw vu_exception("vu_pcrexml::execute Empty Context");
-  if (tag == nullptr || *tag == '\0') throw vu_exception("vu_pcrexml::execute Empty Tag");
+  return execute(text != nullptr ? std::string_view(text) : std::string_view(), tag);
+}
+
+xmldata* vu_pcrexml::execute(std::string_view text, const char* tag) {
+  if (text.empty()) fail("vu_pcrexml::execute Empty Context");
+  if (tag == nullptr || *tag == '\0') fail("vu_pcrexml::execute Empty Tag");
   auto root = std::make_unique<xmldata>(tag, lengthOf(tag), nullptr, 0);
-  subpattern(root.get(), text, lengthOf(text));
+  subpattern(root.get(), text.data(), lengthOf(text));
   return root.release();
 }
 
 void vu_pcrexml::subpattern(xmldata* parent, const char* subject, int len) {
-  if (parent == nullptr) throw vu_exception("vu_pcrexml: Empty XML Data");
+  usedAll_ = false;
+  stoppedAt_ = 0;
+  if (parent == nullptr) fail("vu_pcrexml: Empty XML Data");
   checkSubject(*_pcre, subject, len);
-  Walk(subject, len).run(parent);
+  Walk walk(subject, len);
+  walk.run(parent);
+  usedAll_ = walk.stop() == len;
+  stoppedAt_ = static_cast<std::size_t>(walk.stop());
 }
 
 void vu_pcrexml::composeXmldata(xmldata* parent, const char* subject, int len, int* ovector,
                                 int rc) {
   if (rc != kWithBody && rc != kWithoutBody) {
-    throw vu_exception("vu_pcrexml: composeXmldata: Unknown PCRE retcode");
+    fail("vu_pcrexml: composeXmldata: Unknown PCRE retcode");
   }
-  if (parent == nullptr) throw vu_exception("vu_pcrexml: Empty XML Data");
+  if (parent == nullptr) fail("vu_pcrexml: Empty XML Data");
   checkSubject(*_pcre, subject, len);
   const Element element = elementOf(subject, ovector, rc);
   xmldata* const node = addNode(parent, subject, element);
   const Span body = element.body;
   if (element.sign == body.end) return;
   subpattern(node, subject + element.sign, body.end - element.sign);
+  stoppedAt_ += static_cast<std::size_t>(element.sign);
   node->setContext(subject + body.begin, element.sign - body.begin);
 }

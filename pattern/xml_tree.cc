@@ -151,8 +151,8 @@ void write(std::ostream& os, const std::string& text) {
 }  // namespace
 
 stringLen::stringLen(const char* str, int len) : _str(str), _len(len) {
-  if (str == nullptr) throw vu_exception("stringLen: Zero const char pointer");
-  if (len <= 0) throw vu_exception("stringLen: Zero string length");
+  if (str == nullptr) throw vu_exception(vu_failure::xml, "stringLen: Zero const char pointer");
+  if (len <= 0) throw vu_exception(vu_failure::xml, "stringLen: Zero string length");
 }
 
 std::string stringLen::getString() const { return std::string(view(*this)); }
@@ -189,6 +189,14 @@ const xmldata* xmldata::child(const char* tag) const {
   return nullptr;
 }
 
+std::vector<const xmldata*> xmldata::children(const char* tag) const {
+  std::vector<const xmldata*> found;
+  for (const xmldata* each : _children) {
+    if (each != nullptr && (tag == nullptr || view(each->_tag) == tag)) found.push_back(each);
+  }
+  return found;
+}
+
 std::string xmldata::attribute(const char* name) const {
   return std::string(findAttribute(*this, name).value_or(std::string_view()));
 }
@@ -200,6 +208,7 @@ bool xmldata::hasAttribute(const char* name) const {
 std::string xmldata::tagString() const { return _tag.getString(); }
 std::string xmldata::attrsString() const { return stringOrNull(_attrs); }
 std::string xmldata::ctextString() const { return stringOrNull(_context); }
+std::string xmldata::text() const { return hasText() ? _context->getString() : ""; }
 
 void xmldata::display(int depth, int mode, std::ostream& os) const {
   std::string out;

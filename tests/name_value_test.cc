@@ -61,8 +61,15 @@ TEST(NameValue, FindsPairs) {
     const unsigned int size = insertNV2List(list, regex, copy.view().data(), row.length);
     EXPECT_EQ("old=();" + row.expected, written(list)) << row.pattern << " " << row.text;
     EXPECT_EQ(list.size(), size);
-    EXPECT_EQ(0U, insertNV2List(list, regex, nullptr, 0));
   }
+  NvalPcre regex(usual);
+  Pairs list;
+  EXPECT_EQ(0U, insertNV2List(list, regex, std::string_view("a=1", 0)));
+  const ExactCopy copy("a=1 a=2");
+  EXPECT_EQ(2U, insertNV2List(list, regex, copy.view()));
+  ASSERT_NE(nullptr, findValue(list, "a"));
+  EXPECT_EQ("1", findValue(list, "a")->view());
+  EXPECT_EQ(nullptr, findValue(list, "b"));
 }
 
 /// What a caller's own `execute` returns: pairs on the way, then a result.

@@ -28,9 +28,10 @@ struct XmlOptions {
   TreeFormat format = TreeFormat::tree;
 };
 
-std::unique_ptr<const xmldata> parse(const std::string& text, const XmlOptions& options) {
+std::unique_ptr<const xmldata> parse(vu_pcrexml& parser, const std::string& text,
+                                     const XmlOptions& options) {
   try {
-    return std::unique_ptr<const xmldata>(vu_pcrexml().execute(text.c_str(), options.root.c_str()));
+    return std::unique_ptr<const xmldata>(parser.execute(text.c_str(), options.root.c_str()));
   } catch (const vu_exception& failure) {
     const std::string what = failure.what();
     if (what != "vu_pcrexml: No Match") throw Refusal(what);
@@ -39,22 +40,11 @@ std::unique_ptr<const xmldata> parse(const std::string& text, const XmlOptions& 
   }
 }
 
-/// Where the last element at the top of a fragment ends.
-std::size_t endOfTop(const xmldata& root, const std::string& text) {
-  const xmldata& last = *root._children.back();
-  const std::size_t bracket =
-      text.find('>', static_cast<std::size_t>(last._tag._str - text.data()));
-  if (text[bracket - 1] == '/') return bracket + 1;
-  const std::string closing = "</" + last.tagString() + ">";
-  return text.find(closing, bracket) + closing.size();
-}
-
 /// Tells a person who has a blank between two elements what becomes of the second.
-void noteRest(const xmldata& root, const std::string& text) {
-  const std::size_t end = endOfTop(root, text);
-  if (text.find_first_not_of(" \t\n\v\f\r", end) == std::string::npos) return;
-  say("note: nothing behind byte " + grouped(end) +
-      " is read: siblings stand directly behind one another");
+void noteRest(const vu_pcrexml& parser) {
+  if (parser.usedAll()) return;
+  say("note: not all is read, from byte " + grouped(parser.stoppedAt()) +
+      " on: siblings stand directly behind one another");
 }
 
 constexpr std::size_t kDeepest = 5000;
@@ -82,9 +72,10 @@ void run(const XmlOptions& options) {
   if (text.find('\0') != std::string::npos) {
     throw Refusal(displayName(options.file) + " has a NUL byte in it, which ends an XML text");
   }
-  const std::unique_ptr<const xmldata> tree = parse(text, options);
+  vu_pcrexml parser;
+  const std::unique_ptr<const xmldata> tree = parse(parser, text, options);
   if (options.format != TreeFormat::compact) checkDepth(*tree);
-  noteRest(*tree, text);
+  noteRest(parser);
   std::stringstream out;
   switch (options.format) {
     case TreeFormat::tree:

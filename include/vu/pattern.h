@@ -20,13 +20,13 @@
 //
 //   NvalPcre pairs("(\\w+)=(\\w*)");
 //   std::list<std::pair<CharSizet_t, CharSizet_t>> found;
-//   insertNV2List(found, pairs, "a=1 b=22", 0);         // ("a", "1"), ("b", "22")
+//   insertNV2List(found, pairs, "a=1 b=22");            // ("a", "1"), ("b", "22")
 //
 //   const std::string text = "<user id='7'><name>Ann</name></user>";
 //   vu_pcrexml parser;
 //   const std::unique_ptr<xmldata> root(parser.execute(text.c_str(), "data"));
-//   if (const xmldata* user = root->child("user")) {
-//     std::cout << user->attribute("id") << user->child("name")->ctextString();  // "7", "Ann"
+//   for (const xmldata* user : root->children("user")) {
+//     for (const xmldata* name : user->children("name")) std::cout << name->text();  // "Ann"
 //   }
 
 #ifndef VU_PATTERN_H_
@@ -38,7 +38,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "vu/export.h"
 #include "vu/foundation.h"
@@ -118,8 +120,8 @@ class VU_EXPORT vu_pcre {
   /// starting position as PCRE was built for, usually ten million (-8, PCRE_ERROR_MATCHLIMIT,
   /// beyond), and half of what is left of its thread's stack, 4 MiB at the most (-21,
   /// PCRE_ERROR_RECURSIONLIMIT, beyond).
-  int match(const char* subject, int length, int startOffset, int options, int* ovector,
-            int ovecsize) const;
+  [[nodiscard]] int match(const char* subject, int length, int startOffset, int options,
+                          int* ovector, int ovecsize) const;
 
  private:
   std::unique_ptr<real_pcre, vu::detail::PcreDelete> regex_;
@@ -143,6 +145,9 @@ struct CharSizet_t {
 
   /// Keeps both as they are.
   CharSizet_t(const char* text, unsigned int length) : data(text), size(length) {}
+
+  /// The same as a view.
+  std::string_view view() const { return {data, size}; }
 };
 
 /// A pattern for pairs: group 1 is the name, group 2 the value. Arguments and errors as `vu_pcre`;
@@ -165,6 +170,14 @@ class VU_EXPORT NvalPcre : public vu_pcre {
 /// throw. The pairs found until then stay in the list.
 VU_EXPORT unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_t>>& list,
                                      NvalPcre& regex, const char* text, unsigned int length);
+
+/// The same for a view, which need not end in a NUL: an empty one has no pairs.
+VU_EXPORT unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_t>>& list,
+                                     NvalPcre& regex, std::string_view text);
+
+/// The value of the first pair in `list` with this name, or null when there is none.
+VU_EXPORT const CharSizet_t* findValue(const std::list<std::pair<CharSizet_t, CharSizet_t>>& list,
+                                       std::string_view name) noexcept;
 
 // ---------------------------------------------------------------------------------------------
 // XML fragments
@@ -206,8 +219,12 @@ class VU_EXPORT xmldata {
 
   /// The first child with this tag, or null.
   const xmldata* child(const char* tag) const;
+  /// The children with this tag, all of them for a null `tag`, in the order of the text; none of
+  /// the pointers is null. They are good until the tree is changed.
+  std::vector<const xmldata*> children(const char* tag = nullptr) const;
   /// The value of an attribute without its quotes, single or double; up to the next blank when it
-  /// has none. "" when there is no such attribute, and for one without a value.
+  /// has none. "" when there is no such attribute, and for one without a value. Of an attribute
+  /// that is given twice the first counts.
   std::string attribute(const char* name) const;
   /// Whether there is an attribute of this name, with or without a value.
   bool hasAttribute(const char* name) const;
@@ -216,8 +233,12 @@ class VU_EXPORT xmldata {
   std::string tagString() const;
   /// The attributes as they stand in the text; "null" when there are none.
   std::string attrsString() const;
-  /// The text; "null" when there is none.
+  /// The text; "null" when there is none, which a text may say as well: see `hasText`.
   std::string ctextString() const;
+  /// The text; "" when there is none.
+  std::string text() const;
+  /// Whether there is a text. It is never empty.
+  bool hasText() const { return _context != nullptr; }
 
   /// Prints to `os`, in one piece: with mode 0 a line for each node of this tree, more where
   /// its fields have line breaks; with mode 1 the tree as indented XML; with mode 2 the children,
@@ -231,8 +252,9 @@ class VU_EXPORT xmldata {
   void displayXML(std::stringstream& out, int depth, int mode) const;
 
   stringLen _tag;                 ///< The element's name.
-  stringLen* _attrs = nullptr;    ///< Null when there are none. Owned by the node.
-  stringLen* _context = nullptr;  ///< The text; null when there is none. Owned by the node.
+  stringLen* _attrs = nullptr;    ///< Null when there are none. Points into the node: leave it.
+  stringLen* _context = nullptr;  ///< The text; null when there is none. Points into the node:
+                                  ///< change it by setContext only.
   std::list<xmldata*> _children;  ///< In the order of the text. Owned by the node.
 
  private:
@@ -246,15 +268,18 @@ class VU_EXPORT xmldata {
 ///   <(\w+)\s*([-'\w\s=]*?)>(.*?)</\1>|<(\w+)\s*([-'\w\s=]*?)/>
 ///
 /// The first element of a level may stand anywhere, each further one directly behind the one
-/// before; the level ends, without an error, where no element begins. The text of an element is
-/// what stands in front of its first child. What that means for real XML, and what to use instead,
-/// is told in docs/xml.md.
+/// before; the level ends, without an error, where no element begins: ask `usedAll` whether
+/// anything was left out. The text of an element is what stands in front of its first child. What
+/// that means for real XML, and what to use instead, is told in docs/xml.md.
 ///
 /// Threads:  a parser serves one thread at a time; trees are independent of it.
 /// Lifetime: trees point into the text, and the root into its tag.
 /// Cost:     time and memory in proportion to the text, whatever stands in it and however deep it
 ///           is nested (times the logarithm of the number of different tags, at the most): elements
-///           are found by a direct scan, with the expression's results.
+///           are found by a direct scan, with the expression's results. On a machine of 2020 that
+///           is about 6 ns a byte of ordinary texts, ten times as much of texts that nest deep or
+///           consist of short tags only. Whoever bounds the length of a text bounds both: 1 MiB of
+///           the worst takes 70 ms.
 class VU_EXPORT vu_pcrexml {
  public:
   /// Throws what `vu_pcre` throws.
@@ -263,8 +288,8 @@ class VU_EXPORT vu_pcrexml {
   vu_pcrexml& operator=(const vu_pcrexml&) = delete;
   ~vu_pcrexml();
 
-  /// Parses a NUL-terminated `text`. Returns a new node with the tag `tag`, no attributes and no
-  /// text, whose children are the elements of the text; the caller deletes it.
+  /// Parses a NUL-terminated `text`. Returns a new node with the tag `tag`, NUL-terminated, no
+  /// attributes and no text, whose children are the elements of the text; the caller deletes it.
   ///
   /// Throws vu_exception, and leaves no tree behind:
   ///   "vu_pcrexml::execute Empty Context"    for a null or empty `text`;
@@ -275,7 +300,10 @@ class VU_EXPORT vu_pcrexml {
   ///   "vu_pcrexml: PCRE matching error [-8]"   when elements that are not closed by their own
   ///       names begin with so many closed ones that a million comparisons of a byte, and 16 more
   ///       for each byte of the text, do not tell which.
-  xmldata* execute(const char* text, const char* tag);
+  [[nodiscard]] xmldata* execute(const char* text, const char* tag);
+  /// The same for a text that need not end in a NUL, such as deciphered bytes; a NUL in it is a
+  /// byte like any other.
+  [[nodiscard]] xmldata* execute(std::string_view text, const char* tag);
 
   /// The same for `len` bytes at `subject`, whose elements become children of `parent`. Throws as
   /// above, "vu_pcrexml: Empty XML Data" for a null `parent`, and PCRE's own code, -2 or -32, for a
@@ -288,9 +316,20 @@ class VU_EXPORT vu_pcrexml {
   /// `subpattern`.
   void composeXmldata(xmldata* parent, const char* subject, int len, int* ovector, int rc);
 
+  /// Whether the last `execute` or `subpattern` has put all of its text into the tree, at every
+  /// level; blanks behind a level's last element do not matter, nor do blanks, comments and
+  /// declarations "<?...?>" in front of the first element of all. False also when it has thrown.
+  bool usedAll() const { return usedAll_; }
+  /// Where in that text something was left out first: the end of the element behind which its level
+  /// stopped, or what was skipped in front of a level's first element. The text's length when
+  /// nothing was, 0 when the call has thrown.
+  std::size_t stoppedAt() const { return stoppedAt_; }
+
  private:
   // The expression, whose results the scan gives; asked itself for what is no text at all.
   std::unique_ptr<vu_pcre> _pcre;
+  bool usedAll_ = false;
+  std::size_t stoppedAt_ = 0;
 };
 
 #endif  // VU_PATTERN_H_
