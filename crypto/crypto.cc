@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "crypto/derive.h"
 #include "crypto/legacy_rc4.h"
@@ -73,13 +74,20 @@ vu_crypto::vu_crypto(int mode, int cipherNumber, const char* passphrase, const u
     : vu_crypto(mode, CipherLookup()(static_cast<unsigned short>(cipherNumber)), passphrase, salt,
                 saltLength, iterations) {}
 
+vu_crypto::vu_crypto(int mode, const EVP_CIPHER* cipher, std::shared_ptr<const vu_key> key)
+    : mode_(mode), ctx_(nullptr, EVP_CIPHER_CTX_free), cipher_(cipher), key_(std::move(key)) {
+  if (key_ == nullptr) throw vu_exception(vu_failure::cipher, "vu_crypto: Null key");
+  initializeCrypto(nullptr, nullptr, 0, 0);
+}
+
 vu_crypto::~vu_crypto() { cleanCipher(); }
 
 void vu_crypto::initializeCrypto(const char* passphrase, const unsigned char* salt, int saltLength,
                                  int iterations) {
-  if (mode_ != 0 && mode_ != 1)
+  if (mode_ != 0 && mode_ != 1) {
     throw vu_exception(vu_failure::cipher, "Unknown cryptic mode: 1 or 0");
-  if (!hasKey()) {
+  }
+  if (key_ == nullptr && !hasKey()) {
     const BuiltIn builtIn;
     // That it may fail is for hasKey to tell; the caller's error queue is left as it was.
     ERR_set_mark();
@@ -119,20 +127,21 @@ int vu_crypto::ciphersize(int length) const {
 /// nothing but the initialisation vector changes from message to message, of RC4 nothing but what
 /// the key sets. Any other may keep more, as one that authenticates its messages does.
 void vu_crypto::setUp() {
-  const Byte* const vector = cipherkey_ + EVP_CIPHER_get_key_length(cipher_);
+  const Byte* const key = material();
+  const Byte* const vector = key + EVP_CIPHER_get_key_length(cipher_);
   const bool aes = cipher_ == EVP_aes_256_cbc();
   const bool rc4 = cipher_ == EVP_rc4();
-  const bool keepsKey = ready_ && aes && std::memcmp(lastKey_, cipherkey_, sizeof lastKey_) == 0;
+  const bool keepsKey = ready_ && aes && std::memcmp(lastKey_, key, sizeof lastKey_) == 0;
   const EVP_CIPHER* cipher = nullptr;
   if (!ready_ || !(aes || rc4)) {
     if (vu::detail::openSslIsThere()) cipher = rc4 ? vu::detail::legacyRc4() : cipher_;
     if (cipher == nullptr) fail("Cipher Init failed : ");
   }
-  if (EVP_CipherInit_ex(ctx_.get(), cipher, nullptr, keepsKey ? nullptr : cipherkey_, vector,
-                        mode_) != 1) {
+  if (EVP_CipherInit_ex(ctx_.get(), cipher, nullptr, keepsKey ? nullptr : key, vector, mode_) !=
+      1) {
     fail("Cipher Init failed : ");
   }
-  std::memcpy(lastKey_, cipherkey_, sizeof lastKey_);
+  std::memcpy(lastKey_, key, sizeof lastKey_);
   ready_ = true;
 }
 

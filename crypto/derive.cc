@@ -5,6 +5,7 @@
 
 #include "crypto/openssl.h"
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/provider.h>
 
@@ -37,7 +38,9 @@ bool derive(const char* passphrase, const unsigned char* salt, int saltLength, i
     return PKCS5_PBKDF2_HMAC_SHA1(passphrase, static_cast<int>(std::strlen(passphrase)), salt,
                                   saltLength, iterations, kMaterial, made) == 1;
   };
+  ERR_set_mark();
   const bool good = act() || inOwnContext(act);
+  good ? ERR_pop_to_mark() : ERR_clear_last_mark();
   if (good) std::memcpy(material, made, sizeof made);
   OPENSSL_cleanse(made, sizeof made);
   return good;

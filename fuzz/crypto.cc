@@ -77,7 +77,7 @@ void inOneBuffer(Engines& engines, const std::string& message, std::size_t apart
   const Bytes before = buffer;
   const bool overlap = !message.empty() && in < out + capacity && out < in + message.size();
   const std::string refusal = messageOf([&] {
-    engines.encipher.cipheranalyse(&buffer[in], length, &buffer[out], static_cast<int>(capacity));
+    return engines.encipher.cipheranalyse(&buffer[in], length, &buffer[out], static_cast<int>(capacity));
   });
   expectEqual(overlap ? "vu_crypto: Overlapping buffers" : "", refusal, "one buffer");
   if (overlap) vu::fuzz::check(buffer == before, "a refusal changes nothing");
@@ -86,9 +86,9 @@ void inOneBuffer(Engines& engines, const std::string& message, std::size_t apart
 void refuseLength(Engines& engines, int length) {
   const std::string text = "vu_crypto: Invalid length [" + std::to_string(length) + "]";
   Byte byte = 0;
-  expectEqual(text, messageOf([&] { engines.encipher.ciphersize(length); }), "a length");
+  expectEqual(text, messageOf([&] { return engines.encipher.ciphersize(length); }), "a length");
   expectEqual(text,
-              messageOf([&] { engines.decipher.cipheranalyse(&byte, length, &byte, INT_MAX); }),
+              messageOf([&] { return engines.decipher.cipheranalyse(&byte, length, &byte, INT_MAX); }),
               "a length");
 }
 

@@ -104,15 +104,17 @@ TEST(Crypto, RefusesWhatItCannotDo) {
           EXPECT_EQ(-expected, engine->cipheranalyse(out, row.length, nullptr, expected - 1));
         } else {
           const std::string text = "vu_crypto: Invalid length [" + val2str(row.length) + "]";
-          EXPECT_EQ(text, messageOf([&] { engine->ciphersize(row.length); }));
-          EXPECT_EQ(text, messageOf([&] { engine->cipheranalyse(out, row.length, out, INT_MAX); }));
+          EXPECT_EQ(text, messageOf([&] { return engine->ciphersize(row.length); }));
+          EXPECT_EQ(text, messageOf([&] {
+                      return engine->cipheranalyse(out, row.length, out, INT_MAX);
+                    }));
         }
       }
     }
     Bytes buffer(100, 'x');
     const Bytes before = buffer;
     const auto use = [&](const Byte* in, int length, Byte* out) {
-      return messageOf([&] { aes.cipheranalyse(in, length, out, 16); });
+      return messageOf([&] { return aes.cipheranalyse(in, length, out, 16); });
     };
     EXPECT_EQ("vu_crypto: Overlapping buffers", use(&buffer[20], 3, &buffer[7]));
     EXPECT_EQ("vu_crypto: Overlapping buffers", use(&buffer[7], 3, &buffer[7]));
@@ -142,6 +144,10 @@ TEST(Crypto, ChoosesCiphersByNumber) {
         if (round == 1) encipher.initializeCrypto(nullptr, nullptr, 0, 1);
       }
     }
+    vu_crypto null(1, NULL, nullptr, nullptr, 0, 1);  // NOLINT(modernize-use-nullptr)
+    vu_crypto wide(1, 65538UL, nullptr, nullptr, 0, 1);
+    EXPECT_EQ(16, null.ciphersize(1));
+    EXPECT_EQ(3, wide.ciphersize(1));
     const CipherLookup lookup;
     EXPECT_EQ(EVP_aes_256_cbc(), lookup(1));
     EXPECT_EQ(EVP_rc4(), lookup(2));
@@ -222,6 +228,60 @@ TEST(Crypto, SaysWhatOpenSslDoesNotAllow) {
     EXPECT_EQ(16U, process(aes, "text").size());
     aes.cleanCipher();
     EXPECT_NE("", messageOf([&] { process(aes, "text"); }));
+  });
+}
+
+TEST(Crypto, TakesKeysOfTheCaller) {
+  inChild([] {
+    const auto make = [](const char* passphrase, const char* salt, int length, int iterations) {
+      return std::make_shared<const vu_key>(passphrase, salt != nullptr ? bytes(salt) : nullptr,
+                                            length, iterations);
+    };
+    auto mine = make("password", "salt", 4, 2);
+    EXPECT_EQ("ea6c014dc72d6f8ccd1ed92ace1d41f0d8de8957", hex(mine->bytes(), 20));
+    for (const EVP_CIPHER* cipher : {EVP_aes_256_cbc(), EVP_rc4(), EVP_aes_256_ctr()}) {
+      vu_crypto own(1, cipher, mine);
+      vu_crypto ownBack(0, cipher, mine);
+      vu_crypto other(1, cipher, make("password", nullptr, 0, 1));
+      vu_crypto process(1, cipher, nullptr, nullptr, 0, 0);
+      EXPECT_FALSE(vu_crypto::hasKey());
+      for (int round = 0; round < 3; ++round) {
+        const std::string enciphered = vu::test::process(own, "some text");
+        EXPECT_EQ("some text", vu::test::process(ownBack, enciphered));
+        EXPECT_NE(enciphered, vu::test::process(other, "some text"));
+        std::copy_n(mine->bytes(), 128, vu_crypto::cipherkey_);
+        EXPECT_EQ(enciphered, vu::test::process(process, "some text"));
+        std::fill_n(vu_crypto::cipherkey_, 128, Byte{0});
+      }
+    }
+    const vu_crypto keeps(1, nullptr, mine);
+    EXPECT_EQ(2, mine.use_count());
+    const struct {
+      const char* passphrase;
+      const char* salt;
+      int length, iterations;
+      const char* message;
+    } rows[] = {{nullptr, "s", 1, 1, "vu_key: Null buffer"},
+                {"p", nullptr, 1, 1, "vu_key: Null buffer"},
+                {"p", "s", -1, 1, "vu_key: Invalid length [-1]"},
+                {"p", "s", 1, 0, "vu_key: Invalid iterations [0]"}};
+    for (const auto& row : rows) {
+      EXPECT_EQ(row.message,
+                messageOf([&] { make(row.passphrase, row.salt, row.length, row.iterations); }));
+    }
+    EXPECT_EQ("vu_crypto: Null key",
+              messageOf([] { const vu_crypto none(1, nullptr, std::shared_ptr<const vu_key>()); }));
+    EXPECT_EQ("Unknown cryptic mode: 1 or 0",
+              messageOf([&] { const vu_crypto none(2, nullptr, mine); }));
+    EXPECT_FALSE(vu_crypto::hasKey());
+  });
+}
+
+TEST(Crypto, MakesTheKeysOfDomains) {
+  inChild([] {
+    EXPECT_EQ("a9993e364706816aba3e25717850c26c9cd0d89d", hex(vu_domainKey("aBc").data(), 20));
+    EXPECT_EQ("3d6e9f64286a009a3ee672a327cdb823d7d3ce4f", hex(vu_domainKey("AZ@[\xc4").data(), 20));
+    EXPECT_EQ("vu_domainKey: Empty domain", messageOf([] { return vu_domainKey(""); }));
   });
 }
 

@@ -87,7 +87,8 @@ struct Engine {
       : engine(mode, cipher, nullptr, nullptr, 0, 1), out(200, '?') {}
 
   void run(const std::string& in) {
-    engine.cipheranalyse(bytes(in), static_cast<int>(in.size()), out.data(), 200);
+    static_cast<void>(
+        engine.cipheranalyse(bytes(in), static_cast<int>(in.size()), out.data(), 200));
   }
 
   vu_crypto engine;
@@ -97,6 +98,7 @@ struct Engine {
 std::string stateOf(const Engine& engine) {
   return printHexical(engine.out.data(), 200, 0, false) + keyState();
 }
+std::string stateOf(const vu_key& key) { return printHexical(key.bytes(), 128, 0, false); }
 /// One that has enciphered nothing.
 std::string stateOf(const vu_crypto& /*engine*/) { return keyState(); }
 
@@ -255,8 +257,8 @@ TEST(Failures, Foundation) {
              [] { return val2str(findValueByString("QUERY_TYPE_NOT_FOUND", statusTable, 999)); }),
       refusal("findValueByString, unknown", [] { findValueByString(kLong, statusTable, 999); }),
       refusal("findStringByValue, unknown", [] { findStringByValue(7, statusTable, 999); }),
-      refusal("str2val<int>, bad", [] { str2val<int>(kLong); }),
-      refusal("str2val<float>, bad", [] { str2val<float>(kLong); }),
+      refusal("str2val<int>, bad", [] { return str2val<int>(kLong); }),
+      refusal("str2val<float>, bad", [] { return str2val<float>(kLong); }),
       result("str2val<string>", [] { return str2val<std::string>(kLong); }),
       result("str2val by stream",
              [] {
@@ -464,13 +466,20 @@ TEST(Failures, Crypto) {
             [] {
               Byte out[200];
               deciphering.cleanCipher();
-              deciphering.cipheranalyse(bytes("some ciphertext?"), 16, out, 200);
+              return deciphering.cipheranalyse(bytes("some ciphertext?"), 16, out, 200);
             },
             [](const Outcome& o) { return o.threw || o.now.rfind("Cipher ", 0) == 0; }),
         result("print_info", [] { return usual.print_info(); }),
-        refusal("ciphersize, bad", [] { usual.ciphersize(-1); }),
+        refusal("ciphersize, bad", [] { return usual.ciphersize(-1); }),
         construction("vu_crypto", making<Engine>(1, EVP_rc4())),
         construction("vu_crypto, the first", makeFirst, nullptr, wholeOrNoKey),
+        construction("vu_key", making<vu_key>("phrase", bytes("salt"), 4, 3),
+                     "vu_key: Derivation "),
+        refusal(
+            "vu_domainKey", [] { return vu_domainKey(kLong); },
+            [](const Outcome& o) {
+              return o.now.empty() || o.now.rfind("vu_domainKey: ", 0) == 0;
+            }),
     });
   });
 }
