@@ -20,7 +20,8 @@ struct Calls {
 
 int acquireWith(const Calls& calls, pthread_rwlock_t* lock, int timeout) {
   if (timeout <= 0) return calls.lock(lock);
-  // A lock that is free needs no clock. Whatever else the try returns, the timed call decides.
+  // A lock that is free needs no clock: POSIX has the timed call take it whatever the deadline, even
+  // one that is no time at all. Whatever else the try returns, the timed call decides.
   if (calls.tryLock(lock) == 0) return 0;
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
@@ -46,7 +47,7 @@ int vu_rwlock::release() {
 }
 
 void vu_rwlock::releaseAtEnd() {
-  if (_lock == nullptr) throw vu_exception("Empty RW Lock");
+  if (_lock == nullptr) throw vu_exception(vu_failure::lock, "Empty RW Lock");
   release();
 }
 

@@ -108,8 +108,16 @@ TEST(Conversion, ReadsNumbers) {
   };
   for (const auto& row : rows) EXPECT_EQ(row.expected, row.read(row.text, row.flag)) << row.text;
   EXPECT_EQ(" x ", str2val<std::string>(" x ", true));
-  EXPECT_EQ("Impure float value", messageOf([] { str2val<float>(std::string("1\0", 2)); }));
+  EXPECT_EQ("Impure float value", messageOf([] { return str2val<float>(std::string("1\0", 2)); }));
 }
+
+template <typename Flag, typename = decltype(str2val<int>("", Flag()))>
+constexpr bool takes(Flag /*flag*/) {
+  return true;
+}
+constexpr bool takes(...) { return false; }
+
+TEST(Conversion, TakesNoBase) { EXPECT_TRUE(takes(true) && !takes(10) && !takes(nullptr)); }
 
 TEST(Conversion, WritesNumbers) {
   EXPECT_EQ("1234567", val2str(1234567));
@@ -142,7 +150,7 @@ std::ostream& operator<<(std::ostream& out, const Percent& percent) {
 TEST(Conversion, TakesAnyTypeWithOperators) {
   EXPECT_EQ(26, str2val<Percent>(" 0x1a", true).value);
   for (const std::string bad : {"x", "-1"}) {
-    EXPECT_EQ("bad conversion [" + bad + "]", messageOf([&] { str2val<Percent>(bad); }));
+    EXPECT_EQ("bad conversion [" + bad + "]", messageOf([&] { return str2val<Percent>(bad); }));
   }
   EXPECT_EQ("12%", val2str(Percent{12}));
   EXPECT_EQ("101", val2str(Percent{101}));

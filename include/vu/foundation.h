@@ -165,26 +165,29 @@ VU_EXPORT const char* findStringByValue(unsigned int value, const sizeT_string_p
 ///   "bad conversion [" + text + "]"     when there is no number, or one that T cannot hold;
 /// and what memory and T's own operator throw.
 template <typename T>
-T str2val(const std::string& text, bool flag = false);
+[[nodiscard]] T str2val(const std::string& text, bool flag = false);
+/// A base, as strtol takes one, is no flag: 10 would mean hexadecimal.
+template <typename T, typename Flag, std::enable_if_t<!std::is_same_v<Flag, bool>, int> = 0>
+T str2val(const std::string& text, Flag flag) = delete;
 
 /// A byte, read as an `int` (so "65" is 65, not '6') and cut to its low 8 bits: "300" is 44.
 /// Throws vu_exception "empty string" or "bad conversion".
 template <>
-VU_EXPORT unsigned char str2val<unsigned char>(const std::string& text, bool flag);
+[[nodiscard]] VU_EXPORT unsigned char str2val<unsigned char>(const std::string& text, bool flag);
 /// The same with the low 8 bits as a signed byte: "200" is -56.
 template <>
-VU_EXPORT signed char str2val<signed char>(const std::string& text, bool flag);
+[[nodiscard]] VU_EXPORT signed char str2val<signed char>(const std::string& text, bool flag);
 
 /// A float, read as `strtod` reads the whole text (so "inf", "nan" and "0x1p4" are numbers here)
 /// and narrowed; beyond the range of float it is an infinity, and an empty text is 0.
 /// `flag` allows other characters behind the number, or in place of it, which is then 0.
 /// Throws vu_exception "Impure float value" when something follows the number and may not.
 template <>
-VU_EXPORT float str2val<float>(const std::string& text, bool flag);
+[[nodiscard]] VU_EXPORT float str2val<float>(const std::string& text, bool flag);
 
 /// A copy of the text; never fails, the flag is ignored.
 template <>
-VU_EXPORT std::string str2val<std::string>(const std::string& text, bool flag);
+[[nodiscard]] VU_EXPORT std::string str2val<std::string>(const std::string& text, bool flag);
 
 /// `value` as text, as `stream << value` writes it: first in fixed notation with `precision` digits
 /// when that is 0 or more, then through `manipulator` (such as std::hex) when there is one. Neither

@@ -24,7 +24,7 @@
 // ---------------------------------------------------------------------------------------------
 // Hash functions
 
-/// A hash function for keys of type T. There are four, below.
+/// A hash function for keys of type T: those below.
 template <typename T>
 class hashfunctor;
 
@@ -45,13 +45,19 @@ class VU_EXPORT hashfunctor<unsigned long long> {
   unsigned int operator()(unsigned long long key, unsigned int ignored = 0) const;
 };
 
+/// The same of `std::uint64_t` where that is an `unsigned long`; wherever it is narrower, too, so
+/// that a value has one hash.
+template <>
+class VU_EXPORT hashfunctor<unsigned long> : public hashfunctor<unsigned long long> {};
+
 /// Bob Jenkins' lookup2 of `length` bytes, with an initial value of 0. A null key and a length of 0
 /// give 0. Published in "Hash functions", Dr. Dobb's Journal, September 1997.
 template <>
 class VU_EXPORT hashfunctor<unsigned char*> {
  public:
-  /// The hash of `length` bytes at `key`.
-  unsigned int operator()(const unsigned char* key, unsigned int length = 0) const;
+  /// The hash of `length` bytes at `key`. The length has no default: as a hasher of a container,
+  /// which gives none, the object would put all keys into one chain.
+  unsigned int operator()(const unsigned char* key, unsigned int length) const;
 
   /// The hash itself. Time in proportion to `length`.
   static unsigned int strhash(const unsigned char* key, unsigned int length);

@@ -55,7 +55,7 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_rwlock {
   virtual ~vu_rwlock() noexcept(false);
 
   /// Whether the guard holds its lock.
-  bool owns_lock() const { return _locked; }
+  [[nodiscard]] bool owns_lock() const { return _locked; }
   /// What the last acquisition returned: 0, an error number, or -1 when there was none.
   int result() const { return _result; }
 
@@ -85,15 +85,18 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
  public:
   /// Acquires the process's shared lock, `_rwlock`, within `timeout` milliseconds. Whether that
   /// succeeded is told by `owns_lock` and `result`.
-  explicit vu_readlock(int timeout = 0) VU_ANNOTATE(acquire_shared_capability(_rwlock));
+  [[nodiscard]] explicit vu_readlock(int timeout = 0)
+      VU_ANNOTATE(acquire_shared_capability(_rwlock));
   /// Acquires `lock`, which must outlive the guard; all else as above.
-  explicit vu_readlock(vu_rwlock_t& lock, int timeout = 0)
+  [[nodiscard]] explicit vu_readlock(vu_rwlock_t& lock, int timeout = 0)
       VU_ANNOTATE(acquire_shared_capability(lock));
   /// Acquires nothing yet, nor is a lock chosen: the first acquisition takes the shared one.
-  explicit vu_readlock(std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(_rwlock))
+  [[nodiscard]] explicit vu_readlock(std::defer_lock_t /*defer*/)
+      VU_ANNOTATE(locks_excluded(_rwlock))
       : vu_rwlock(nullptr) {}
   /// Chooses `lock` and acquires nothing yet.
-  vu_readlock(vu_rwlock_t& lock, std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(lock))
+  [[nodiscard]] vu_readlock(vu_rwlock_t& lock, std::defer_lock_t /*defer*/)
+      VU_ANNOTATE(locks_excluded(lock))
       : vu_rwlock(&lock) {}
   /// Releases what the guard holds. Throws vu_exception "Empty RW Lock" when no lock was chosen.
   // NOLINTNEXTLINE(bugprone-exception-escape): by design
@@ -113,14 +116,17 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
 class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_writelock : public vu_rwlock {
  public:
   /// Acquires the process's shared lock, `_rwlock`, within `timeout` milliseconds.
-  explicit vu_writelock(int timeout = 0) VU_ANNOTATE(acquire_capability(_rwlock));
+  [[nodiscard]] explicit vu_writelock(int timeout = 0) VU_ANNOTATE(acquire_capability(_rwlock));
   /// Acquires `lock`, which must outlive the guard.
-  explicit vu_writelock(vu_rwlock_t& lock, int timeout = 0) VU_ANNOTATE(acquire_capability(lock));
+  [[nodiscard]] explicit vu_writelock(vu_rwlock_t& lock, int timeout = 0)
+      VU_ANNOTATE(acquire_capability(lock));
   /// Acquires nothing yet, nor is a lock chosen: the first acquisition takes the shared one.
-  explicit vu_writelock(std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(_rwlock))
+  [[nodiscard]] explicit vu_writelock(std::defer_lock_t /*defer*/)
+      VU_ANNOTATE(locks_excluded(_rwlock))
       : vu_rwlock(nullptr) {}
   /// Chooses `lock` and acquires nothing yet.
-  vu_writelock(vu_rwlock_t& lock, std::defer_lock_t /*defer*/) VU_ANNOTATE(locks_excluded(lock))
+  [[nodiscard]] vu_writelock(vu_rwlock_t& lock, std::defer_lock_t /*defer*/)
+      VU_ANNOTATE(locks_excluded(lock))
       : vu_rwlock(&lock) {}
   /// Releases what the guard holds. Throws vu_exception "Empty RW Lock" when no lock was chosen.
   // NOLINTNEXTLINE(bugprone-exception-escape): by design
