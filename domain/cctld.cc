@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "domain/file_bytes.h"
 #include "domain/host.h"
 #include "domain/loaded_table.h"
 #include "domain/plain_host.h"
@@ -12,6 +13,7 @@
 #include "vu/domain.h"
 #include "vu/pattern.h"
 
+using vu::detail::FileBytes;
 using vu::detail::HostScan;
 using vu::detail::LabelsFromRight;
 using vu::detail::LoadedTable;
@@ -113,6 +115,12 @@ bool isUnlisted(const SuffixTree& tree, const PlainHost& plain, vu_match match) 
   return match == vu_match::shortest || !tree.mayHaveWildcard(plain.last);
 }
 
+/// Whether a host is labels joined by single dots, with one more at its end or without.
+bool isChain(std::string_view host) noexcept {
+  if (!host.empty() && host.back() == '.') host.remove_suffix(1);
+  return vu::detail::isHostName(host);
+}
+
 void setCut(const Cut& cut, vu_domain& result) noexcept {
   result.status = cut.status;
   if (cut.start == nullptr) return;
@@ -129,16 +137,25 @@ void setAddress(std::uint32_t number, vu_domain& result) noexcept {
 
 /// Throws what a refusal by `lookup` says; `text` is the URL from its host on.
 [[noreturn]] void refuse(vu_status status, const char* text) {
+  constexpr vu_failure kind = vu_failure::domain;
   switch (status) {
     case VU_COUNTRY_CODE_NOT_A_DOMAIN:
-      throw vu_exception(std::string("vu_cctld::lookup: Not a URL domain name ") + text);
+      throw vu_exception(kind, std::string("vu_cctld::lookup: Not a URL domain name ") + text);
     case VU_COUNTRY_CODE_TOO_SHORT:
-      throw vu_exception(std::string("Ill-formed domain name [") + text + "] - record too short 1");
+      throw vu_exception(kind,
+                         std::string("Ill-formed domain name [") + text + "] - record too short 1");
     case VU_COUNTRY_CODE_PURE_DOMAIN:
-      throw vu_exception(std::string("Ill-formed domain name [") + text + "] - Pure domain record");
+      throw vu_exception(kind,
+                         std::string("Ill-formed domain name [") + text + "] - Pure domain record");
     default:
-      throw vu_exception("Top Level Domain lookup error : Empty URL");
+      throw vu_exception(kind, "Top Level Domain lookup error : Empty URL");
   }
+}
+
+/// Throws why a file that could be read is not taken.
+[[noreturn]] void refuseFile(const char* path, const std::string& why) {
+  throw vu_exception(vu_failure::file,
+                     std::string("Top level domain definition file [") + path + "] " + why);
 }
 
 /// What both forms of `lookup` begin with. Only a host that does not end among the first bytes
@@ -178,12 +195,20 @@ int vu_cctld::initSet(const char* path) {
   auto empty = std::make_unique<SuffixTree>();
   tldSet_.clear();
   tree_.swap(empty);
-  return take(loadTable(path));
+  const FileBytes file = vu::detail::readFileBytes(path);
+  return take(loadTable(file.bytes, file.error == 0));
 }
 
-int vu_cctld::reload(const char* path) {
-  LoadedTable loaded = loadTable(path);
-  if (!loaded.error.empty()) throw vu_exception(loaded.error);
+int vu_cctld::reload(const char* path, int least) {
+  const FileBytes file = vu::detail::readFileBytes(path);
+  LoadedTable loaded = loadTable(file.bytes, file.error == 0);
+  if (!loaded.error.empty()) throw vu_exception(vu_failure::file, loaded.error);
+  if (file.changed) refuseFile(path, "changed while it was read");
+  if (least < 0) least = suffixCount() - suffixCount() / 2;
+  const auto count = static_cast<int>(loaded.suffixes.size());
+  if (count < least) {
+    refuseFile(path, "has " + val2str(count) + " suffixes, fewer than " + val2str(least));
+  }
   return take(std::move(loaded));
 }
 
@@ -192,7 +217,7 @@ int vu_cctld::take(vu::detail::LoadedTable loaded) {
   tldSet_.swap(loaded.suffixes);
   tree_.swap(loaded.tree);
   maxLabels_ = std::max(maxLabels_, loaded.maxLabels);
-  if (!loaded.error.empty()) throw vu_exception(loaded.error);
+  if (!loaded.error.empty()) throw vu_exception(vu_failure::file, loaded.error);
   return suffixCount();
 }
 
@@ -220,7 +245,8 @@ vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcep
 /// The general way: any host at all.
 void vu_cctld::classifyAny(std::string_view url, vu_match match, vu_domain& result) const noexcept {
   const std::string_view host = result.host = vu::detail::cutHost(url);
-  if (host.size() > std::numeric_limits<int>::max()) {
+  const bool mayBeAnything = match == vu_match::shortest || host.empty();
+  if (host.size() > std::numeric_limits<int>::max() || !(mayBeAnything || isChain(host))) {
     result.status = VU_COUNTRY_CODE_NOT_A_DOMAIN;
     return;
   }
@@ -259,7 +285,7 @@ int vu_cctld::lookup(const char* url, std::string& domain, unsigned int& ipAddre
     domain = found.domain;
     return 0;
   }
-  if (defaultDomain_.empty()) throw vu_exception("Internal lookup return NULL");
+  if (defaultDomain_.empty()) throw vu_exception(vu_failure::domain, "Internal lookup return NULL");
   std::string completed(found.host);
   completed += '.';
   completed += defaultDomain_;

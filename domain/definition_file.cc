@@ -1,16 +1,12 @@
 #include "domain/definition_file.h"
 
 #include <algorithm>
-#include <cerrno>
 
 #include "domain/text_key.h"
 #include "vu/foundation.h"
 
 namespace vu::detail {
 namespace {
-
-bool isDigit(int c) { return c >= 0 && vu::detail::isDigit(static_cast<char>(c)); }
-bool isSpace(int c) { return c >= 0 && vu::detail::isSpace(static_cast<char>(c)); }
 
 bool isBlankOrControl(char c) { return static_cast<unsigned char>(c) <= ' '; }
 
@@ -28,42 +24,22 @@ const char* findBlankOrControl(const char* at, const char* end) {
 
 }  // namespace
 
-DefinitionFile::DefinitionFile(const char* path) {
-  if (path == nullptr) {
-    errno = EFAULT;
-    return;
-  }
-  file_.reset(std::fopen(path, "r"));
-}
-
-/// The next byte, or -1 at the end of the file and after an error.
-int DefinitionFile::peek() {
-  if (at_ == size_) {
-    if (atEnd_ || error_ != 0) return -1;
-    at_ = 0;
-    size_ = std::fread(block_.data(), 1, block_.size(), file_.get());
-    if (size_ < block_.size() && std::ferror(file_.get()) != 0) error_ = errno;
-    if (size_ == 0) {
-      atEnd_ = error_ == 0;
-      return -1;
-    }
-  }
-  return static_cast<unsigned char>(block_[at_]);
-}
-
-void DefinitionFile::advance() {
-  if (block_[at_] == '\n') ++currentLine_;
-  ++at_;
+long long DefinitionFile::line() {
+  line_ += std::count(counted_, record_, '\n');
+  counted_ = record_;
+  return line_;
 }
 
 void DefinitionFile::skipSpace() {
-  while (isSpace(peek())) advance();
+  at_ = std::find_if_not(at_, end_, isSpace);
+  met_ = at_ == end_;
 }
 
 bool DefinitionFile::read() {
+  record_ = at_;
   if (readLine()) return true;
   skipSpace();
-  line_ = currentLine_;
+  record_ = at_;
   if (!readToken()) return false;
   skipSpace();
   if (!readLabels()) return false;
@@ -71,53 +47,40 @@ bool DefinitionFile::read() {
   return true;
 }
 
-/// Reads a record as they usually are, "token labels\n", when the block has it whole with the byte
-/// behind it; otherwise reads nothing.
+/// Reads a record as they usually are, "token labels\n" with another behind it; otherwise reads
+/// nothing.
 bool DefinitionFile::readLine() {
-  if (at_ == size_) return false;
-  const char* const begin = block_.data() + at_;
-  const char* const last = block_.data() + size_ - 1;
-  const char* const tokenEnd = findBlankOrControl(begin, last);
-  const std::string_view token(begin, static_cast<std::size_t>(tokenEnd - begin));
-  if (token.empty() || token.size() > copy_.size() || *tokenEnd != ' ') return false;
+  const char* const tokenEnd = findBlankOrControl(at_, end_);
+  const auto size = static_cast<std::size_t>(tokenEnd - at_);
+  if (size == 0 || size > kLongestToken || tokenEnd == end_ || *tokenEnd != ' ') return false;
   const char* const digits = tokenEnd + 1;
   const char* at = digits;
   int labels = 0;
-  for (; at < last && at - digits < 4 && isDigit(*at); ++at) labels = labels * 10 + (*at - '0');
-  if (at == digits || at >= last || *at != '\n' || isBlankOrControl(at[1])) return false;
-  token_ = token;
+  for (; at != end_ && at - digits < 4 && isDigit(*at); ++at) labels = labels * 10 + (*at - '0');
+  if (at == digits || end_ - at < 2 || *at != '\n' || isBlankOrControl(at[1])) return false;
+  token_ = {at_, size};
   labels_ = static_cast<std::int16_t>(labels);
-  line_ = currentLine_++;
-  at_ = static_cast<std::size_t>(at + 1 - block_.data());
+  at_ = at + 1;
   return true;
 }
 
 bool DefinitionFile::readToken() {
-  std::size_t length = 0;
-  while (peek() >= 0) {  // what of the token is in this block
-    const char* const begin = block_.data() + at_;
-    const char* const blockEnd = block_.data() + size_;
-    const char* const end = std::find_if(begin, blockEnd, vu::detail::isSpace);
-    const auto count = static_cast<std::size_t>(end - begin);
-    if (count > copy_.size() - length) return false;
-    std::copy(begin, end, copy_.begin() + length);
-    length += count;
-    at_ += count;
-    if (end != blockEnd) break;
-  }
-  token_ = std::string_view(copy_.data(), length);
+  const char* const tokenEnd = std::find_if(at_, end_, isSpace);
+  token_ = {at_, static_cast<std::size_t>(tokenEnd - at_)};
+  if (token_.empty() || token_.size() > kLongestToken) return false;
   token_ = token_.substr(0, token_.find('\0'));
-  return length > 0;
+  at_ = tokenEnd;
+  return true;
 }
 
 /// A decimal number: held within 32 bits as it is read, then cut to 16.
 bool DefinitionFile::readLabels() {
-  const bool negative = peek() == '-';
-  if (negative || peek() == '+') advance();
-  if (!isDigit(peek())) return false;
+  const bool negative = at_ != end_ && *at_ == '-';
+  if (at_ != end_ && (negative || *at_ == '+')) ++at_;
+  if (at_ == end_ || !isDigit(*at_)) return false;
   constexpr std::int64_t most = std::int64_t{1} << 31;
   std::int64_t value = 0;
-  for (; isDigit(peek()); advance()) value = std::min(value * 10 + (peek() - '0'), most);
+  for (; at_ != end_ && isDigit(*at_); ++at_) value = std::min(value * 10 + (*at_ - '0'), most);
   value = negative ? -value : std::min(value, most - 1);
   labels_ = static_cast<std::int16_t>(value & 0xFFFF);
   return true;

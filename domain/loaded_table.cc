@@ -5,9 +5,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <utility>
@@ -47,14 +45,8 @@ std::uint64_t beginningOf(std::string_view text) {
   return count > 0 ? number << 8 * (kCount - count) : 0;
 }
 
-Records readRecords(const char* path) {
-  DefinitionFile file(path);
-  if (!file.isOpen()) {
-    const int error = errno;
-    throw vu_exception(std::string("Top level domain definition file [") +
-                       (path != nullptr ? path : "NULL") +
-                       "] open error : " + std::strerror(error));
-  }
+Records readRecords(std::string_view bytes, bool whole) {
+  DefinitionFile file(bytes, whole);
   Records records;
   // For the usual list: what of this room is not used is never touched.
   records.texts.reserve(std::size_t{1} << 18);
@@ -113,8 +105,8 @@ void sort(Records& records) {
 
 }  // namespace
 
-LoadedTable loadTable(const char* path) {
-  Records records = readRecords(path);
+LoadedTable loadTable(std::string_view bytes, bool whole) {
+  Records records = readRecords(bytes, whole);
   LoadedTable loaded;
   loaded.tree->reserve(records.tokens.size());
   for (const Records::Token& token : records.tokens) loaded.tree->insert(records.text(token));

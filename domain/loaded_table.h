@@ -7,6 +7,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "domain/suffix_tree.h"
 
@@ -21,9 +22,9 @@ struct LoadedTable {
   std::string error;
 };
 
-/// Throws vu_exception when the file cannot be opened: "Top level domain definition file [" + path
-/// + "] open error : " + the system's text; and std::bad_alloc.
-LoadedTable loadTable(const char* path);
+/// Loads the file whose bytes these are; `whole` is false for one whose end could not be read.
+/// Throws std::bad_alloc only.
+LoadedTable loadTable(std::string_view bytes, bool whole);
 
 }  // namespace vu::detail
 

@@ -3,7 +3,9 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <atomic>
 #include <ctime>
+#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -43,6 +45,7 @@ TEST(Table, LoadsRecords) {
       {"a.b 3x 4\n", 2, 4, 0},
       {"a.b 3", 1, 3, 0},
       {longest + " 3\n", 1, 3, 0},
+      {longest + "a 3\nc.d 3\n", 0, 2, 1},
       {"", 0, 2, 1},
       {" \n", 0, 2, 1},
       {"# comment\n", 0, 2, 1},
@@ -93,10 +96,38 @@ TEST(Table, FailuresLeaveWhatIsPromised) {
     EXPECT_EQ(row.suffixesLeft == 1 ? 7 : 3, table.maxLabels());
   }
   vu_cctld table(wide.path());
+  EXPECT_EQ("Top level domain definition file [" + std::string(good.path()) +
+                "] has 1 suffixes, fewer than 2",
+            messageOf([&] { table.reload(good.path(), 2); }));
+  EXPECT_EQ("co.xy", table.classify("shop.co.xy").domain);
   EXPECT_EQ(1, table.reload(good.path()));
   EXPECT_EQ(9, table.maxLabels());  // never lowered
   EXPECT_EQ("shop.co.xy", table.classify("shop.co.xy").domain);
   EXPECT_EQ("shop.co.xy", table.classify("shop.ltd.shop.co.xy").domain);
+}
+
+/// A file is written in place, without end: it is taken whole between two records, or not at all.
+TEST(Table, RefusesFilesThatChangeWhileTheyAreRead) {
+  TemporaryFile file;
+  std::string content;
+  for (int i = 0; i < 20000; ++i) content += "s" + std::to_string(i) + ".xy 3\n";
+  file.rewrite(content);
+  vu_cctld table(file.path());
+  std::atomic<bool> done{false};
+  std::thread writer([&] {
+    std::ofstream out(file.path(), std::ios::app);
+    while (!done) out << "more.xy 3\n" << std::flush;
+  });
+  std::string message;
+  for (int i = 0; i < 1000 && message.empty(); ++i) {
+    message = messageOf([&] { table.reload(file.path()); });
+  }
+  done = true;
+  writer.join();
+  EXPECT_EQ("Top level domain definition file [" + std::string(file.path()) +
+                "] changed while it was read",
+            message);
+  EXPECT_LE(20000, table.suffixCount());
 }
 
 /// Many more labels than records.
@@ -269,8 +300,8 @@ TEST(Lookup, AllocatesNothing) {
   const long before = allocations;
   for (const char* url :
        {"http://www.shop.co.xy/", "10.0.0.1", "a.b.c.CK", "host", "x@y", "co.xy"}) {
-    table.classify(url);
-    table.classify(url, vu_match::publicSuffix);
+    static_cast<void>(table.classify(url));
+    static_cast<void>(table.classify(url, vu_match::publicSuffix));
   }
   int length = 0;
   int reserved = 0;
@@ -293,7 +324,7 @@ TEST(Lookup, HostileHostsTakeTimeInProportion) {
                                   std::string(1000000, '-'), std::string(1000000, 'a')}) {
     for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
       const std::clock_t begin = std::clock();
-      for (int i = 0; i < 10; ++i) table.classify(host, match);
+      for (int i = 0; i < 10; ++i) static_cast<void>(table.classify(host, match));
       const std::clock_t took = std::clock() - begin;
       EXPECT_LT(took, 2 * CLOCKS_PER_SEC) << host.substr(0, 10);  // a quadratic way takes minutes
     }
@@ -304,7 +335,7 @@ TEST(PublicSuffix, FollowsTheRules) {
   const TemporaryFile file(
       "com 2\nuk 2\nco.uk 3\nck 2\n*.ck 3\n!www.ck 2\nJp 2\nkobe.jp 3\n*.KOBE.jp 4\n!city.kobe.jp "
       "3\n"
-      "*.deep.x 4\nb.a.deep.x 5\n!one 1\n");
+      "x.CITY.uk 4\ny.CITY.uk 4\n*.deep.x 4\nb.a.deep.x 5\n!one 1\n");
   const vu_cctld table(file.path());
   const struct {
     const char* host;
@@ -331,9 +362,19 @@ TEST(PublicSuffix, FollowsTheRules) {
       {"b.a.deep.x", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
       {"c.b.a.deep.x", VU_SUCCESS, "c.b.a.deep.x"},
       {"c.b.z.deep.x", VU_SUCCESS, "b.z.deep.x"},
+      {"a.b.y.city.uk", VU_SUCCESS, "b.y.city.uk"},
+      {"a.y.CITY.uk", VU_SUCCESS, "a.y.CITY.uk"},
       {"one", VU_COUNTRY_CODE_TOO_SHORT, ""},
       {"1.2.3.4", VU_SUCCESS, "1.2.3.4"},
       {"a@b.com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {"\xc3\xa9oogle.com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {"http://%70aypal.com/", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {"http://[::1]/", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {"a..com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {"a.com..", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {".a.com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {".", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {"http:///", VU_SUCCESS, ""},
   };
   for (const auto& row : rows) {
     const vu_domain found = table.classify(row.host, vu_match::publicSuffix);

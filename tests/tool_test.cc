@@ -23,7 +23,7 @@ TEST(Tool, AnswersEveryCommandLine) {
   const TemporaryFile broken("co.xy 3\nnet.xy\n");
   const TemporaryFile list(
       "// ===BEGIN ICANN DOMAINS===\nxy\n*.ck\n!www.ck\nb\xc3\xbc.xy\n"
-      "// ===END ICANN DOMAINS===\n// ===BEGIN PRIVATE DOMAINS===\n"
+      "// ===END ICANN DOMAINS===\nbetween.xy\n// ===BEGIN PRIVATE DOMAINS===\n"
       "blog.xy comment\na.blog.xy\n// ===END PRIVATE DOMAINS===\n");
   const TemporaryFile certified(
       "openssl_conf = a\n[a]\nalg_section = b\n[b]\ndefault_properties = fips=yes\n");
@@ -159,6 +159,7 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu suffixes build -", "xy\na b\n#!/bin/sh\n", 1, "", "standard input:3: not a suffix rule"},
       {"vu suffixes build - -o /nowhere/x", "xy\n", 1, "", "cannot write /nowhere/x"},
       {"vu suffixes build - -o /dev/full", "xy\n", 1, "", "cannot write /dev/full: No space left"},
+      {"vu suffixes check -", "\xef\xbb\xbf co.xy 3\n", 1, "", "begins with a byte-order mark"},
       {"vu suffixes check " + std::string(broken.path()), "", 1, "",
        std::string(broken.path()) + ":2: bad record after 1 good"},
       {"vu suffixes check -", "co.xy 4\nco.xy 3\nxy 2\nltd.co.xy 3\n*.ck 3\n?? 2\na.b.c.d.e 3\n", 0,

@@ -259,9 +259,10 @@ void addClassify(CLI::App& app, int& exitStatus) {
       ->check([](const std::string& domain) {
         return vu::detail::isHostName(domain) ? "" : "not a domain name: " + domain;
       });
-  addChoice(*command, "-m,--match", options->rows.match, kMatches,
-            "shortest: the shortest listed suffix of two labels\nor more (default). public-suffix: "
-            "the rules of the\nPublic Suffix List");
+  addChoice(
+      *command, "-m,--match", options->rows.match, kMatches,
+      "shortest: the service's own rule, by the shortest\nlisted suffix of two labels or more "
+      "(default).\npublic-suffix: the rules of the Public Suffix List");
   addChoice(*command, "--format", options->rows.format, kFormats,
             "Columns: status, text, domain, address, URL\n(default: table)");
   command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");

@@ -16,7 +16,6 @@
 namespace vu::tool {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kLongestToken = 1023;  // of a definition file
 constexpr char kSystemList[] = "/usr/share/publicsuffix/public_suffix_list.dat";
 

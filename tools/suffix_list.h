@@ -13,6 +13,8 @@
 
 namespace vu::tool {
 
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 enum class Section { icann, privateDomains, all };
 
 /// A rule as a definition file has it.

@@ -1,8 +1,6 @@
 // vu suffixes: make definition files from a Public Suffix List, and look into them.
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -102,15 +100,17 @@ struct Contents {
 };
 
 Contents readContents(const std::string& path) {
-  checkReadable(path);
-  vu::detail::DefinitionFile file(path == "-" ? "/dev/stdin" : path.c_str());
-  if (!file.isOpen()) throw Refusal("cannot open " + path + ": " + std::strerror(errno));
+  const std::string bytes = readFile(path);
+  if (bytes.rfind(kByteOrderMark, 0) == 0) {
+    throw Refusal(
+        displayName(path) +
+        " begins with a byte-order mark, which would belong to its first suffix; write it "
+        "without one");
+  }
+  vu::detail::DefinitionFile file(bytes);
   Contents contents;
   while (!file.atEnd()) {
     if (!file.read()) {
-      if (file.error() != 0) {
-        throw Refusal("cannot read " + displayName(path) + ": " + std::strerror(file.error()));
-      }
       throw Refusal(
           displayName(path) + ":" + std::to_string(file.line()) + ": bad record after " +
           grouped(contents.records) +

@@ -31,7 +31,8 @@ int main() {
 
   // vu suffixes build list.dat -o suffixes.txt
   std::ofstream("suffixes.txt") << "uk 2\nco.uk 3\n*.ck 3\n!www.ck 2\n";
-  const vu_cctld table("suffixes.txt");
+  vu_cctld table(nullptr);
+  table.initSet("suffixes.txt");
 
   int differences = 0;
   std::cout << std::left << std::boolalpha;

@@ -9,7 +9,7 @@
 
 std::string domainOf(const vu_cctld& table, const char* url, vu_match rule) {
   const vu_domain found = table.classify(url, rule);
-  if (found.status != VU_SUCCESS) return findStringByValue(found.status, statusTable, 10001);
+  if (found.status != VU_SUCCESS) return statusText(found.status);
   return std::string(found.domain);
 }
 

@@ -11,37 +11,8 @@
 #include <iostream>
 #include <memory>
 #include <thread>
-#include <vector>
 
 #include <vu/domain.h>
-#include <vu/locks.h>
-
-class SharedTable {
- public:
-  explicit SharedTable(const char* path) : path_(path), table_(std::make_shared<vu_cctld>(path)) {}
-
-  /// The table of the moment. It lives as long as somebody uses it.
-  std::shared_ptr<const vu_cctld> get() const {
-    const vu_readlock reading(lock_);
-    return table_;
-  }
-
-  /// Reads the file again. One that cannot be read leaves the table as it is, and throws.
-  void reload() {
-    auto built = std::make_shared<vu_cctld>(nullptr);
-    built->reload(path_);
-    std::shared_ptr<const vu_cctld> fresh = std::move(built);
-    const vu_writelock writing(lock_);
-    table_.swap(fresh);
-    // The lock is released before `fresh`, by now the old table, is destroyed: it was declared
-    // first.
-  }
-
- private:
-  const char* path_;
-  mutable vu_rwlock_t lock_ = PTHREAD_RWLOCK_INITIALIZER;
-  std::shared_ptr<const vu_cctld> table_ VU_GUARDED_BY(lock_);
-};
 
 int main(int argc, char** argv) {
   using Clock = std::chrono::steady_clock;
@@ -50,7 +21,7 @@ int main(int argc, char** argv) {
   const char* const url = argc > 2 ? argv[2] : "http://www.shop.co.uk/index.html";
   if (argc == 1) std::ofstream(path) << "co.uk 3\n";
 
-  SharedTable shared(path);
+  vu_shared_cctld shared(path);
   std::atomic<bool> done{false};
   std::atomic<long> requests{0};
   std::atomic<long> wrong{0};
@@ -60,7 +31,8 @@ int main(int argc, char** argv) {
     std::int64_t longestOfMine = 0;
     while (!done) {
       const Clock::time_point start = Clock::now();
-      if (shared.get()->classify(url).status != VU_SUCCESS) ++wrong;
+      const std::shared_ptr<const vu_cctld> table = shared.get();  // once a request
+      if (table->classify(url).status != VU_SUCCESS) ++wrong;
       const std::chrono::nanoseconds took = Clock::now() - start;
       longestOfMine = std::max<std::int64_t>(longestOfMine, took.count());
       ++mine;
@@ -71,7 +43,7 @@ int main(int argc, char** argv) {
     }
   };
   std::thread server(serve);
-  for (int i = 0; i < kReloads; ++i) shared.reload();
+  for (int i = 0; i < kReloads; ++i) shared.reload(path);
   done = true;
   server.join();
 

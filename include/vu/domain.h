@@ -1,12 +1,16 @@
 // Classifying URLs by their registered domain.
 //
-//   vu_cctld table("suffixes.txt", nullptr);   // "co.uk 3" and the like, one a line
+//   vu_cctld table(nullptr);
+//   table.initSet("suffixes.txt");             // "co.uk 3" and the like, one a line; throws
 //   vu_domain found = table.classify("http://www.shop.co.uk:8080/index.html");
 //   if (found.status == VU_SUCCESS) {
 //     std::cout << found.domain << '\n';       // "shop.co.uk", a view into the URL
 //   } else {
-//     std::cout << findStringByValue(found.status, statusTable, 10001) << '\n';
+//     std::cout << statusText(found.status) << '\n';
 //   }
+//
+// That is the service's own rule; `classify(url, vu_match::publicSuffix)` follows the rules of the
+// Public Suffix List.
 //
 // The host stands after a scheme ("://" within the first 17 bytes) and before the first "/" or ":".
 // Its labels are runs of letters, digits, "-" and "_" that begin with a letter or digit; each is
@@ -15,7 +19,8 @@
 //
 // Threads:  `classify`, `lookup` and the accessors may run in any number of threads at once on one
 //           table, while nobody runs `initSet` or `reload` on it.
-// Errors:   `classify` has none, its status tells; the others throw vu_exception.
+// Errors:   `classify` has none, its status tells; the others throw vu_exception, of kind `file`
+//           when they load and `domain` when they look up.
 // Lifetime: results are views into the caller's URL. A table is not copied.
 // Cost:     look-ups take time in proportion to the URL, whatever numbers the table holds; memory
 //           of a table is in proportion to its file. `classify`, and the first `lookup` unless it
@@ -51,7 +56,9 @@ enum class vu_match {
   shortest,
   /// The rules of the Public Suffix List: the longest rule wins, "*.x" stands for any one label in
   /// front of x (and does not by itself make x a suffix), "!a.x" is an exception, a top level that
-  /// is not listed is a suffix of one label, letter case is ignored.
+  /// is not listed is a suffix of one label, letter case is ignored. A host that is not labels
+  /// joined by single dots, one at its end allowed, is refused with 202; the other rule looks for
+  /// labels in it.
   publicSuffix
 };
 
@@ -59,7 +66,7 @@ enum class vu_match {
 struct vu_domain {
   /// VU_SUCCESS, or why there is no domain: VU_COUNTRY_CODE_EMPTY_URL (201) for a view without
   /// data, _NOT_A_DOMAIN (202) for a label followed by anything but a dot (and for a host of more
-  /// than 2^31 - 1 bytes), _TOO_SHORT (203) for a single label, _PURE_DOMAIN (204) for a host that
+  /// than 2^31 - 1 bytes; by the `publicSuffix` rule for all but joined labels), _TOO_SHORT (203) for a single label, _PURE_DOMAIN (204) for a host that
   /// is a suffix itself.
   vu_status status;
   /// `name`, `ipv4` for a host of at least one label whose labels are all numbers below 255, or
@@ -72,8 +79,8 @@ struct vu_domain {
   /// is a single label that the caller completes: host + "." + defaultDomain().
   std::string_view domain;
   /// Of an address, in network order: an IPv4 address in the first four bytes, the last four of its
-  /// numbers, or fewer behind zeros. After 202: the same of the numbers that the host begins with.
-  /// Otherwise zeros.
+  /// numbers, or fewer behind zeros. After 202 by the `shortest` rule: the same of the numbers that
+  /// the host begins with. Otherwise zeros.
   std::array<std::uint8_t, 16> address;
 
   /// Whether the host is an address.
@@ -114,11 +121,18 @@ class VU_EXPORT vu_cctld {
   /// and std::bad_alloc, with the table empty or as it was.
   int initSet(const char* path);
 
-  /// The same, all or nothing: whatever it throws, the table is as it was.
-  int reload(const char* path);
+  /// The same, all or nothing: whatever it throws, the table is as it was. A file that is being
+  /// written is no file to take: write it aside and rename it. `least` is the fewest suffixes to
+  /// accept; negative: half of what the table has.
+  ///
+  /// Throws as above, and vu_exception "Top level domain definition file [" + path + "] ...":
+  ///   "changed while it was read"                            when its size or time is another;
+  ///   "has " + N + " suffixes, fewer than " + least.
+  int reload(const char* path, int least = -1);
 
   /// Classifies `url`. A NUL in it is a byte like any other.
-  vu_domain classify(std::string_view url, vu_match match = vu_match::shortest) const noexcept;
+  [[nodiscard]] vu_domain classify(std::string_view url,
+                                   vu_match match = vu_match::shortest) const noexcept;
 
   /// Classifies `count` URLs in one call, each as above, and writes as many records. URL number i
   /// is what stands in `bytes` from offsets[i] to offsets[i + 1], as the columns of Arrow have it:
@@ -176,6 +190,36 @@ class VU_EXPORT vu_cctld {
   std::unique_ptr<vu_pcre> labelRegex_;
   // The suffixes of tldSet_ once more, arranged for look-ups.
   std::unique_ptr<vu::detail::SuffixTree> tree_;
+};
+
+/// A table that is renewed while it is read.
+///
+///   vu_shared_cctld shared("suffixes.txt");
+///   shared.get()->classify(url);       // in any thread
+///   shared.reload("suffixes.txt");     // now and then
+///
+/// Threads: everything in any number of threads at once. `get` takes a lock for as long as a pointer
+/// is copied, so take the table once a request, not once a URL.
+class VU_EXPORT vu_shared_cctld {
+ public:
+  /// Loads the definition file at `path`; throws as vu_cctld::reload does, for whatever it cannot
+  /// read. `defaultDomain` is as for vu_cctld.
+  explicit vu_shared_cctld(const char* path, const char* defaultDomain = nullptr);
+  vu_shared_cctld(const vu_shared_cctld&) = delete;
+  vu_shared_cctld& operator=(const vu_shared_cctld&) = delete;
+  ~vu_shared_cctld();
+
+  /// The table of the moment. It lives, and stays as it is, as long as somebody holds it.
+  [[nodiscard]] std::shared_ptr<const vu_cctld> get() const;
+
+  /// Makes a table of the file at `path` and puts it in place of the one that `get` gives; as
+  /// vu_cctld::reload, but `maxLabels` is the new file's own. Whatever it throws, `get` gives the
+  /// table that it gave before.
+  int reload(const char* path, int least = -1);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
 };
 
 #endif  // VU_DOMAIN_H_

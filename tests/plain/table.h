@@ -33,6 +33,7 @@ struct PlainTable {
   int maxLabels = 2;
   std::string defaultDomain;
   mutable vu_pcre label{"([a-z0-9][-_a-z0-9]*)", 2, 1};
+  mutable vu_pcre chain{R"(\A[a-z0-9][-_a-z0-9]*+(?:\.[a-z0-9][-_a-z0-9]*+)*+\.?\z)", 1, 1};
 
   /// The result of loading: the number of suffixes, or the message.
   std::string load(const char* path) {
@@ -53,6 +54,10 @@ struct PlainTable {
     }
     std::fclose(file);
     return result.empty() ? val2str(suffixes.size()) : result;
+  }
+
+  bool isChain(std::string_view host) const {
+    return chain.execute(host.data(), static_cast<int>(host.size()), 0, 0) == 1;
   }
 
   using Labels = std::vector<std::string_view>;
@@ -94,6 +99,10 @@ struct PlainTable {
     std::string_view host = scheme <= 14 ? url.substr(scheme + 3) : url;
     host = host.substr(0, host.find_first_of("/:"));
     vu_domain found{VU_SUCCESS, vu_host_kind::none, host, {}, {}};
+    if (match == vu_match::publicSuffix && !host.empty() && !isChain(host)) {
+      found.status = VU_COUNTRY_CODE_NOT_A_DOMAIN;
+      return found;
+    }
     Labels labels;
     bool numeric = true;
     for (int at = 0; label.execute(host.data(), static_cast<int>(host.size()), at, 0) >= 1;) {

@@ -1,0 +1,74 @@
+#include "domain/file_bytes.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "vu/foundation.h"
+
+namespace vu::detail {
+namespace {
+
+[[noreturn]] void refuse(const char* path, int error) {
+  throw vu_exception(vu_failure::file, std::string("Top level domain definition file [") + path +
+                                           "] open error : " + std::strerror(error));
+}
+
+class Descriptor {
+ public:
+  explicit Descriptor(const char* path) : number_(open(path, O_RDONLY | O_CLOEXEC)) {
+    if (number_ < 0) refuse(path, errno);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() { close(number_); }
+  int number() const { return number_; }
+
+ private:
+  int number_;
+};
+
+/// Reads to the end of the file; 0, or what went wrong.
+int readAll(int file, std::size_t expected, std::string& bytes) {
+  constexpr std::size_t kLeast = 4096;
+  std::size_t filled = 0;
+  bytes.resize(std::max(expected + 1, kLeast));  // the byte more meets the end at once
+  ssize_t count = 0;
+  do {
+    if (filled == bytes.size()) bytes.resize(2 * bytes.size());
+    count = read(file, &bytes[filled], bytes.size() - filled);
+    if (count > 0) filled += static_cast<std::size_t>(count);
+  } while (count > 0 || (count < 0 && errno == EINTR));
+  bytes.resize(filled);
+  return count < 0 ? errno : 0;
+}
+
+bool isSameMoment(const timespec& a, const timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+}  // namespace
+
+FileBytes readFileBytes(const char* path) {
+  if (path == nullptr) refuse("NULL", EFAULT);
+  const Descriptor file(path);
+  struct stat before {};
+  struct stat after {};
+  FileBytes all;
+  const bool isFile = fstat(file.number(), &before) == 0 && S_ISREG(before.st_mode);
+  all.error =
+      readAll(file.number(), isFile ? static_cast<std::size_t>(before.st_size) : 0, all.bytes);
+  // Files in memory of the kernel's own making have no size before they are read.
+  all.changed = isFile && before.st_size != 0 && fstat(file.number(), &after) == 0 &&
+                (before.st_size != after.st_size ||
+                 static_cast<std::size_t>(after.st_size) != all.bytes.size() ||
+                 !isSameMoment(before.st_mtim, after.st_mtim) ||
+                 !isSameMoment(before.st_ctim, after.st_ctim));
+  return all;
+}
+
+}  // namespace vu::detail
