@@ -1,0 +1,310 @@
+// Hosts as browsers see them: rows, ICU's own calls and Node's URL as second opinions.
+
+#include "vu/url.h"
+
+#include <strings.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <map>
+
+#include <gtest/gtest.h>
+#include <unicode/uidna.h>
+
+#include "tests/allocations.h"
+#include "tests/support.h"
+#include "tests/url_inputs.h"
+#include "url/idna.h"
+#include "vu/url_c.h"
+
+namespace {
+
+using vu::test::UrlInventor;
+
+std::string shown(const vu_host& host) {
+  if (host.refused != vu_host_refusal::none) return refusalName(host.refused);
+  static constexpr const char* kKinds[] = {"none", "name", "ipv4", "ipv6", "opaque"};
+  std::string text = kKinds[static_cast<int>(host.kind)];
+  if (!host.text.empty()) text += ' ' + std::string(host.text);
+  return host.port < 0 ? text : text + ' ' + std::to_string(host.port);
+}
+
+std::string hostOf(std::string_view url, vu_url_text how = vu_url_text::url) {
+  const vu::test::ExactCopy copy(url);
+  std::vector<char> buffer(browserHostBound(url.size()));
+  return shown(browserHost(copy.view(), buffer.data(), buffer.size(), how));
+}
+
+struct Row {
+  const char* url;
+  const char* host;
+};
+
+TEST(Url, HostsAsBrowsersSeeThem) {
+  const Row rows[] = {
+      {"http://google.com:80@evil.example/", "name evil.example"},
+      {" \x01HT\ntP:\\/\\Ex\tample.COM.\\x", "name example.com."},
+      {"https://a@b@%65vil.com:0443?x", "name evil.com"},
+      {"wss://h#@x", "name h"},
+      {"ftp://h:2121", "name h 2121"},
+      {"http://0x7f.1", "ipv4 127.0.0.1"},
+      {"http://017700000001.", "ipv4 127.0.0.1"},
+      {"http://2130706433", "ipv4 127.0.0.1"},
+      {"http://1.2.0xffff", "ipv4 1.2.255.255"},
+      {"http://a.1..", "name a.1.."},
+      {"http://1.2.3.08", "IPv4-non-numeric-part"},
+      {"http://256.1.2.3", "IPv4-out-of-range-part"},
+      {"http://1.2.3.4.5", "IPv4-too-many-parts"},
+      {"http://4294967296", "IPv4-out-of-range-part"},
+      {"http://[1:0:0:2:0:0:0:3]:8080", "ipv6 [1:0:0:2::3] 8080"},
+      {"http://[::FFFF:1.2.3.4]", "ipv6 [::ffff:102:304]"},
+      {"http://[1:0:2:3:4:5:6:7]", "ipv6 [1:0:2:3:4:5:6:7]"},
+      {"foo://[::1]:80", "ipv6 [::1] 80"},
+      {"http://[::1", "IPv6-unclosed"},
+      {"http://[:1]", "IPv6-invalid-compression"},
+      {"http://[::1::]", "IPv6-multiple-compression"},
+      {"http://[1:2:3:4:5:6:7:8:9]", "IPv6-too-many-pieces"},
+      {"http://[1:2]", "IPv6-too-few-pieces"},
+      {"http://[::1%25eth0]", "IPv6-invalid-code-point"},
+      {"http://[1:2:3:4:5:6:7:1.2.3.4]", "IPv4-in-IPv6-too-many-pieces"},
+      {"http://[::1.2.3.04]", "IPv4-in-IPv6-invalid-code-point"},
+      {"http://[::1.2.3.256]", "IPv4-in-IPv6-out-of-range-part"},
+      {"http://[::1.2.3]", "IPv4-in-IPv6-too-few-parts"},
+      {"file://LOCALHOST/x", "none"},
+      {"file:\\\\server\\share", "name server"},
+      {"file://C|/x", "none"},
+      {"mailto:a@b", "none"},
+      {"foo:///x", "none"},
+      {"foo://User@A%zz\x01\xFF~:8/", "opaque A%zz%01%EF%BF%BD~ 8"},
+      {"foo://a b", "host-invalid-code-point"},
+      {"foo://u@/", "host-missing"},
+      {"http:///", "host-missing"},
+      {"http://:80", "host-missing"},
+      {"//h", "missing-scheme-non-relative-URL"},
+      {"http://h:8x", "port-invalid"},
+      {"http://h:65536/", "port-out-of-range"},
+      {"http://a b", "domain-invalid-code-point"},
+      {"http://a%00", "domain-invalid-code-point"},
+      // ASCII is taken as it is, whatever its ACE labels say; what is beyond is not.
+      {"http://xn--A.1.xn--mgbb", "name xn--a.1.xn--mgbb"},
+      {"http://xn--a.\xC3\xA9", "domain-to-ASCII"},
+      {"http://1.\xD7\x90", "domain-to-ASCII"},
+      {"http://B\xC3\xBC"
+       "cher\xE3\x80\x82xn--E-\xC2\xADGA",
+       "domain-to-ASCII"},
+      {"http://B\xC3\xBC"
+       "cher.%C3%9f",
+       "name xn--bcher-kva.xn--zca"},
+      {"http://\xEF\xBC\x90X7\xEF\xBD\x86.1", "ipv4 127.0.0.1"},
+      {"http://\xC2\xAD", "domain-to-ASCII"},
+      {"http://\xC3\t\xA9", "domain-to-ASCII"},
+      {"http://\xC3%A9", "domain-to-ASCII"},
+  };
+  for (const Row& row : rows) EXPECT_EQ(row.host, hostOf(row.url)) << row.url;
+}
+
+TEST(Url, TextsAsTyped) {
+  const Row rows[] = {
+      {"www.example.com/x", "name www.example.com"},
+      {"//host/x", "name host"},
+      {"user@host", "name host"},
+      {"localhost:8080?x", "name localhost 8080"},
+      {"\tlocal\nhost:80", "name localhost"},
+      {"localhost:8080\\x", "none"},
+      {"user:80@host", "none"},
+      {"http:80", "ipv4 0.0.0.80"},
+      {"https:h", "name h"},
+      {"mailto:a@b", "none"},
+      {"javascript:alert(1)", "none"},
+      {"git://Host:80", "opaque Host 80"},
+      {"my_host:81", "name my_host 81"},
+      {"1.2.3.4:80", "ipv4 1.2.3.4"},
+      {"[::1]:81", "ipv6 [::1] 81"},
+      {"", "host-missing"},
+      {"a b", "domain-invalid-code-point"},
+  };
+  for (const Row& row : rows) EXPECT_EQ(row.host, hostOf(row.url, vu_url_text::typed)) << row.url;
+}
+
+TEST(Url, PlacesRoomAndAllocations) {
+  char buffer[9];
+  const std::string_view plain = "https://www.example.com:8443/x";
+  const std::string_view capital = "https://u@\tEXAMPLE.\nCOM/";
+  const long before = vu::test::allocations;
+  const vu_host here = browserHost(plain, buffer);
+  EXPECT_EQ(vu_host_refusal::noRoom, browserHost(capital, buffer).refused);
+  EXPECT_EQ(capital.substr(11, 12), browserHost(capital, buffer).source);
+  EXPECT_EQ(buffer, browserHost("http://EXAMPLE.x", buffer).text.data());
+  EXPECT_EQ("[::1]", browserHost("http://[::1]/", nullptr, 0).text);
+  EXPECT_EQ(before, vu::test::allocations);
+  EXPECT_EQ(plain.data() + 8, here.text.data());
+
+  vu::test::allocationsLeft = 0;
+  const vu_host starved = browserHost("http://\xC3\xA9/", buffer);
+  vu::test::allocationsLeft = -1;
+  EXPECT_EQ(vu_host_refusal::noMemory, starved.refused);
+}
+
+TEST(Url, ForC) {
+  vu_host_record record{};
+  char buffer[64];
+  const std::string url = "http://u@EXAMPLE.com:81/";
+  const auto call = [&](const char* text, std::size_t size, int form, std::size_t recordSize) {
+    return vu_browser_host(text, size, form, buffer, sizeof buffer, &record, recordSize);
+  };
+  ASSERT_EQ(0, call(url.data(), url.size(), VU_TEXT_URL, sizeof record));
+  EXPECT_EQ(1, record.kind + record.refused);
+  EXPECT_EQ(81, record.port);
+  EXPECT_EQ("EXAMPLE.com", url.substr(record.source_start, record.source_length));
+  ASSERT_EQ(1, record.text_in_buffer);
+  EXPECT_EQ("example.com", std::string(buffer + record.text_start, record.text_length));
+  ASSERT_EQ(0, call("x.y", 3, VU_TEXT_TYPED, sizeof record));
+  EXPECT_EQ(0, record.text_in_buffer + static_cast<int>(record.text_start));
+  ASSERT_EQ(0, call(nullptr, 0, VU_TEXT_URL, sizeof record));
+  EXPECT_STREQ("missing-scheme-non-relative-URL", vu_refusal_name(record.refused));
+  ASSERT_EQ(0, call("x", std::size_t{1} << 32, VU_TEXT_URL, sizeof record));
+  EXPECT_STREQ("too-long", vu_refusal_name(record.refused));
+  EXPECT_EQ(1, call(nullptr, 1, VU_TEXT_URL, sizeof record));
+  EXPECT_EQ(1, call("x", 1, 2, sizeof record));
+  EXPECT_EQ(1, call("x", 1, VU_TEXT_URL, sizeof record - 1));
+  EXPECT_STREQ("unknown", vu_refusal_name(256));
+}
+
+/// A name through ICU's own call, with what the URL Standard has it overlook; "!" for a refusal.
+std::string byIcu(const std::string& name) {
+  UErrorCode error = U_ZERO_ERROR;
+  static UIDNA* const idna =
+      uidna_openUTS46(UIDNA_CHECK_BIDI | UIDNA_CHECK_CONTEXTJ | UIDNA_NONTRANSITIONAL_TO_ASCII |
+                          UIDNA_NONTRANSITIONAL_TO_UNICODE,
+                      &error);
+  UIDNAInfo info = UIDNA_INFO_INITIALIZER;
+  char ascii[4096];
+  const int size = uidna_nameToASCII_UTF8(idna, name.data(), static_cast<int>(name.size()), ascii,
+                                          sizeof ascii, &info, &error);
+  constexpr unsigned kOverlooked = UIDNA_ERROR_EMPTY_LABEL | UIDNA_ERROR_LABEL_TOO_LONG |
+                                   UIDNA_ERROR_DOMAIN_NAME_TOO_LONG | UIDNA_ERROR_LEADING_HYPHEN |
+                                   UIDNA_ERROR_TRAILING_HYPHEN | UIDNA_ERROR_HYPHEN_3_4;
+  if (U_FAILURE(error) || (info.errors & ~kOverlooked) != 0) return "!";
+  return {ascii, static_cast<std::size_t>(size)};
+}
+
+/// Whether some label is an ACE prefix with nothing, or with nothing but ASCII behind it; older
+/// releases of ICU let those pass.
+bool hasIdleAceLabel(const std::string& ascii) {
+  std::istringstream labels(ascii);
+  for (std::string label; std::getline(labels, label, '.');) {
+    if (label.substr(0, 4) == "xn--" && label.back() == '-') return true;
+  }
+  return false;
+}
+
+TEST(Url, NamesBeyondAsciiAsIcuHasThem) {
+  UrlInventor inventor(1);
+  for (int i = 0; i < 50000; ++i) {
+    const std::string name = inventor.wideName();
+    std::string ascii;
+    if (!vu::detail::nameToAscii(name, ascii)) ascii = "!";
+    const std::string icu = byIcu(name);
+    ASSERT_EQ(hasIdleAceLabel(icu) ? "!" : icu, ascii) << name;
+  }
+}
+
+/// What Node's URL makes of the inputs, a line each; empty without Node.
+std::vector<std::string> byNode(const std::vector<std::string>& urls) {
+  const vu::test::TemporaryFile questions;
+  const vu::test::TemporaryFile answers;
+  std::ofstream file(questions.path());
+  for (const std::string& url : urls) {
+    for (const char c : url) {
+      file << "0123456789abcdef"[static_cast<unsigned char>(c) >> 4] << "0123456789abcdef"[c & 15];
+    }
+    file << '\n';
+  }
+  file.close();
+  const std::string command =
+      std::string("node " VU_URL_ORACLE " <") + questions.path() + " >" + answers.path();
+  std::vector<std::string> lines;
+  if (std::system("node --version >/dev/null 2>&1") != 0) return lines;
+  EXPECT_EQ(0, std::system(command.c_str()));
+  std::istringstream text(vu::test::contentOf(answers.path()));
+  for (std::string line; std::getline(text, line);) lines.push_back(line);
+  return lines;
+}
+
+/// What a difference to Node may come from: bytes beyond ASCII in the host, and ACE labels.
+std::string kindOf(std::string_view source) {
+  std::string host;
+  for (const char c : source) {
+    if (c != '\t' && c != '\n' && c != '\r') host += c;
+  }
+  std::string kind = "ASCII";
+  for (std::size_t i = 0; i < host.size(); ++i) {
+    const bool high = host[i] == '%' && i + 2 < host.size() && host[i + 1] >= '8';
+    if (high || static_cast<unsigned char>(host[i]) >= 0x80) kind = "beyond ASCII";
+  }
+  for (std::size_t i = 0; i + 4 <= host.size(); ++i) {
+    if (strncasecmp(&host[i], "xn--", 4) == 0) return kind + ", with xn--";
+  }
+  return kind;
+}
+
+// VU_TEST_URLS is the number of inputs: a million takes a minute.
+TEST(Url, AgreesWithNode) {
+  const char* const wanted = std::getenv("VU_TEST_URLS");
+  UrlInventor inventor(2);
+  std::vector<std::string> urls(wanted != nullptr ? std::stoul(wanted) : 40000);
+  for (std::string& url : urls) url = inventor.next();
+  const std::vector<std::string> answers = byNode(urls);
+  if (answers.empty()) GTEST_SKIP() << "Node is not there: hosts are not compared with its URL";
+  ASSERT_EQ(urls.size(), answers.size());
+
+  std::map<std::string, int> differences;
+  std::size_t otherUnicode = 0;
+  for (std::size_t i = 0; i < urls.size(); ++i) {
+    std::vector<char> buffer(browserHostBound(urls[i].size()));
+    const vu_host host = browserHost(urls[i], buffer.data(), buffer.size());
+    std::string ours = "!";
+    if (host.refused == vu_host_refusal::none) {
+      ours = std::string(host.text) + ' ' + (host.port < 0 ? "" : std::to_string(host.port));
+    }
+    if (ours == answers[i]) continue;
+    const std::string kind = kindOf(host.source) + (ours == "!"         ? ": refused by us alone"
+                                                    : answers[i] == "!" ? ": refused by Node alone"
+                                                                        : ": another host");
+    // Older releases of Node look into ACE labels of ASCII, and hold only that label of a name to
+    // the rule for what is written from right to left which is so written.
+    const bool older = kind == "ASCII, with xn--: refused by Node alone" ||
+                       host.refused == vu_host_refusal::domainToAscii;
+    const bool wide = kind.find("beyond ASCII") == 0;
+    EXPECT_TRUE(older || wide) << kind << ": " << urls[i] << "\nours " << ours << "\nNode "
+                               << answers[i];
+    if (!older && wide) ++otherUnicode;
+    ++differences[kind];
+  }
+  for (const auto& [kind, count] : differences) std::cout << kind << ": " << count << '\n';
+  EXPECT_GE(urls.size() / 1000, otherUnicode) << "more than another release of Unicode explains";
+}
+
+TEST(Url, TimeInProportion) {
+  const auto repeated = [](const std::string& piece) {
+    std::string text;
+    while (text.size() < 300000) text += piece;
+    return text;
+  };
+  for (const std::string host :
+       {"\xC3\xA9", "\xC3\xA9\xD0\xB1", "xn--9ca.", "a\xCC\x81\xCC\xA3", "\xCC\x81\xCC\xA3",
+        "\xCC\x81\xCD\x8F\xCC\xA3", "\xE0\xA4\x95\xE0\xA5\x8D\xE2\x80\x8D", "\xD7\x90.",
+        "\xE2\x80\x8C", "\xEF\xB7\xBB", "\xE3\x8C\x95.", "%41", "@", "[", "0.", "9", "\t:", "\xFF",
+        "\\"}) {
+    for (const std::string& url :
+         {"http://" + repeated(host) + "\xC3\xA9", "http://xn--" + repeated("a9") + repeated(host),
+          "foo://" + repeated(host)}) {
+      std::vector<char> buffer(browserHostBound(url.size()));
+      const std::clock_t start = std::clock();
+      browserHost(url, buffer.data(), buffer.size());
+      EXPECT_GT(5.0, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC) << host;
+    }
+  }
+}
+
+}  // namespace
