@@ -1,0 +1,150 @@
+import doctest
+import pickle
+import random
+import signal
+import time
+
+import arrow
+import numpy
+import pandas
+import pytest
+import vu
+import vu.errors
+
+ROWS = [  # url, status, domain by the service's rule, by the public suffix rule, suffix of the first
+    ("http://www.shop.co.uk:8080/a", 0, "shop.co.uk", "shop.co.uk", "co.uk"),
+    ("http://a.shop.ltd.co.uk/", 0, "ltd.co.uk", "shop.ltd.co.uk", "co.uk"),
+    ("x.www.ck", 0, "www.ck", "www.ck", "ck"),
+    ("10.1.2.3/x", 0, "10.1.2.3", "10.1.2.3", ""),
+    ("", 0, "", "", ""),
+    ("http://b\u00fccher.de/", 202, None, None, None),
+    ("host", 203, None, None, None),
+    ("co.uk", 204, None, None, None),
+    (b"shop.\xff.uk", 0, "shop.\udcff.uk", None, "uk"),
+    ("shop.xy/\udcff", 0, "shop.xy", "shop.xy", "xy"),
+    ("shop.xy/\u00fc".encode("latin-1"), 0, "shop.xy", "shop.xy", "xy"),
+    (b"a.\0b.xy", 0, "b.xy", None, "xy"),
+]
+
+
+def test_single(suffixes):
+    listed = suffixes.match == "public-suffix"
+    for url, status, *domains, suffix in ROWS:
+        if listed and domains[0] and not domains[1]:
+            continue  # the rules differ on whether that is a name
+        found = suffixes.classify(url)
+        assert (found.url, found.status, found.domain) == (url, status, domains[listed])
+        assert bool(found) == (status == 0)
+        assert found == suffixes.classify(url) and hash(found) == hash(suffixes.classify(url))
+        if not listed or domains[0] == domains[1]:
+            assert found.suffix == suffix
+        if found:
+            front = found.subdomain
+            assert found.host in (front + found.domain, front + "." + found.domain)
+    assert suffixes.classify("10.1.2.3").address == "10.1.2.3"
+    assert suffixes.classify("co.uk").reason == "COUNTRY CODE - PURE DOMAIN"
+    assert suffixes.classify("co.uk") != suffixes.classify("co.uk/")
+    with pytest.raises(AttributeError):
+        suffixes.classify("co.uk").status = 0
+
+
+def urls_and_domains(suffixes, count):
+    """Made of pieces, with missing ones, over the end of a chunk."""
+    random.seed(count)
+    pieces = ["http://", "www.", "shop", "co.uk", "ltd.", "ck", ".", "10", "/p", "\u00fc", "@"]
+    urls = ["".join(random.choices(pieces, k=random.randrange(7))) for _ in range(count)]
+    urls[3::7] = [None] * len(urls[3::7])
+    return urls, [None if url is None else suffixes.classify(url).domain for url in urls]
+
+
+def test_columns_agree_with_single(suffixes):
+    urls, expected = urls_and_domains(suffixes, 20000)
+    assert suffixes.domains(urls) == suffixes.domains(iter(urls)) == expected
+    assert suffixes.domains([]) == []
+    assert suffixes.domains([float("nan"), pandas.NA, b"a.b.uk", numpy.str_("c.d.uk")]) == [
+        None, None, "b.uk", "d.uk"]
+
+    array = numpy.array(urls, dtype=object).reshape(100, 200)
+    assert suffixes.domains(array).tolist() == numpy.array(expected, object).reshape(100, 200).tolist()
+    texts = [url for url in urls if url]
+    assert suffixes.domains(numpy.array(texts)[::-1]).tolist() == [
+        suffixes.classify(url).domain for url in reversed(texts)]
+
+    for dtype in (object, "string"):
+        series = pandas.Series(urls, index=range(7, 20007), name="url", dtype=dtype)
+        found = suffixes.domains(series)
+        pandas.testing.assert_series_equal(
+            found, pandas.Series(expected, series.index, dtype, "url"))
+
+    for format in "uUzZ":
+        column = arrow.Column(urls, format, skipped=5)
+        found = suffixes.domains(column)
+        assert arrow.read(found) == list(found) == found.to_pylist() == expected[5:]
+        assert found[-1] == expected[-1] and len(found) == len(urls) - 5
+        assert arrow.read(suffixes.domains(found)) == [
+            domain and suffixes.classify(domain).domain for domain in expected[5:]]
+        halves = [arrow.Column(urls[:9], format), arrow.Column(urls[9:], format)]
+        assert list(suffixes.domains(arrow.Columns(halves))) == expected
+        assert [half.released for half in halves] == [1, 1]
+
+
+def test_other_columns_are_refused(suffixes):
+    released = arrow.Column(["a.b"], "u")
+    released.array.release = arrow.RELEASE_ARRAY()
+    short = arrow.Column(["a.b"], "u")
+    short.array.n_buffers = 2
+    failing = arrow.Columns([arrow.Column(["a.b"], "u")], b"disk on fire")
+    for wrong, kind, text in (
+            (["a.b", 7], TypeError, "not int"), (7, TypeError, "not iterable"),
+            ("a.b", TypeError, "not one URL"), (numpy.array([1.5]), TypeError, "not float64"),
+            (arrow.Column(["a.b"], "vu"), TypeError, 'format "vu"'),
+            (short, ValueError, "three buffers"), (released, ValueError, "released before"),
+            (failing, RuntimeError, "disk on fire")):
+        with pytest.raises(kind, match=text):
+            suffixes.domains(wrong)
+    for wrong in (None, 7, ["a.b"]):
+        with pytest.raises(TypeError, match="a URL is a str or bytes"):
+            suffixes.classify(wrong)
+    with pytest.raises(UnicodeEncodeError):
+        suffixes.classify("\ud800")
+    assert suffixes.classify("a.shop.xy").domain == "shop.xy"  # all goes on
+
+
+def test_tables(path, suffixes, monkeypatch):
+    for argument in (str(path), bytes(path), path):
+        assert vu.Suffixes(argument).rules == 4
+    monkeypatch.setenv("VU_SUFFIXES", str(path))
+    assert vu.Suffixes().path == str(path)
+    copy = pickle.loads(pickle.dumps(suffixes))
+    assert (copy.path, copy.match) == (suffixes.path, suffixes.match)
+    with pytest.raises(vu.TableError, match=r"\[/no/table\] open error") as failure:
+        vu.Suffixes("/no/table")
+    assert failure.value.status == 4
+    for wrong, kind in (("", ValueError), ("a\0b", ValueError), (7, TypeError)):
+        with pytest.raises(kind):
+            vu.Suffixes(wrong)
+    with pytest.raises(ValueError, match="not \"longest\""):
+        vu.Suffixes(path, match="longest")
+
+
+def test_long_urls_and_interrupts(suffixes):
+    for url in ("http://www.shop.co.uk/" + "x" * 10**8, "a." * (5 * 10**7) + "shop.co.uk"):
+        began = time.monotonic()
+        assert suffixes.classify(url).domain == suffixes.domains([url])[0] == "shop.co.uk"
+        assert time.monotonic() - began < 10
+    urls = ["http://www.shop.co.uk/"] * 10**7
+    signal.signal(signal.SIGALRM, signal.default_int_handler)
+    signal.setitimer(signal.ITIMER_REAL, 0.05)
+    with pytest.raises(KeyboardInterrupt):
+        suffixes.domains(urls)
+
+
+def test_help_tells_the_truth(path, monkeypatch):
+    monkeypatch.chdir(path.parent)
+    tried = 0
+    for module in (vu, vu._vu, vu.errors):
+        for test in doctest.DocTestFinder(recurse=True).find(module, extraglobs={
+                "vu": vu, "suffixes": vu.Suffixes("suffixes.txt")}):
+            assert doctest.DocTestRunner().run(test).failed == 0
+            tried += len(test.examples)
+    assert tried >= 9
