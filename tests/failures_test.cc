@@ -18,6 +18,8 @@
 #include "tests/support.h"
 #include "vu/vu.h"
 
+using vu::test::Byte;
+using vu::test::bytes;
 using vu::test::messageOf;
 using vu::test::TemporaryFile;
 
@@ -27,10 +29,8 @@ namespace {
 // All that a caller can see of an object, as text.
 
 const std::string kLong = "a-text-that-is-too-long-for-the-room-that-a-string-has-in-itself";
-const int kLength = static_cast<int>(kLong.size());
 
 std::string stateOf(const std::string& text) { return text; }
-std::string stateOf(const vu_exception& failure) { return failure.what(); }
 std::string stateOf(const std::stringstream& out) { return out.str(); }
 std::string stateOf(const vu_pcrexml& /*parser*/) { return "made"; }
 std::string stateOf(const vu_getopt& parser) { return vu::test::recordsOf(parser); }
@@ -74,10 +74,6 @@ std::string stateOf(const vu_cctld& table) {
   }
   return state;
 }
-
-using Byte = unsigned char;
-
-const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
 
 std::string keyState() { return printHexical(vu_crypto::cipherkey_, 128, 0, false); }
 
@@ -128,6 +124,8 @@ bool whole(const Outcome& o) { return o.now == (o.threw ? o.before : o.done); }
 bool started(const Outcome& o) { return o.threw ? o.done.rfind(o.now, 0) == 0 : o.now == o.done; }
 /// Whatever is left is good for another try.
 bool anything(const Outcome& o) { return o.threw || o.now == o.done; }
+/// As `whole`; it may also fail in the same way again.
+bool again(const Outcome& o) { return whole(o); }
 /// As `whole`, or an empty table.
 bool cleared(const Outcome& o) { return whole(o) || o.now.rfind("0 suffixes", 0) == 0; }
 
@@ -164,7 +162,9 @@ std::string failAt(const Operation& row, long number, const std::string& done, b
   try {
     subject.act();
   } catch (const std::exception& failure) {
-    return std::string("then threw ") + failure.what();
+    const std::string what = failure.what();
+    const bool same = row.allowed == again && what.rfind(row.message, 0) == 0;
+    return same ? "" : "then threw " + what;
   }
   if (row.allowed != started && subject.state() != done) return "then left " + subject.state();
   return "";
@@ -231,12 +231,13 @@ Operation construction(const char* what, Make make, const char* message = nullpt
 
 /// A row for an operation of which nothing is left but a text.
 template <typename Action>
-Operation result(const char* what, Action action, bool (*allowed)(const Outcome&) = whole) {
+Operation result(const char* what, Action action, bool (*allowed)(const Outcome&) = whole,
+                 const char* message = nullptr) {
   const auto act = [action](std::string& text) {
     std::string made = action();
     text.swap(made);
   };
-  return change(what, making<std::string>(), act, allowed);
+  return change(what, making<std::string>(), act, allowed, message);
 }
 
 /// A row for a failure: its text needs memory, too.
@@ -246,38 +247,21 @@ Operation refusal(const char* what, Action action, bool (*allowed)(const Outcome
   return result(what, text, allowed);
 }
 
-TEST(Failures, Foundation) {
-  const auto make = making<vu_exception>("short");
-  const auto assign = [](vu_exception& e) { e = vu_exception(kLong); };
+TEST(Failures, Streams) {
   survives({
-      construction("vu_exception", [] { return std::make_unique<vu_exception>(kLong); }),
-      construction("vu_exception(pointer)", making<vu_exception>(kLong.c_str())),
-      change("vu_exception =", make, assign),
-      result("findValueByString",
-             [] { return val2str(findValueByString("QUERY_TYPE_NOT_FOUND", statusTable, 999)); }),
-      refusal("findValueByString, unknown", [] { findValueByString(kLong, statusTable, 999); }),
-      refusal("findStringByValue, unknown", [] { findStringByValue(7, statusTable, 999); }),
-      refusal("str2val<int>, bad", [] { return str2val<int>(kLong); }),
-      refusal("str2val<float>, bad", [] { return str2val<float>(kLong); }),
-      result("str2val<string>", [] { return str2val<std::string>(kLong); }),
-      result("str2val by stream",
+      result("str2val",
              [] {
                static const std::string text = "0.5" + std::string(900, '0');
                return std::string(str2val<long double>(text) == 0.5L ? "half" : "other");
              }),
-      result("val2str<long long>", [] { return val2str(LLONG_MAX, -1, std::oct); }),
-      result("val2str<double>", [] { return val2str(1e300, 9); }),
-      result("printHexical", [] { return printHexical(bytes(kLong), 60, 7, true); }),
+      result("val2str", [] { return val2str(1e300, 9); }),
   });
 }
 
 TEST(Failures, Pattern) {
   const auto make = making<vu_pcre>("(a+)(b)", 3, -1);
   static const vu_pcre back("(a)\\1", 1, -1);
-  static vu_pcre small("(a+)(b)", 2, -1);
-  static vu_pcre all(".*", 1, -1);
   static NvalPcre nval("(a)=(b)");
-  all.execute(kLong.data(), kLength, 0, 0);
   const auto searchOften = [](vu_pcre& p) {
     for (int i = 0; i < 200; ++i) p.execute("xaab", 4, 0, 0);
   };
@@ -287,7 +271,6 @@ TEST(Failures, Pattern) {
       construction("NvalPcre", making<NvalPcre>("(a+)(b)"), "PCRE Compile "),
       refusal("vu_pcre, bad pattern", [] { const vu_pcre bad("a(", 1, -1); }),
       change("execute, often", make, searchOften),
-      refusal("execute, small vector", [] { small.execute("ab", 2, 0, 0); }),
       result(
           "match, a reference back",
           [] {
@@ -296,8 +279,6 @@ TEST(Failures, Pattern) {
           },
           // PCRE's own result is no exception.
           [](const Outcome& o) { return o.now == o.done || (!o.threw && o.now == "-6"); }),
-      result("getResultStr", [] { return all.getResultStr(0, kLong.data()); }),
-      refusal("getResultStr, out of range", [] { all.getResultStr(1, ""); }),
       change("insertNV2List", making<Pairs>(), insert, started),
   });
 }
@@ -306,7 +287,7 @@ TEST(Failures, Xml) {
   static const std::string text = "<a x='" + kLong + "'><b>" + kLong + "</b><c/></a><ab>x</ab>";
   static const int length = static_cast<int>(text.size());
   static vu_pcrexml parser;
-  static const std::unique_ptr<const xmldata> tree(parser.execute(text.c_str(), kLong.c_str()));
+  static const std::unique_ptr<const xmldata> tree(parser.execute(text.c_str(), "data"));
   const auto leaf = making<xmldata>("data", 4, nullptr, 0);
   /// To a stream that hands on what goes wrong.
   const auto printing = [](const char* what, auto print) {
@@ -332,21 +313,11 @@ TEST(Failures, Xml) {
   survives({
       construction("xmldata", leaf),
       change("addData", leaf, add, started),
-      result("attribute", [] { return tree->child("a")->attribute("x"); }),
-      result("tagString", [] { return tree->tagString(); }),
-      result("attrsString", [] { return tree->child("a")->attrsString(); }),
-      result("ctextString", [] { return tree->child("a")->child("b")->ctextString(); }),
-      refusal("stringLen, empty", [] { const stringLen empty("", 0); }),
-      printing("display 0", [](std::stringstream& out) { tree->display(1, 0, out); }),
-      printing("display 1", [](std::stringstream& out) { tree->display(1, 1, out); }),
       printing("display 2", [](std::stringstream& out) { tree->display(1, 2, out); }),
-      printing("displayText", [](std::stringstream& out) { tree->displayText(out, 0); }),
       printing("displayXML", [](std::stringstream& out) { tree->displayXML(out, 0, 1); }),
       construction("vu_pcrexml", making<vu_pcrexml>(), "PCRE Compile "),
       construction("execute",
                    [] { return std::unique_ptr<xmldata>(parser.execute(text.c_str(), "data")); }),
-      refusal("execute, no match",
-              [] { const std::unique_ptr<xmldata> none(parser.execute("text", "data")); }),
       change("subpattern", leaf, parse, started),
       change("composeXmldata", leaf, compose, started),
   });
@@ -361,11 +332,6 @@ TEST(Failures, Config) {
   static const std::string line = "userdata " + kLong + kLong;
   static const config_helper records[] = {
       {kLong.c_str(), 's', kLong.c_str()}, {"own", 'b', flagValue(3)}, {nullptr, 0, nullptr}};
-  static const vu_getopt usual(argc, argv, nullptr);
-  static vu_getopt empty(0, nullptr, nullptr);
-  static int type;
-  static vu_config loaded(nullptr);
-  loaded.initConfig(argc, argv, nullptr);
   const auto parser = making<vu_getopt>(argc, argv, nullptr);
   const auto fresh = making<vu_getopt>(0, nullptr, nullptr);
   const auto store = [] {
@@ -374,7 +340,6 @@ TEST(Failures, Config) {
     made->setParam("systemID", "by the program", 's');
     return made;
   };
-  const auto parseFile = [](vu_getopt& p) { p.setOptions('c', file.path()); };
   const auto readFile = [](vu_getopt& p) { p.setConfigFile(file.path()); };
   const auto readLine = [](vu_getopt& p) { p.parseConfigLine(line); };
   const auto initialise = [](vu_config& s) { s.initConfig(argc, argv, nullptr); };
@@ -384,15 +349,8 @@ TEST(Failures, Config) {
       construction("vu_getopt", parser, fileError),
       change(
           "getOptions", parser, [](vu_getopt& p) { p.getOptions(); }, anything, fileError),
-      change("setOptions", fresh, parseFile, anything, fileError),
       change("setConfigFile", fresh, readFile, anything, fileError),
       change("parseConfigLine", parser, readLine),
-      refusal("parseConfigLine, unknown", [] { empty.parseConfigLine("unknown_name x"); }),
-      refusal("setOptions, bad", [] { empty.setConfigFile("/nowhere/at/all"); }),
-      refusal("usageMsg", [] { usual.usageMsg(); }),
-      refusal("getOptItem, unknown", [] { empty.getOptItem(kLong.c_str(), type); }),
-      result("origin", [] { return usual.origin(9); }),
-      refusal("origin, out of range", [] { static_cast<void>(usual.origin(99)); }),
       construction("vu_config", making<vu_config>(records)),
       change("initConfig", store, initialise, whole, fileError),
       change("reload", store, reload, whole, fileError),
@@ -401,7 +359,6 @@ TEST(Failures, Config) {
       change("setParam", store, [](vu_config& s) { s.setParam("own", kLong.c_str(), 's'); }),
       change("setParam, known", store,
              [](vu_config& s) { s.setParam("userdata", kLong.c_str(), 's'); }),
-      result("vu_config::origin", [] { return loaded.origin("userdata"); }),
   });
 }
 
@@ -427,12 +384,8 @@ TEST(Failures, Domain) {
           "initSet", table, [](vu_cctld& t) { t.initSet(file.path()); }, cleared),
       change("reload", table, [](vu_cctld& t) { t.reload(file.path()); }),
       refusal("reload, bad", [] { other.reload(bad.path()); }),
-      refusal("reload, missing", [] { other.reload("/nowhere/at/all"); }),
       result("lookup", lookUp("http://www.a-domain-of-some-length.xy/")),
       result("lookup, completed", lookUp("http://host/")),
-      refusal("lookup, not a domain", lookUp("a@b")),
-      refusal("lookup, pure", lookUp("co.xy")),
-      refusal("lookup, empty", lookUp(nullptr)),
   });
 }
 
@@ -453,14 +406,12 @@ TEST(Failures, Crypto) {
     Engine aes(1, nullptr);
     aes.run(kLong);
     const std::string ciphertext(aes.out.begin(), aes.out.begin() + 80);
-    static vu_crypto usual(1, 0, nullptr, nullptr, 0, 1);
     static vu_crypto deciphering(0, 0, nullptr, nullptr, 0, 1);
     survives({
         message("AES", 1, nullptr, kLong),
         message("AES, deciphering", 0, nullptr, ciphertext),
         message("RC4", 1, EVP_rc4(), kLong),
         message("AES-128", 1, EVP_aes_128_cbc(), kLong),
-        message("ChaCha20", 1, EVP_chacha20(), kLong),
         refusal(
             "AES, bad",
             [] {
@@ -469,17 +420,13 @@ TEST(Failures, Crypto) {
               return deciphering.cipheranalyse(bytes("some ciphertext?"), 16, out, 200);
             },
             [](const Outcome& o) { return o.threw || o.now.rfind("Cipher ", 0) == 0; }),
-        result("print_info", [] { return usual.print_info(); }),
-        refusal("ciphersize, bad", [] { return usual.ciphersize(-1); }),
         construction("vu_crypto", making<Engine>(1, EVP_rc4())),
         construction("vu_crypto, the first", makeFirst, nullptr, wholeOrNoKey),
         construction("vu_key", making<vu_key>("phrase", bytes("salt"), 4, 3),
                      "vu_key: Derivation "),
-        refusal(
-            "vu_domainKey", [] { return vu_domainKey(kLong); },
-            [](const Outcome& o) {
-              return o.now.empty() || o.now.rfind("vu_domainKey: ", 0) == 0;
-            }),
+        result(
+            "vu_domainKey", [] { return printHexical(vu_domainKey(kLong).data(), 20, 0, false); },
+            whole, "vu_domainKey: "),
     });
   });
 }
@@ -506,19 +453,6 @@ TEST(Failures, NoneWhereNothingIsAllocated) {
   EXPECT_EQ(before, vu::test::allocations);
 }
 
-/// What is made once in a process.
-struct First {
-  const char* what;
-  std::string (*before)();  ///< Succeeds.
-  std::string (*act)();
-  const char* done;
-  const char* message;  ///< As in Operation.
-  bool tellsAgain;      ///< Whether the second try may say the same as the first.
-  bool forGood;         ///< Whether memory may also run out for good.
-  long step;
-  long most;
-};
-
 std::string firstLine() {
   vu_getopt parser(0, nullptr, nullptr);
   parser.parseConfigLine("debug 7");
@@ -532,65 +466,58 @@ std::string lengthOfMessage(const EVP_CIPHER* cipher) {
   return val2str(engine.cipheranalyse(bytes("text"), 4, out, 32));
 }
 
-/// What there is to complain of when allocation `number` fails in the first try of a process.
-std::string failFirst(const First& row, long number) {
-  row.before();
-  std::string message;
-  vu::test::failures = 0;
-  vu::test::allocationsLeft = number;
-  try {
-    message = messageOf(row.act);
-  } catch (const std::bad_alloc&) {
-  }
-  vu::test::allocationsLeft = -1;
-  if (!message.empty() && message.rfind(row.message, 0) != 0) return "threw " + message;
-  std::string made;
-  message = messageOf([&] { made = row.act(); });
-  if (row.tellsAgain && message.rfind(row.message, 0) == 0) return "";
-  return made == row.done ? "" : "then made " + made + message;
-}
-
-/// How the child process ends that tries: 0, 1 for a complaint, 2 when the failure was not reached.
-int statusOfFirst(const First& row, long number) {
+/// Whether what is made once in a process makes so many allocations; the one that fails is that of
+/// the process's first try.
+bool failFirstAt(const Operation& row, long number, const std::string& done, const char* how) {
   std::fflush(nullptr);
   const pid_t child = fork();
   if (child == 0) {
-    const std::string complaint = failFirst(row, number);
-    EXPECT_EQ("", complaint) << row.what << ", allocation " << number;
+    bool reached = false;
+    const std::string complaint = failAt(row, number, done, reached);
+    EXPECT_EQ("", complaint) << row.what << ", allocation " << number << how;
     std::fflush(nullptr);
-    _exit(!complaint.empty() ? 1 : vu::test::failures > 0 ? 0 : 2);
+    _exit(!complaint.empty() ? 2 : reached ? 1 : 0);
   }
   int status = 0;
   EXPECT_EQ(child, waitpid(child, &status, 0));
-  EXPECT_TRUE(WIFEXITED(status)) << row.what << ", allocation " << number << ": " << status;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) < 2)
+      << row.what << ", allocation " << number << how << ": " << status;
+  return WIFEXITED(status) && WEXITSTATUS(status) == 1;
 }
 
-/// The first try fails, the second succeeds. Of the thousands of allocations that OpenSSL makes
-/// when it starts some fail; where its own context cannot be made, it stays without. RC4 has a
-/// context of our own: behind the first hundred allocations stands the loading of a provider, and
-/// there OpenSSL 3.0 crashes itself when some of them fail.
+/// Of the thousands of allocations that OpenSSL makes when it starts some fail; where its own
+/// context cannot be made, it stays without. RC4 has a context of our own: behind the first hundred
+/// allocations stands the loading of a provider, and there OpenSSL 3.0 crashes itself when some of
+/// them fail.
 TEST(Failures, FirstOfTheProcess) {
   const char* const initFailed = "Cipher Init failed : ";
-  const auto nothing = [] { return std::string(); };
   const auto aes = [] { return lengthOfMessage(nullptr); };
   const auto rc4 = [] { return lengthOfMessage(EVP_rc4()); };
-  const First rows[] = {
-      {"parseConfigLine", nothing, firstLine, "7", "PCRE Compile ", false, true, 1, 1000},
-      {"AES", nothing, aes, "16", initFailed, true, true, 211, 100000},
-      {"RC4", aes, rc4, "4", initFailed, false, false, 1, 100},
+  const auto rc4BehindAes = [&] {
+    aes();
+    return std::make_unique<std::string>();
   };
-  for (const First& row : rows) {
+  const auto run = [rc4](std::string& text) { text = rc4(); };
+  const struct {
+    Operation operation;
+    const char* done;
+    long step, most;  ///< Of the allocations that fail.
+  } rows[] = {
+      {result("parseConfigLine", firstLine, whole, "PCRE Compile "), "7", 1, 1000},
+      {result("AES", aes, again, initFailed), "16", 211, 100000},
+      {change("RC4", rc4BehindAes, run, whole, initFailed), "4", 1, 100},
+  };
+  for (const auto& row : rows) {
     for (const bool forGood : {false, true}) {
-      if (forGood && !row.forGood) continue;
+      if (forGood && row.most == 100) continue;
       vu::test::staysEmpty = forGood;
       long number = 0;
-      int status = 0;
-      for (; status == 0 && number < row.most; number += row.step) {
-        status = statusOfFirst(row, number);
+      while (number < row.most &&
+             failFirstAt(row.operation, number, row.done, forGood ? " and all behind it" : "")) {
+        number += row.step;
       }
-      EXPECT_EQ(number < row.most ? 2 : 0, status) << row.what << (forGood ? ", for good" : "");
-      EXPECT_LT(3 * row.step, number) << row.what;
+      EXPECT_LT(3 * row.step, number) << row.operation.what;
+      EXPECT_EQ(row.most == 100, number >= row.most) << row.operation.what;
     }
   }
   vu::test::staysEmpty = false;

@@ -9,12 +9,11 @@
 
 #include "tests/support.h"
 
+using vu::test::Byte;
+using vu::test::bytes;
 using vu::test::ExactCopy;
-using Byte = unsigned char;
 
 namespace {
-
-const Byte* bytes(std::string_view text) { return reinterpret_cast<const Byte*>(text.data()); }
 
 /// lookup2 as its author tells it: a byte at a time into one of three words, mixed after twelve.
 unsigned int plainHash(std::string_view key) {

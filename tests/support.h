@@ -34,6 +34,12 @@ std::string messageOf(Action action) {
   return "";
 }
 
+using Byte = unsigned char;
+
+inline const Byte* bytes(std::string_view text) {
+  return reinterpret_cast<const Byte*>(text.data());
+}
+
 /// What a C string leaves of a text, such as what `what` gives of a message.
 inline std::string upToNul(const std::string& text) { return text.substr(0, text.find('\0')); }
 

@@ -18,12 +18,7 @@
 
 namespace vu::test {
 
-using Byte = unsigned char;
 using Bytes = std::vector<Byte>;
-
-inline const Byte* bytes(std::string_view text) {
-  return reinterpret_cast<const Byte*>(text.data());
-}
 
 inline std::string hex(const Byte* from, int count) { return printHexical(from, count, 0, false); }
 
