@@ -15,6 +15,7 @@
 #include "tests/support.h"
 #include "tests/url_inputs.h"
 #include "url/idna.h"
+#include "vu/domain.h"
 #include "vu/url_c.h"
 
 namespace {
@@ -143,6 +144,43 @@ TEST(Url, PlacesRoomAndAllocations) {
   const vu_host starved = browserHost("http://\xC3\xA9/", buffer);
   vu::test::allocationsLeft = -1;
   EXPECT_EQ(vu_host_refusal::noMemory, starved.refused);
+}
+
+TEST(Url, DomainsOfHosts) {
+  const vu::test::TemporaryFile file("co.uk 3\n*.ck 3\n");
+  vu_cctld table(nullptr);
+  table.initSet(file.path());
+  const struct {
+    const char* url;
+    const char* shortest;  // status, domain
+    const char* publicSuffix;
+  } rows[] = {
+      {"http://google.com:80@www.EVIL.co.uk./", "0 evil.co.uk", "0 evil.co.uk"},
+      {"http://_x.-y.b.a.ck", "0 a.ck", "0 b.a.ck"},
+      {"http://a!b.c.co.uk", "202 ", "0 c.co.uk"},
+      {"http://a..x.co.uk", "0 x.co.uk", "0 x.co.uk"},
+      {"http://!.co.uk", "204 ", "202 "},
+      {"http://x.-", "203 ", "202 "},
+      {"http://1.2.-", "202 ", "202 "},
+      {"http://co.uk", "204 ", "204 "},
+      {"http://255.0xff.1", "0 255.255.0.1", "0 255.255.0.1"},
+      {"http://[0::1]", "0 [::1]", "0 [::1]"},
+      {"foo://a.co.uk", "202 ", "202 "},
+      {"http://[", "202 ", "202 "},
+      {"mailto:x", "201 ", "201 "},
+  };
+  for (const auto& row : rows) {
+    char buffer[64];
+    const vu_host host = browserHost(row.url, buffer);
+    for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
+      const vu_domain found = table.classify(host, match);
+      EXPECT_EQ(match == vu_match::shortest ? row.shortest : row.publicSuffix,
+                std::to_string(found.status) + ' ' + std::string(found.domain))
+          << row.url;
+      EXPECT_TRUE(found.kind == host.kind && found.address == host.address) << row.url;
+      EXPECT_EQ(host.text, found.host) << row.url;
+    }
+  }
 }
 
 TEST(Url, ForC) {

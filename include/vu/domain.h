@@ -134,6 +134,14 @@ class VU_EXPORT vu_cctld {
   [[nodiscard]] vu_domain classify(std::string_view url,
                                    vu_match match = vu_match::shortest) const noexcept;
 
+  /// Classifies a host as browsers see it, which `browserHost` in <vu/url.h> finds. A name is cut;
+  /// where it is no chain of labels, `publicSuffix` cuts what of its end is one. An address, with
+  /// numbers up to 255 or of IPv6, is a domain itself. Anything else has no domain: 201 where there
+  /// is no host, 202 for one that was refused or is opaque. `host` and `domain` are views into what
+  /// `host.text` is a view into.
+  [[nodiscard]] vu_domain classify(const vu_host& host,
+                                   vu_match match = vu_match::shortest) const noexcept;
+
   /// Classifies `count` URLs in one call, each as above, and writes as many records. URL number i
   /// is what stands in `bytes` from offsets[i] to offsets[i + 1], as the columns of Arrow have it:
   /// there is one offset more than there are URLs. Offsets that run backwards make 201.
