@@ -1,8 +1,11 @@
 // Classifying for C: arguments are looked at once a call, and the rest is vu_cctld's.
 
+#include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 #include "c/table.h"
+#include "domain/host.h"
 #include "vu/c.h"
 
 namespace {
@@ -55,4 +58,15 @@ int vu_classify_texts(const vu_table* table, int rule, const vu_text* urls, size
   return classifyInto(table, rule, urls, count, records, record_size, [&](vu_match match) {
     table->suffixes.classify(urls, count, records, match, record_size);
   });
+}
+
+vu_text vu_suffix(const char* url, const vu_record* record) {
+  if (url == nullptr || record == nullptr) return {nullptr, 0};
+  const std::string_view domain(url + record->domain_start, record->domain_length);
+  std::size_t start = domain.size();
+  const auto kind = static_cast<vu_host_kind>(record->kind);
+  if (kind == vu_host_kind::name) start = std::min(start, domain.find('.'));
+  // Between labels the service's rule steps over whatever begins none.
+  while (start < domain.size() && !vu::detail::beginsLabel(domain[start])) ++start;
+  return {domain.data() + start, domain.size() - start};
 }

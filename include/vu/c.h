@@ -124,6 +124,11 @@ int vu_classify_offsets64(const vu_table* table, int rule, const char* bytes,
 int vu_classify_texts(const vu_table* table, int rule, const vu_text* urls, size_t count,
                       vu_record* records, size_t record_size);
 
+/// What the domain of a record is registered under, within the `url` that the record is of: the
+/// domain less its first label. Empty for an address, a refusal and an empty host; no text for
+/// null.
+vu_text vu_suffix(const char* url, const vu_record* record);
+
 #pragma GCC visibility pop
 #ifdef __cplusplus
 }

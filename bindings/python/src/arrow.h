@@ -1,4 +1,5 @@
-// Columns that cross by Arrow's C data interface: structures of three kinds, handed over in capsules.
+// Columns that cross by Arrow's C data interface: structures of three kinds, handed over in
+// capsules.
 // https://arrow.apache.org/docs/format/CDataInterface.html
 
 #ifndef VU_BINDINGS_PYTHON_ARROW_H_

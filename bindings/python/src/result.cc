@@ -39,16 +39,6 @@ void destroy(PyObject* object) {
   Py_DECREF(type);
 }
 
-/// Where the second label begins, or the end.
-std::size_t behindFirstLabel(std::string_view name) {
-  // Between labels the service's rule steps over whatever is no letter or digit.
-  for (std::size_t i = name.find('.'); i < name.size(); ++i) {
-    const auto c = static_cast<unsigned char>(name[i]);
-    if ((c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z')) return i;
-  }
-  return name.size();
-}
-
 py::object host(const Result& result) {
   if (!result.hasDomain() && result.record.host_length == 0) return py::none();
   return strOf(result.host());
@@ -61,9 +51,8 @@ py::object domain(const Result& result) {
 
 py::object suffix(const Result& result) {
   if (!result.hasDomain()) return py::none();
-  if (result.hasAddress()) return py::str("");
-  const std::string_view name = result.domain();
-  return strOf(name.substr(behindFirstLabel(name)));
+  const vu_text found = vu_suffix(result.text.bytes.data(), &result.record);
+  return strOf({found.data, found.size});
 }
 
 py::object subdomain(const Result& result) {

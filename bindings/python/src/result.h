@@ -13,8 +13,8 @@ namespace vu::python {
 
 namespace py = pybind11;
 
-/// The bytes of a str or bytes object, and whoever owns them: the object, or the bytes of a str that
-/// UTF-8 has none for.
+/// The bytes of a str or bytes object, and whoever owns them: the object, or the bytes of a str
+/// that UTF-8 has none for.
 struct Text {
   py::object owner;
   std::string_view bytes;
