@@ -54,7 +54,7 @@ std::uint64_t faults(const ByteClasses& bytes, std::size_t first) {
 /// Goes on where the host is longer than a stride: `end` becomes where it ends.
 bool findEnd(std::string_view url, std::size_t& end, bool afterDot) {
   for (std::size_t at = kStride; at < url.size(); at += kStride) {
-    const ByteClasses bytes = VU_CLASSIFY_BYTES(url.data() + at, url.size() - at);
+    const ByteClasses bytes = classifyBytes(url.data() + at, url.size() - at);
     const std::size_t left = url.size() - at;
     const bool ended = bytes.ends != 0;
     const std::size_t stop = ended ? lowest(bytes.ends) : left < kStride ? left : kStride;
@@ -79,7 +79,7 @@ bool findLastTwo(PlainHost& found) {
 }  // namespace
 
 bool findPlainHost(std::string_view url, PlainHost& found) noexcept {
-  const ByteClasses bytes = VU_CLASSIFY_BYTES(url.data(), url.size());
+  const ByteClasses bytes = classifyBytes(url.data(), url.size());
   std::size_t start = 0;
   if (!findStart(url, bytes.ends, start)) return false;
   const std::uint64_t ends = bytes.ends & ~below(start);
