@@ -11,23 +11,33 @@ vu_rwlock_t vu_rwlock::_rwlock = PTHREAD_RWLOCK_INITIALIZER;
 
 namespace {
 
-/// The POSIX calls for one kind of access.
-struct Calls {
-  int (*lock)(pthread_rwlock_t*);
-  int (*tryLock)(pthread_rwlock_t*);
-  int (*timedLock)(pthread_rwlock_t*, const timespec*);
-};
+// What is rare stands apart, so that the common way needs no room of its own on the stack.
 
-int acquireWith(const Calls& calls, pthread_rwlock_t* lock, int timeout) {
-  if (timeout <= 0) return calls.lock(lock);
-  // A lock that is free needs no clock: POSIX has the timed call take it whatever the deadline, even
-  // one that is no time at all. Whatever else the try returns, the timed call decides.
-  if (calls.tryLock(lock) == 0) return 0;
+template <auto timedLock>
+[[gnu::noinline]] int acquireUntil(pthread_rwlock_t* lock, int timeout) {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   const timespec deadline = vu::detail::deadlineAfter(now, timeout);
-  return calls.timedLock(lock, &deadline);
+  return timedLock(lock, &deadline);
 }
+
+[[gnu::noinline]] [[noreturn]] void refuseEmpty() {
+  throw vu_exception(vu_failure::lock, "Empty RW Lock");
+}
+
+/// The POSIX calls for one kind of access.
+template <auto untimedLock, auto tryLock, auto timedLock>
+struct Calls {
+  static int acquire(pthread_rwlock_t* lock, int timeout) {
+    if (timeout <= 0) return untimedLock(lock);
+    // A lock that is free needs no clock: POSIX has the timed call take it whatever the deadline,
+    // even one that is no time at all. Whatever else the try returns, the timed call decides.
+    return tryLock(lock) == 0 ? 0 : acquireUntil<timedLock>(lock, timeout);
+  }
+};
+
+using Reading = Calls<pthread_rwlock_rdlock, pthread_rwlock_tryrdlock, pthread_rwlock_timedrdlock>;
+using Writing = Calls<pthread_rwlock_wrlock, pthread_rwlock_trywrlock, pthread_rwlock_timedwrlock>;
 
 }  // namespace
 
@@ -35,9 +45,9 @@ vu_rwlock::~vu_rwlock() noexcept(false) = default;
 
 int vu_rwlock::acquire(int timeout) {
   if (_locked) return EDEADLK;
-  _result = rwlock_func(timeout);
-  _locked = _result == 0;
-  return _result;
+  const int result = rwlock_func(timeout);
+  begin(result);
+  return result;
 }
 
 int vu_rwlock::release() {
@@ -47,33 +57,37 @@ int vu_rwlock::release() {
 }
 
 void vu_rwlock::releaseAtEnd() {
-  if (_lock == nullptr) throw vu_exception(vu_failure::lock, "Empty RW Lock");
+  if (_lock == nullptr) refuseEmpty();
   release();
 }
 
-vu_readlock::vu_readlock(int timeout) : vu_rwlock(nullptr) { acquire(timeout); }
-vu_readlock::vu_readlock(vu_rwlock_t& lock, int timeout) : vu_rwlock(&lock) { acquire(timeout); }
+// The constructors do what `rwlock_func` of their class does: there is no other while they run.
+
+vu_readlock::vu_readlock(int timeout) : vu_readlock(_rwlock, timeout) {}
+vu_readlock::vu_readlock(vu_rwlock_t& lock, int timeout) : vu_rwlock(&lock) {
+  begin(Reading::acquire(&lock, timeout));
+}
 // NOLINTNEXTLINE(bugprone-exception-escape): by design
 vu_readlock::~vu_readlock() noexcept(false) { releaseAtEnd(); }
 
 int vu_readlock::rwlock_func(int timeout) {
   if (_lock == nullptr) _lock = &_rwlock;
-  return acquireWith({pthread_rwlock_rdlock, pthread_rwlock_tryrdlock, pthread_rwlock_timedrdlock},
-                     _lock, timeout);
+  return Reading::acquire(_lock, timeout);
 }
 
 int vu_readlock::lock(int timeout) { return acquire(timeout); }
 int vu_readlock::unlock() { return release(); }
 
-vu_writelock::vu_writelock(int timeout) : vu_rwlock(nullptr) { acquire(timeout); }
-vu_writelock::vu_writelock(vu_rwlock_t& lock, int timeout) : vu_rwlock(&lock) { acquire(timeout); }
+vu_writelock::vu_writelock(int timeout) : vu_writelock(_rwlock, timeout) {}
+vu_writelock::vu_writelock(vu_rwlock_t& lock, int timeout) : vu_rwlock(&lock) {
+  begin(Writing::acquire(&lock, timeout));
+}
 // NOLINTNEXTLINE(bugprone-exception-escape): by design
 vu_writelock::~vu_writelock() noexcept(false) { releaseAtEnd(); }
 
 int vu_writelock::rwlock_func(int timeout) {
   if (_lock == nullptr) _lock = &_rwlock;
-  return acquireWith({pthread_rwlock_wrlock, pthread_rwlock_trywrlock, pthread_rwlock_timedwrlock},
-                     _lock, timeout);
+  return Writing::acquire(_lock, timeout);
 }
 
 int vu_writelock::lock(int timeout) { return acquire(timeout); }

@@ -66,6 +66,11 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_rwlock {
   /// Chooses `lock`, none when that is null; acquires nothing.
   explicit vu_rwlock(pthread_rwlock_t* lock) : _lock(lock) {}
 
+  /// What the constructors do with the result of their acquisition.
+  void begin(int result) {
+    _result = result;
+    _locked = result == 0;
+  }
   /// What `lock` of the guards does.
   int acquire(int timeout);
   /// What `unlock` of the guards does.
