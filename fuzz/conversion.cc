@@ -1,6 +1,6 @@
-// Text and numbers: str2val against streams, val2str against printf, and the small helpers.
+// Text and numbers: str2val against streams, val2str against printf.
 //
-// Input: which flag, precision, table bound; then a text.
+// Input: which flag, precision; then a text.
 
 #include <algorithm>
 #include <cstdio>
@@ -12,7 +12,6 @@
 using vu::fuzz::expectEqual;
 using vu::test::convert;
 using vu::test::convertPlainly;
-using vu::test::messageOf;
 
 namespace {
 
@@ -65,58 +64,17 @@ void writeNumbers(const std::string& text, int precision) {
   writeInteger(static_cast<unsigned short>(bits));
 }
 
-void skip(const std::string& text) {
-  const vu::test::ExactCopy copy(text);
-  const char* cursor = copy.view().data();
-  auto remaining = static_cast<unsigned int>(text.size());
-  skipSpace(&cursor, remaining);
-  const std::size_t first = text.find_first_not_of(" \t\n\v\f\r");
-  const std::size_t expected = first == std::string::npos ? text.size() : first;
-  expectEqual(expected, static_cast<std::size_t>(cursor - copy.view().data()), "skipped");
-  expectEqual(text.size() - expected, remaining, "remaining");
-}
-
-void printBytes(const std::string& text, int perLine) {
-  const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
-  const int count = static_cast<int>(text.size());
-  std::string compact;
-  std::string formatted;
-  for (int i = 0; i < count; ++i) {
-    compact += printed("%02x", bytes[i]);
-    const bool lineEnd = perLine > 0 && (i + 1) % perLine == 0;
-    formatted += printed("0x%02x", bytes[i]) + (lineEnd ? "\n" : i + 1 < count ? " " : "");
-  }
-  expectEqual(compact, printHexical(bytes, count, perLine, false), "hexadecimal bytes");
-  expectEqual(formatted, printHexical(bytes, count, perLine, true), "formatted bytes");
-}
-
-void findStatus(const std::string& text, unsigned int bound) {
-  std::string expected = "findValueByString:: Index for [" + text + "] is not found";
-  if (bound == 0) expected = "findValueByString:: Maximum index undefined";
-  for (const auto* row = statusTable; row->string != nullptr && row->value < bound; ++row) {
-    if (text == row->string) expected = std::to_string(row->value);
-  }
-  std::string got;
-  const std::string message =
-      messageOf([&] { got = std::to_string(findValueByString(text, statusTable, bound)); });
-  expectEqual(vu::test::upToNul(expected), got + message, "status");
-}
-
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   vu::fuzz::Input input(data, size);
   const bool flag = input.choice(2) == 1;
   const int small = static_cast<int>(input.choice(20)) - 1;
-  const std::size_t bound = input.choice(3);
   const std::string text = input.rest();
   readAs<short, unsigned short, int, unsigned int, long, unsigned long, long long,
          unsigned long long, double, unsigned char, signed char>(text, flag);
   expectEqual(floatPlainly(text, flag), convert<float>(text, flag), text);
   expectEqual(text, str2val<std::string>(text, flag), "a text");
   writeNumbers(text, small);
-  skip(text);
-  printBytes(text, small);
-  findStatus(text, bound == 0 ? 10001U : bound == 1 ? 203U : 0U);
   return 0;
 }

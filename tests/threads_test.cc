@@ -180,26 +180,4 @@ TEST(Threads, LookUpWhileTablesAreSwapped) {
   EXPECT_LT(0, seen[1]);
 }
 
-TEST(Threads, ReadSettingsWhileTheyAreReloaded) {
-  TemporaryFile file("userdata 0\nsystemID 0\n");
-  std::string name = "daemon", option = std::string("-c") + file.path();
-  char* const arguments[] = {name.data(), option.data(), nullptr};
-  vu_rwlock_t lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
-  vu_config store(nullptr);
-  store.initConfig(2, arguments, nullptr);
-  const std::string& userdata = store.getParam("userdata");
-  const auto change = [&](int round) {
-    const std::string value = std::to_string(round) + std::string(round % 2 == 0 ? 0U : 40U, '0');
-    file.rewrite("userdata " + value + "\nsystemID " + value + "\n");
-    const vu_writelock guard(lock);
-    store.reload(2, arguments, nullptr);
-  };
-  readWhile(lock, change, [&] {
-    ASSERT_EQ(userdata, store.getParam("systemID"));
-    ASSERT_STREQ(userdata.c_str(), store.getConfItem("userdata").asText);
-    ASSERT_NE("default", store.origin("userdata"));
-  });
-  EXPECT_EQ("19" + std::string(40, '0'), userdata);
-}
-
 }  // namespace
