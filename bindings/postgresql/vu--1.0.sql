@@ -1,0 +1,27 @@
+\echo Use "CREATE EXTENSION vu" to load this file. \quit
+
+-- STABLE, not IMMUTABLE: what a URL comes to changes when the table does, and an index would keep
+-- what the old one said.
+
+CREATE FUNCTION vu_status(url text, match text DEFAULT 'shortest') RETURNS integer
+  AS 'MODULE_PATHNAME' LANGUAGE C STABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION vu_reason(url text, match text DEFAULT 'shortest') RETURNS text
+  AS 'MODULE_PATHNAME' LANGUAGE C STABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION vu_host(url text, match text DEFAULT 'shortest') RETURNS text
+  AS 'MODULE_PATHNAME' LANGUAGE C STABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION vu_domain(url text, match text DEFAULT 'shortest') RETURNS text
+  AS 'MODULE_PATHNAME' LANGUAGE C STABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION vu_suffix(url text, match text DEFAULT 'shortest') RETURNS text
+  AS 'MODULE_PATHNAME', 'vu_suffix_sql' LANGUAGE C STABLE STRICT PARALLEL SAFE;
+
+CREATE TYPE vu_result AS (
+  status integer, reason text, host text, domain text, suffix text, address inet);
+CREATE FUNCTION vu_classify(url text, match text DEFAULT 'shortest') RETURNS vu_result
+  AS 'MODULE_PATHNAME', 'vu_classify_sql' LANGUAGE C STABLE STRICT PARALLEL SAFE;
+
+COMMENT ON FUNCTION vu_status(text, text) IS '0, or why a URL has no domain: 201 to 204';
+COMMENT ON FUNCTION vu_reason(text, text) IS 'the text of the status of a URL';
+COMMENT ON FUNCTION vu_host(text, text) IS 'the host of a URL';
+COMMENT ON FUNCTION vu_domain(text, text) IS 'the registered domain of a URL, or its address';
+COMMENT ON FUNCTION vu_suffix(text, text) IS 'what the domain of a URL is registered under';
+COMMENT ON FUNCTION vu_classify(text, text) IS 'all that a URL comes to';
