@@ -272,7 +272,7 @@ TEST(Lookup, ClassifiesBytesInEveryWay) {
 
 TEST(Lookup, ClassifySays) {
   const vu_cctld table(nullptr);
-  EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, table.classify({}).status);
+  EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, table.classify(std::string_view()).status);
   EXPECT_NE(nullptr, table.classify("").domain.data());
   EXPECT_TRUE(table.classify("1.2.3.4").isAddress());
   EXPECT_FALSE(table.classify("...").isAddress());
