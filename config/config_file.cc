@@ -1,74 +1,75 @@
-// The configuration file: lines of a name and a value.
+// The configuration file: lines of a name and a value, ^\s*(\w+)\s+([\S]+) as a regular expression.
 
 #include <fstream>
 #include <iostream>
-#include <limits>
+#include <string_view>
 
+#include "config/sources.h"
 #include "vu/config.h"
-#include "vu/pattern.h"
 
-/// Lines come from a file as long as this lives, and from the program afterwards.
-class vu_getopt::LinesOf {
- public:
-  LinesOf(Origin& current, const Origin& file) : current_(current), before_(current) {
-    current_ = file;
-  }
-  LinesOf(const LinesOf&) = delete;
-  LinesOf& operator=(const LinesOf&) = delete;
-  ~LinesOf() { current_ = before_; }
+namespace {
 
- private:
-  Origin& current_;
-  Origin before_;
-};
+using vu::detail::isDigit;
+using vu::detail::isSpace;
+
+bool isWord(char c) {
+  return isDigit(c) || c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+bool isNoSpace(char c) { return !isSpace(c); }
+
+/// Cuts the bytes of one kind off the front of a text.
+std::string_view take(std::string_view& text, bool (*isOfKind)(char)) {
+  std::size_t length = 0;
+  while (length < text.size() && isOfKind(text[length])) ++length;
+  const std::string_view front = text.substr(0, length);
+  text.remove_prefix(length);
+  return front;
+}
+
+}  // namespace
 
 int vu_getopt::setConfigFile(const char* path) {
   if (path == nullptr) {
     std::cout << "NULL" << std::endl;
-    throw vu_exception("Null configuration file definition");
+    throw vu_exception(vu_failure::file, "Null configuration file definition");
   }
+  const auto failure = [path](const char* what) {
+    return vu_exception(vu_failure::file,
+                        std::string("Cannot ") + what + " configuration file [" + path + "]");
+  };
   std::ifstream file(path);
   // A folder can be opened, but nothing of it can be read.
-  if (!file || (file.peek(), file.bad())) {
-    throw vu_exception(std::string("Cannot open configuration file [") + path + "]");
-  }
+  if (!file || (file.peek(), file.bad())) throw failure("open");
   file.clear();
-  paths_.emplace_back(path);
-  const LinesOf lines(lineOrigin_, {Origin::file, paths_.size() - 1, 0});
+  vu::detail::Sources::LinesOf lines(*sources_, path);
   std::string line;
   while (file.good()) {
     std::getline(file, line);
-    if (file.bad()) {
-      throw vu_exception(std::string("Cannot read configuration file [") + path + "]");
-    }
-    ++lineOrigin_.line;
+    if (file.bad()) throw failure("read");
+    lines.next();
     parseConfigLine(line);
   }
   return 0;
 }
 
 void vu_getopt::parseConfigLine(const std::string& line) {
-  static const vu_pcre form("^\\s*(\\w+)\\s+([\\S]+)", 3, -1);
-  if (line.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return;
-
-  const char* text = line.data();
-  auto remaining = static_cast<unsigned int>(line.size());
-  skipSpace(&text, remaining);
-  if (remaining == 0 || *text == '#') return;
-  int pairs[9];
-  if (form.match(text, static_cast<int>(remaining), 0, 0, pairs, 9) != 3) return;
-  const std::string name(text + pairs[2], text + pairs[3]);
+  std::string_view rest = line;
+  take(rest, isSpace);
+  const std::string_view name = take(rest, isWord);  // none where a comment starts
+  const std::string_view between = take(rest, isSpace);
+  const std::string_view value = take(rest, isNoSpace);
+  if (name.empty() || between.empty() || value.empty()) return;
 
   int row = 0;
   while (row < optCount_ && name != optTable_[row].name) ++row;
   if (row == optCount_) {
-    throw vu_exception("Unknown configure parameter in conf_file : " + name);
+    throw vu_exception(vu_failure::settings,
+                       "Unknown configure parameter in conf_file : " + std::string(name));
   }
-  std::string& value = fileText_[static_cast<std::size_t>(row)];
-  value.assign(text + pairs[4], text + pairs[5]);
-  if (optTable_[row].type == 'b') {
-    setFlag(row, str2val<long>(value), lineOrigin_);
-  } else {
-    setText(row, value.c_str(), lineOrigin_);
-  }
+  std::string& text = fileText_[static_cast<std::size_t>(row)];
+  text.assign(value);
+  const bool isFlag = optTable_[row].type == 'b';
+  params_[static_cast<std::size_t>(row)].value =
+      isFlag ? flagValue(str2val<long>(text)) : text.c_str();
+  sources_->set(row, sources_->line());
 }

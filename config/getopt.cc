@@ -5,8 +5,10 @@
 
 #include <cstring>
 #include <limits>
+#include <string_view>
 #include <utility>
 
+#include "config/sources.h"
 #include "vu/config.h"
 
 namespace {
@@ -29,6 +31,7 @@ class GetoptUse {
     static_cast<void>(getopt(1, nothing, ""));
     optarg = nullptr;
     optind = next_;
+    opterr = messages_;
   }
 
   /// The parse has come to its end: the caller finds its operands from optind on.
@@ -36,7 +39,10 @@ class GetoptUse {
 
  private:
   int next_ = 1;
+  int messages_ = opterr;
 };
+
+using vu::detail::Sources;
 
 /// The letters as getopt wants them: "b:d:A:c:v:P:DVx:".
 std::string getoptLetters(const vu_opt_helper* table) {
@@ -51,12 +57,39 @@ std::string getoptLetters(const vu_opt_helper* table) {
   return hasKeys ? letters + "x:" : letters;
 }
 
+/// Hands each option of a command line to a parser.
+void applyOptions(vu_getopt& parser, int argc, char* const* argv, const std::string& letters) {
+  GetoptUse use;
+  while (true) {
+    // A letter of value 255 is -1 as a char, and ends the options like it.
+    const auto option = static_cast<signed char>(getopt(argc, argv, letters.c_str()));
+    if (option == -1) break;
+    if (option == '?' || parser.setOptions(static_cast<char>(option), optarg) != 0) {
+      parser.usageMsg();
+    }
+  }
+  use.finish();
+}
+
+/// The first row of a letter whose name begins with `key`; -1: there is none.
+int findRow(const vu_opt_helper* table, char option, std::string_view key) {
+  for (int row = 0; table[row].name != nullptr; ++row) {
+    const std::string_view name = table[row].name;
+    if (table[row].option == option && name.substr(0, key.size()) == key) return row;
+  }
+  return -1;
+}
+
 }  // namespace
 
-vu_getopt::vu_getopt(int argc, char* const* argv, vu_opt_helper* table)
+vu_getopt::vu_getopt(int argc, char* const* argv, const vu_opt_helper* table)
     : argc_(argc), argv_(argv), optTable_(table != nullptr ? table : opt_helper) {
-  if (argv == nullptr && argc != 0) throw vu_exception("Empty Argument vector");
-  if (optTable_->name == nullptr) throw vu_exception("Empty Option Definition");
+  if (argv == nullptr && argc != 0) {
+    throw vu_exception(vu_failure::settings, "Empty Argument vector");
+  }
+  if (optTable_->name == nullptr) {
+    throw vu_exception(vu_failure::settings, "Empty Option Definition");
+  }
   getOptions();
 }
 
@@ -68,7 +101,7 @@ int vu_getopt::getOptions() {
   const auto slots = static_cast<std::size_t>(count) + 1;
   auto params = std::make_unique<config_helper[]>(slots);
   auto fileText = std::make_unique<std::string[]>(slots);
-  std::vector<Origin> origins(slots, {Origin::byDefault, 0, 0});
+  auto sources = std::make_unique<Sources>(slots);
   const std::string letters = getoptLetters(optTable_);
   for (std::size_t row = 0; row + 1 < slots; ++row) {
     params[row] = {optTable_[row].name, optTable_[row].type, optTable_[row].value};
@@ -76,69 +109,35 @@ int vu_getopt::getOptions() {
   optCount_ = count;
   params_ = std::move(params);
   fileText_ = std::move(fileText);
-  origins_ = std::move(origins);
-  paths_.clear();
-  if (argc_ != 0) runCommandLine(letters);
+  sources_ = std::move(sources);
+  if (argc_ != 0) applyOptions(*this, argc_, argv_, letters);
   return 0;
 }
 
-void vu_getopt::runCommandLine(const std::string& letters) {
-  GetoptUse use;
-  while (true) {
-    // A letter of value 255 is -1 as a char, and ends the options like it.
-    const auto option = static_cast<signed char>(getopt(argc_, argv_, letters.c_str()));
-    if (option == -1) break;
-    if (option == '?' || setOptions(static_cast<char>(option), optarg) != 0) usageMsg();
-  }
-  use.finish();
-}
-
 int vu_getopt::setOptions(char option, const char* argument) {
-  if (option == 'x' || option == 'X') return setKeyAndValue(option, argument);
-  for (int row = 0; row < optCount_; ++row) {
-    if (optTable_[row].option != option) continue;
-    const config_helper& record = params_[static_cast<std::size_t>(row)];
-    if (option == 'c') setConfigFile(argument);
-    const Origin origin{Origin::commandLine, 0, 0};
-    if (record.type == 'b') {
-      const long count = flagCount(record.value);
-      setFlag(row, count < std::numeric_limits<long>::max() ? count + 1 : count, origin);
-    } else {
-      if (argument == nullptr) return -1;
-      setText(row, argument, origin);
-    }
-    return 0;
+  const bool isKey = option == 'x' || option == 'X';
+  std::string_view key;
+  if (isKey) {  // "key=value"
+    const char* const equals = argument != nullptr ? std::strchr(argument, '=') : nullptr;
+    if (equals == nullptr) return -1;
+    key = {argument, static_cast<std::size_t>(equals - argument)};
+    argument = equals + 1;
   }
-  return -1;
-}
-
-/// "key=value" for the first row of this letter whose name begins with the key.
-int vu_getopt::setKeyAndValue(char option, const char* argument) {
-  const char* const equals = argument != nullptr ? std::strchr(argument, '=') : nullptr;
-  if (equals == nullptr) return -1;
-  const auto keyLength = static_cast<std::size_t>(equals - argument);
-  const Origin origin{Origin::commandLine, 0, 0};
-  for (int row = 0; row < optCount_; ++row) {
-    const vu_opt_helper& each = optTable_[row];
-    if (each.option != option || std::strncmp(each.name, argument, keyLength) != 0) continue;
-    if (each.type == 'b') {
-      setFlag(row, static_cast<long>(str2val<unsigned int>(equals + 1)), origin);
-    } else {
-      setText(row, equals + 1, origin);
-    }
-    return 0;
+  const int row = findRow(optTable_, option, key);
+  if (row < 0) return -1;
+  config_helper& record = params_[static_cast<std::size_t>(row)];
+  if (option == 'c') setConfigFile(argument);
+  if (record.type != 'b') {
+    if (argument == nullptr) return -1;
+    record.value = argument;
+  } else if (isKey) {
+    record.value = flagValue(static_cast<long>(str2val<unsigned int>(argument)));
+  } else {
+    const long count = flagCount(record.value);
+    record.value = flagValue(count < std::numeric_limits<long>::max() ? count + 1 : count);
   }
-  return -1;
-}
-
-void vu_getopt::setFlag(int row, long count, const Origin& origin) {
-  setText(row, flagValue(count), origin);
-}
-
-void vu_getopt::setText(int row, const char* text, const Origin& origin) {
-  const auto at = static_cast<std::size_t>(row);
-  params_[at].value = text;
-  origins_[at] = origin;
+  sources_->set(row, {Sources::commandLine, 0, 0});
+  return 0;
 }
 
 void vu_getopt::usageMsg() const {
@@ -158,7 +157,7 @@ void vu_getopt::usageMsg() const {
     }
     text += ']';
   }
-  throw vu_exception(text);
+  throw vu_exception(vu_failure::usage, text);
 }
 
 const char* vu_getopt::getOptItem(const char* name, int& type) const {
@@ -170,22 +169,14 @@ const char* vu_getopt::getOptItem(const char* name, int& type) const {
     type = static_cast<signed char>(record.type);
     return record.value;
   }
-  throw vu_exception(std::string("Unknown Parameter ") + (name != nullptr ? name : "NULL"));
+  throw vu_exception(vu_failure::settings,
+                     std::string("Unknown Parameter ") + (name != nullptr ? name : "NULL"));
 }
 
 std::string vu_getopt::origin(int index) const {
   if (index < 0 || index >= optCount_) {
-    throw vu_exception("vu_getopt::origin: Index out of range [" + val2str(index) + "]");
+    throw vu_exception(vu_failure::settings,
+                       "vu_getopt::origin: Index out of range [" + val2str(index) + "]");
   }
-  const Origin& origin = origins_[static_cast<std::size_t>(index)];
-  switch (origin.kind) {
-    case Origin::byDefault:
-      return "default";
-    case Origin::commandLine:
-      return "command line";
-    case Origin::file:
-      return paths_[origin.path] + ":" + val2str(origin.line);
-    default:
-      return "set by program";
-  }
+  return sources_->textOf(index);
 }

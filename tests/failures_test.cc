@@ -435,14 +435,15 @@ TEST(Failures, Crypto) {
 TEST(Failures, NoneWhereNothingIsAllocated) {
   static const vu_pcre pattern("(a+)(b)", 3, -1);
   static vu_config store(nullptr);
-  store.setParam("port", "8080", 'p');
+  store.setParam(kLong.c_str(), "0x1F90", 'p');
   xmldata node("data", 4, nullptr, 0);
   vu_data<int*, 20> record(bytes(kLong));
   pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
   const long before = vu::test::allocations;
   int vector[9];
   EXPECT_EQ(3, pattern.match("xab", 3, 0, 0, vector, 9));
-  EXPECT_EQ(8080, store.getConfItem("port").asUShort);
+  EXPECT_EQ(8080, store.getConfItem(kLong.c_str()).asUShort);
+  EXPECT_EQ("0x1F90", store.getParam(kLong.c_str()));
   node.setContext("text", 4);
   EXPECT_TRUE(record.isKey(bytes(kLong)));
   EXPECT_NE(hashfunctor<char*>()(kLong.c_str()), hashfunctor<unsigned int>()(7U));
@@ -451,13 +452,6 @@ TEST(Failures, NoneWhereNothingIsAllocated) {
   EXPECT_EQ(10U, numericLength(4294967295U));
   EXPECT_EQ(0.5, str2val<double>("0.5"));
   EXPECT_EQ(before, vu::test::allocations);
-}
-
-std::string firstLine() {
-  vu_getopt parser(0, nullptr, nullptr);
-  parser.parseConfigLine("debug 7");
-  int type = 0;
-  return parser.getOptItem("debug", type);
 }
 
 std::string lengthOfMessage(const EVP_CIPHER* cipher) {
@@ -503,7 +497,6 @@ TEST(Failures, FirstOfTheProcess) {
     const char* done;
     long step, most;  ///< Of the allocations that fail.
   } rows[] = {
-      {result("parseConfigLine", firstLine, whole, "PCRE Compile "), "7", 1, 1000},
       {result("AES", aes, again, initFailed), "16", 211, 100000},
       {change("RC4", rc4BehindAes, run, whole, initFailed), "4", 1, 100},
   };

@@ -1,9 +1,10 @@
 // A daemon's settings: an option table with defaults, the command line, configuration files, and
 // the typed store of what they come to.
 //
-//   vu_config settings(nullptr);
+//   vu_config settings;
 //   settings.initConfig(argc, argv, nullptr);            // the default table, opt_helper
-//   int level = settings.getConfItem("debug").asInt;     // converted by the setting's type letter
+//   settings.check();                                    // every number can be read
+//   int level = settings.get<int>("debug");              // throws for a letter other than 'd'
 //   const std::string& port = settings.getParam("inet_port");
 //   std::cout << settings.origin("debug") << '\n';       // "default", "/etc/vu.conf:12", ...
 //
@@ -12,20 +13,25 @@
 //
 // Threads:  one parse at a time in a process, and none beside other users of `getopt`. Any number
 //           of threads may read a store while nobody writes to it.
-// Errors:   every failure is a vu_exception, the usage text too.
+// Errors:   every failure is a vu_exception. Of kind `usage` is the usage text alone, which "-h"
+//           asks for; of kind `file` a file that cannot be read, of kind `number` a text that is
+//           none, of kind `settings` all else.
 // Lifetime: `vu_getopt` points into the table and `argv`; `vu_config` owns copies of all texts.
 
 #ifndef VU_CONFIG_H_
 #define VU_CONFIG_H_
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "vu/export.h"
 #include "vu/foundation.h"
+
+namespace vu::detail {
+class Settings;
+class Sources;
+}  // namespace vu::detail
 
 // ---------------------------------------------------------------------------------------------
 // Tables and records
@@ -68,8 +74,9 @@ inline const char* flagValue(long count) {
 class VU_EXPORT vu_getopt {
  public:
   /// Parses at once. A null `table` is opt_helper; `argc` 0 with a null `argv` leaves all defaults.
-  /// `argv` and the table must outlive the object; `getopt` may move the operands in `argv` behind
-  /// the options, and leaves the index of the first in `optind`.
+  /// `argv` and the table must outlive the object. `argv` is written to, whatever its type says:
+  /// the system's `getopt` may move the operands behind the options, and leaves the index of the
+  /// first operand in `optind`. Its `opterr` is afterwards what it was.
   ///
   /// Throws vu_exception, and no object exists then:
   ///   "Empty Argument vector"    for a null `argv` with an `argc` other than 0;
@@ -77,7 +84,7 @@ class VU_EXPORT vu_getopt {
   ///   the usage text             for an unknown letter, a missing argument, and an "-x" argument
   ///                              without "=" or with a key that begins no name of an 'x' row;
   ///   what `setConfigFile` and str2val throw.
-  vu_getopt(int argc, char* const* argv, vu_opt_helper* table);
+  vu_getopt(int argc, char* const* argv, const vu_opt_helper* table);
   vu_getopt(const vu_getopt&) = delete;
   vu_getopt& operator=(const vu_getopt&) = delete;
   virtual ~vu_getopt();
@@ -100,8 +107,7 @@ class VU_EXPORT vu_getopt {
   const char* getOptItem(const char* name, int& type) const;
 
   /// Reads and applies a configuration file; returns 0. A line sets a parameter by its name and the
-  /// next word; blank lines, comments ("#") and lines of any other form are skipped, as are lines
-  /// of 2 GiB or more.
+  /// next word; blank lines, comments ("#") and lines of any other form are skipped.
   ///
   /// Throws vu_exception, and what stood in front of the bad line stays applied:
   ///   "Null configuration file definition"                 for a null path; prints "NULL" too;
@@ -127,29 +133,13 @@ class VU_EXPORT vu_getopt {
   std::string origin(int index) const;
 
  private:
-  /// Where a record's value comes from.
-  struct Origin {
-    enum Kind : char { byDefault, commandLine, file, program };
-    Kind kind;
-    std::size_t path;  // in paths_
-    long long line;
-  };
-  class LinesOf;
-
-  void runCommandLine(const std::string& letters);
-  int setKeyAndValue(char option, const char* argument);
-  void setFlag(int row, long count, const Origin& origin);
-  void setText(int row, const char* text, const Origin& origin);
-
   int argc_;
   char* const* argv_;
-  vu_opt_helper* optTable_;
+  const vu_opt_helper* optTable_;
   std::unique_ptr<std::string[]> fileText_;
   int optCount_ = 0;
   std::unique_ptr<config_helper[]> params_;
-  std::vector<Origin> origins_;
-  std::vector<std::string> paths_;               // of the files read
-  Origin lineOrigin_ = {Origin::program, 0, 0};  // of the line being applied
+  std::unique_ptr<vu::detail::Sources> sources_;  // of the records' values
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -166,18 +156,6 @@ struct config_obj {
   std::string value;  ///< The text as it was written; nothing is converted or checked.
 };
 
-namespace vu::detail {
-
-/// An entry of the store.
-struct Setting {
-  config_obj stored;
-  std::string origin;  ///< Empty when the program has set it.
-};
-
-using Settings = std::map<std::string, Setting>;
-
-}  // namespace vu::detail
-
 /// A value as its type letter asks for it; all other bytes are zero.
 union config_value {
   int asInt;                ///< 'd'
@@ -187,25 +165,49 @@ union config_value {
   const char* asText;       ///< any other letter but 0; valid until the entry's text is set again
 };
 
-/// All settings by their names. A write that throws leaves the store as it was.
+/// All settings by their names. A write that throws leaves the store as it was. A read takes a few
+/// nanoseconds: texts are converted when they are written.
 class VU_EXPORT vu_config {
  public:
+  /// An empty store.
+  vu_config() noexcept;
   /// Loads `records` unless that is null. Throws as `configParams`.
   explicit vu_config(const config_helper* records);
+  /// Copies all settings with their origins.
+  vu_config(const vu_config& other);
+  /// Leaves `other` empty. References to its texts stay valid, and are this store's.
+  vu_config(vu_config&& other) noexcept;
+  /// Either of the two. References to texts that the store had are no longer valid.
+  vu_config& operator=(vu_config other) noexcept;
+  ~vu_config();
 
-  /// Parses (see vu_getopt) and stores every row of the table, a `vu_opt_helper*` or null for
+  /// Parses (see vu_getopt) and stores every row of the table, a `const vu_opt_helper*` or null for
   /// opt_helper. Entries under other names stay. Throws what vu_getopt and `configParams` throw.
-  void initConfig(int argc, char* const* argv, void* table);
+  void initConfig(int argc, char* const* argv, const void* table);
 
-  /// The same for settings that may have changed meanwhile; but entries that the program has set
-  /// stay as they are. The new values are built aside and put in place in one step.
-  void reload(int argc, char* const* argv, void* table);
+  /// The same for settings that may have changed meanwhile; but entries that the program has set by
+  /// `setParam` or `setConfParam` stay as they are, and values that nobody could read are refused.
+  /// The new values are built aside, and put in place when all of them are good.
+  ///
+  /// Throws what `initConfig` and `check` throw; the store is then as it was.
+  void reload(int argc, char* const* argv, const void* table);
 
-  /// Stores `records`, ended by one with a null name, and returns their number; 0 for null.
+  /// Throws vu_exception for the first setting, in the order of the table, whose text does not
+  /// convert as its type letter asks, with its name and origin:
+  ///   "debug (/etc/vu.conf:12): bad conversion [abc]"
+  ///   "debug (command line): empty string T"
+  void check() const;
+  /// The same for one setting. Unknown names throw as in `getParam`.
+  void check(const char* name) const;
+
+  /// Stores `records`, ended by one with a null name, and returns their number; 0 for null. `reload`
+  /// replaces them: it takes them for where the program starts from.
   ///
   /// Throws vu_exception "Null value for parameter [" + name + "]" for a null text of another type
   /// than 'b', before anything is stored.
   int configParams(const config_helper* records);
+  /// The records of a parser, with their origins. Throws as above.
+  int configParams(const vu_getopt& parser);
 
   /// Stores one record; a null pointer does nothing. Throws as `configParams`, and
   /// "vu_config::setConfParam: Null name" for a record without one.
@@ -217,26 +219,47 @@ class VU_EXPORT vu_config {
 
   /// The text of a setting. The reference stays valid as long as the store and shows later changes.
   ///
-  /// Throws vu_exception "Unknown Get Parameter [" + name + "]"; any other exception, such as for
-  /// want of memory, ends the process.
+  /// Throws vu_exception "Unknown Get Parameter [" + name + "]"; when there is no memory for that
+  /// text, it ends the process. A known name needs no memory.
   const std::string& getParam(const char* name) const;
   /// The same with the setting's letter in `type`, 0 after a failure.
   const std::string& getParam(const char* name, char& type) const;
 
-  /// A setting's value, converted by its type letter at each call.
+  /// A setting's value by its type letter.
   ///
-  /// Throws vu_exception "unknown parameter", and what str2val throws for the text; any other
-  /// exception ends the process.
+  /// Throws vu_exception "unknown parameter", and what str2val throws for the text; when there is no
+  /// memory for these, it ends the process. A text that converts needs no memory.
   config_value getConfItem(const char* name) const;
 
+  /// A setting's value, which must be of a letter that fits T: `int` 'd', `double` 'e', `unsigned
+  /// int` 'l', `unsigned short` 'p' or 'u', `std::string` any other but 0.
+  ///
+  /// Throws vu_exception:
+  ///   "Unknown Get Parameter [" + name + "]";
+  ///   "debug (default): wrong type [d]"   with the setting's name, origin and letter, for a letter
+  ///                                       of another T; none stands in the brackets for letter 0;
+  ///   what `check` throws                 for a text that does not convert.
+  template <typename T>
+  T get(const char* name) const = delete;
+
   /// Where a setting comes from: "default", "command line", a configuration file's path and line
-  /// ("/etc/vu.conf:12"), or "set by program". Unknown names throw as in `getParam`.
+  /// ("/etc/vu.conf:12"), "loaded by program" for the records of `configParams`, or "set by
+  /// program". Unknown names throw as in `getParam`.
   std::string origin(const char* name) const;
 
  private:
-  void put(vu::detail::Settings& staged) noexcept;
-
-  vu::detail::Settings confMap_;
+  std::unique_ptr<vu::detail::Settings> confMap_;  // null: empty
 };
+
+template <>
+VU_EXPORT int vu_config::get<int>(const char* name) const;
+template <>
+VU_EXPORT double vu_config::get<double>(const char* name) const;
+template <>
+VU_EXPORT unsigned int vu_config::get<unsigned int>(const char* name) const;
+template <>
+VU_EXPORT unsigned short vu_config::get<unsigned short>(const char* name) const;
+template <>
+VU_EXPORT std::string vu_config::get<std::string>(const char* name) const;
 
 #endif  // VU_CONFIG_H_

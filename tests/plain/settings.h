@@ -1,5 +1,5 @@
 // The command line and the configuration file, told plainly: getopt says which options there are,
-// and lines are cut up by hand.
+// and a regular expression what a line holds.
 
 #ifndef VU_TESTS_PLAIN_SETTINGS_H_
 #define VU_TESTS_PLAIN_SETTINGS_H_
@@ -7,19 +7,18 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <climits>
 #include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "tests/plain/numbers.h"
 #include "tests/support.h"
 #include "vu/config.h"
+#include "vu/pattern.h"
 
 namespace vu::test {
 
@@ -91,8 +90,30 @@ inline std::string itemOf(const vu_config& store, const char* name) {
   }
 }
 
+/// A converted setting, told plainly.
+inline std::string itemPlainly(const std::string& text, char type) {
+  switch (type) {
+    case 'd':
+      return convertPlainly<int>(text, false);
+    case 'e':
+      return convertPlainly<double>(text, false);
+    case 'l':
+      return convertPlainly<unsigned int>(text, false);
+    case 'p':
+      return convertPlainly<unsigned short>(text, false);
+    case 'u': {
+      const std::string whole = convertPlainly<unsigned int>(text, false);
+      return whole[0] == '<' ? whole : std::to_string(std::stoul(whole) & 0xffffU);
+    }
+    case 0:
+      return "";
+    default:
+      return text;
+  }
+}
+
 /// The records that a command line leads to, or its message, "usage" for the usage text.
-inline std::string recordsOf(const Arguments& arguments, vu_opt_helper* table) {
+inline std::string recordsOf(const Arguments& arguments, const vu_opt_helper* table) {
   std::string all;
   const std::string message =
       messageOf([&] { all = recordsOf(vu_getopt(arguments.count(), arguments.vector(), table)); });
@@ -132,14 +153,29 @@ class PlainSettings {
     return usage ? "usage" : message.empty() ? records() : message;
   }
 
-  std::string records() const {
-    std::string all;
-    for (std::size_t i = 0; i < values_.size(); ++i) {
+  /// All records; with `first`, the program has set that of the first row.
+  std::string records(const char* first = nullptr) const {
+    std::string all = first != nullptr ? recordText(table_[0].name, first, "set by program") : "";
+    for (std::size_t i = first != nullptr ? 1 : 0; i < values_.size(); ++i) {
       const Value& value = values_[i];
       all += recordText(table_[i].name, table_[i].type == 'b' ? val2str(value.count) : value.text,
                         value.origin);
     }
     return all;
+  }
+
+  /// What nobody could read of the rows behind the first: the first complaint of a reload.
+  std::string complaint() const {
+    for (std::size_t i = 1; i < values_.size(); ++i) {
+      const Value& value = values_[i];
+      const bool isFlag = table_[i].type == 'b';
+      const char type = isFlag ? 'd' : table_[i].type;
+      const std::string item = itemPlainly(isFlag ? val2str(value.count) : value.text, type);
+      if (item[0] == '<' && std::strchr("delpu", type) != nullptr) {
+        return table_[i].name + (" (" + value.origin + "): ") + item.substr(1, item.size() - 2);
+      }
+    }
+    return "";
   }
 
   void readFile(const std::string& path) {
@@ -156,20 +192,12 @@ class PlainSettings {
     }
   }
 
-  void readLine(std::string_view line, const std::string& origin) {
-    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
-    const auto isWord = [](char c) { return c > 0 && (std::isalnum(c) != 0 || c == '_'); };
-    std::size_t at = 0;
-    const auto take = [&line, &at](const auto& isWanted) {
-      const std::size_t from = at;
-      while (at < line.size() && isWanted(line[at])) ++at;
-      return std::string(line.substr(from, at - from));
-    };
-    take(isSpace);
-    const std::string name = take(isWord);
-    const std::string between = take(isSpace);
-    const std::string value = take([&](char c) { return !isSpace(c); });
-    if (name.empty() || between.empty() || value.empty()) return;
+  void readLine(const std::string& line, const std::string& origin) {
+    static const vu_pcre form("^\\s*(\\w+)\\s+([\\S]+)", 3, -1);
+    int at[9];
+    if (form.match(line.data(), static_cast<int>(line.size()), 0, 0, at, 9) != 3) return;
+    const std::string name(line.data() + at[2], line.data() + at[3]);
+    const std::string value(line.data() + at[4], line.data() + at[5]);
     std::size_t row = 0;
     while (row < values_.size() && name != table_[row].name) ++row;
     if (row == values_.size()) {
