@@ -1,10 +1,11 @@
 // A daemon's start: the default option table and six options of a command line, beside two
 // libraries that are told of equal options. Describing the options is a part of the job, as it is
-// in a daemon.
+// in a daemon. Then the reads of a request, beside a container of numbers.
 
 #include "vu/config.h"
 
 #include <array>
+#include <unordered_map>
 
 #include <CLI/CLI.hpp>
 #include <boost/program_options.hpp>
@@ -110,9 +111,29 @@ void peer(benchmark::State& state, Parse parse) {
   measureCall(state, [&] { return parse(arguments.get()); });
 }
 
+/// What a daemon reads for a request, in turn: three numbers and a text.
+constexpr std::array<const char*, 4> kRead = {"debug", "inet_port", "hash_size", "showstatus"};
+
+void readSettings(benchmark::State& state) {
+  Arguments arguments;
+  const vu_config settings = parseByOurs(arguments.get());
+  require(settings.getConfItem("hash_size").asInt == 25, "a setting is another one");
+  measureEach(state, kRead, [&](const char* name) { return settings.getConfItem(name); });
+}
+
+/// The same of values that stand ready in a container, asked by names that stand ready, too.
+void readContainer(benchmark::State& state) {
+  std::unordered_map<std::string, int> values;
+  for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) values[row->name] = 25;
+  const std::vector<std::string> names(kRead.begin(), kRead.end());
+  measureEach(state, names, [&](const std::string& name) { return values.find(name)->second; });
+}
+
 }  // namespace
 
 void registerConfig() {
+  add("config/read/vu", readSettings);
+  add("config/read/unordered-map", readContainer);
   add("config/init/vu", initConfig);
   add("config/init/cli11", [](benchmark::State& state) { peer(state, parseByCli11); });
   add("config/init/boost", [](benchmark::State& state) { peer(state, parseByBoost); });
