@@ -39,7 +39,7 @@ struct Setting {
   std::string name;
   char type;
   std::string value;  ///< Converted, and written out again.
-  std::string error;  ///< Why it does not convert; "" when it does.
+  std::string error;  ///< Which one does not convert, and why; "" when it does.
   std::string origin;
 };
 
@@ -148,23 +148,24 @@ void noteSkippedLines(const std::vector<std::string>& files) {
 
 /// Throws Refusal for what the daemon would refuse, but for wrong usage, of which it tells itself.
 std::vector<Setting> readSettings(const SettingsOptions& options) {
-  vu_config store(nullptr);
+  vu_config store;
   DaemonArguments arguments(options.arguments);
   try {
     store.initConfig(arguments.count(), arguments.vector(), nullptr);
     noteOperands(arguments);
     if (options.checkOnly) noteSkippedLines(filesOf(options));
   } catch (const vu_exception& failure) {
+    if (failure.kind() == vu_failure::usage) throw;
     const std::string what = failure.what();
-    if (what.rfind("\nUsage: ", 0) == 0) throw;
-    const bool couldRead = what.rfind("Cannot ", 0) != 0;
-    throw Refusal(what + (couldRead ? placeOf(what, filesOf(options)) : ""));
+    throw Refusal(what +
+                  (failure.kind() != vu_failure::file ? placeOf(what, filesOf(options)) : ""));
   }
   std::vector<Setting> settings;
   for (const vu_opt_helper* row = opt_helper; row->name != nullptr; ++row) {
     Setting setting{row->name, 0, "", "", store.origin(row->name)};
     store.getParam(row->name, setting.type);
     try {
+      store.check(row->name);
       setting.value = converted(store, setting);
     } catch (const vu_exception& failure) {
       setting.error = failure.what();
@@ -230,7 +231,7 @@ int showSettings(const SettingsOptions& options) {
     appendRow(out, setting, options.format);
     if (setting.error.empty()) continue;
     exitStatus = kRefused;
-    say(setting.name + ": " + setting.error + " (" + setting.origin + ")");
+    say(setting.error);
   }
   if (options.checkOnly) out = exitStatus == kDone ? "The settings are good.\n" : "";
   writeOut(out);
