@@ -11,6 +11,7 @@
 #include <memory>
 
 #include <gtest/gtest.h>
+#include <openssl/err.h>
 #include <openssl/evp.h>
 
 #include "tests/allocations.h"
@@ -170,12 +171,14 @@ std::string failAt(const Operation& row, long number, const std::string& done, b
   return "";
 }
 
-/// The same with what it leaks. What is made once and kept for the process is no leak.
+/// The same with what it leaks. What is made once and kept for the process is no leak, nor is what
+/// OpenSSL's queue of errors holds.
 std::string failTwiceAt(const Operation& row, long number, const std::string& done, bool& reached) {
   long held = 0;
   for (int round = 0; round < 2; ++round) {
     held = vu::test::blocksHeld;
     std::string complaint = failAt(row, number, done, reached);
+    ERR_clear_error();
     if (!complaint.empty()) return complaint;
   }
   return vu::test::blocksHeld == held ? "" : "leaks";
@@ -482,23 +485,28 @@ bool failFirstAt(const Operation& row, long number, const std::string& done, con
 /// Of the thousands of allocations that OpenSSL makes when it starts some fail; where its own
 /// context cannot be made, it stays without. RC4 has a context of our own: behind the first hundred
 /// allocations stands the loading of a provider, and there OpenSSL 3.0 crashes itself when some of
-/// them fail.
+/// them fail. OpenSSL 3.5 waits for itself for ever when its very first step has no memory at all.
 TEST(Failures, FirstOfTheProcess) {
   const char* const initFailed = "Cipher Init failed : ";
   const auto aes = [] { return lengthOfMessage(nullptr); };
   const auto rc4 = [] { return lengthOfMessage(EVP_rc4()); };
+  const auto takeFirstStep = [] {
+    if (vu::test::staysEmpty && OPENSSL_version_minor() >= 5) OPENSSL_init_crypto(0, nullptr);
+    return std::make_unique<std::string>();
+  };
   const auto rc4BehindAes = [&] {
     aes();
     return std::make_unique<std::string>();
   };
-  const auto run = [rc4](std::string& text) { text = rc4(); };
+  const auto runAes = [aes](std::string& text) { text = aes(); };
+  const auto runRc4 = [rc4](std::string& text) { text = rc4(); };
   const struct {
     Operation operation;
     const char* done;
     long step, most;  ///< Of the allocations that fail.
   } rows[] = {
-      {result("AES", aes, again, initFailed), "16", 211, 100000},
-      {change("RC4", rc4BehindAes, run, whole, initFailed), "4", 1, 100},
+      {change("AES", takeFirstStep, runAes, again, initFailed), "16", 211, 100000},
+      {change("RC4", rc4BehindAes, runRc4, whole, initFailed), "4", 1, 100},
   };
   for (const auto& row : rows) {
     for (const bool forGood : {false, true}) {
