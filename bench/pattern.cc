@@ -3,14 +3,13 @@
 
 #include "vu/pattern.h"
 
-#include <pcre.h>
-
 #include <algorithm>
 #include <list>
 #include <random>
 #include <regex>
 #include <utility>
 
+#include "bare_pcre.h"
 #include <re2/re2.h>
 
 #include "bench/support.h"
@@ -24,37 +23,6 @@ constexpr char kPair[] = "(\\w+)=(\\w*)";
 /// Exponential for a matcher that goes back; the subject has no match.
 constexpr char kHostile[] = "(a+)+$";
 const std::string kHostileText = std::string(64, 'a') + 'b';
-
-/// PCRE as a careful user has it: studied for the just-in-time compiler, one vector, cleared before
-/// each search.
-class BarePcre {
- public:
-  BarePcre(const char* pattern, int options) {
-    const char* error = nullptr;
-    int offset = 0;
-    pattern_ = pcre_compile(pattern, options, &error, &offset, nullptr);
-    require(pattern_ != nullptr, std::string("pcre_compile refuses ") + pattern);
-    study_ = pcre_study(pattern_, PCRE_STUDY_JIT_COMPILE, &error);
-  }
-  BarePcre(const BarePcre&) = delete;
-  BarePcre& operator=(const BarePcre&) = delete;
-  ~BarePcre() {
-    pcre_free_study(study_);
-    pcre_free(pattern_);
-  }
-
-  int execute(const char* subject, int length, int start) {
-    std::fill(std::begin(vector_), std::end(vector_), 0);
-    return pcre_exec(pattern_, study_, subject, length, start, 0, vector_, 9);
-  }
-  int end() const { return vector_[1]; }
-  const int* results() const { return vector_; }
-
- private:
-  pcre* pattern_;
-  pcre_extra* study_;
-  int vector_[9];
-};
 
 /// How many labels `engine` finds in a host: one search each, and the last that fails.
 template <typename Engine>
@@ -162,7 +130,7 @@ Pairs collectByPcre(BarePcre& pattern) {
   const char* const text = log().data();
   const int length = static_cast<int>(log().size());
   const auto group = [&](int i) {
-    const int* const ends = pattern.results() + 2 * std::ptrdiff_t{i};
+    const auto* const ends = pattern.results() + 2 * std::ptrdiff_t{i};
     return CharSizet_t(text + ends[0], static_cast<unsigned>(ends[1] - ends[0]));
   };
   for (int at = 0; pattern.execute(text, length, at) == 3; at = pattern.end()) {
@@ -205,7 +173,7 @@ void registerPairs() {
     pairs(state, [&] { return collectByRe2(pattern); });
   });
   add("pattern/pairs/pcre", [](benchmark::State& state) {
-    BarePcre pattern(kPair, PCRE_DOTALL);
+    BarePcre pattern(kPair, vu_pcre::dotAll);
     pairs(state, [&] { return collectByPcre(pattern); });
   });
 }
@@ -214,11 +182,11 @@ void registerPairs() {
 
 void registerPattern() {
   add("pattern/labels/vu", [](benchmark::State& state) {
-    OurPcre pattern{{kLabel, 2, PCRE_CASELESS}};
+    OurPcre pattern{{kLabel, 2, vu_pcre::caseless}};
     labels(state, [&](const std::string& host) { return countLabels(pattern, host); });
   });
   add("pattern/labels/pcre", [](benchmark::State& state) {
-    BarePcre pattern(kLabel, PCRE_CASELESS);
+    BarePcre pattern(kLabel, vu_pcre::caseless);
     labels(state, [&](const std::string& host) { return countLabels(pattern, host); });
   });
   add("pattern/labels/re2", [](benchmark::State& state) {

@@ -27,7 +27,7 @@ configure_package_config_file(cmake/vuConfig.cmake.in vuConfig.cmake
                               INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(vuConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/vuConfig.cmake ${PROJECT_BINARY_DIR}/vuConfigVersion.cmake
-              cmake/FindPCRE.cmake
+              cmake/Find${VU_PCRE_PACKAGE}.cmake
         DESTINATION ${package_dir})
 
 # pkg-config finds the prefix from where vu.pc stands, unless the folders are absolute.
@@ -39,7 +39,7 @@ foreach(dir LIBDIR INCLUDEDIR)
   endif()
 endforeach()
 # What libvu needs itself comes with a shared one; a static one leaves it to the final link.
-set(VU_PC_REQUIRES "Requires.private: libpcre libcrypto")
+set(VU_PC_REQUIRES "Requires.private: ${VU_PCRE_MODULE} libcrypto")
 if(BUILD_SHARED_LIBS)
   set(VU_PC_REQUIRES "")
 endif()

@@ -1,4 +1,4 @@
-// Which patterns PCRE's just-in-time code may search for.
+// Which patterns an engine's just-in-time code may search for.
 
 #ifndef VU_PATTERN_JIT_AGREEMENT_H_
 #define VU_PATTERN_JIT_AGREEMENT_H_

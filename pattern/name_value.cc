@@ -10,8 +10,6 @@ CharSizet_t viewOfGroup(const NvalPcre& regex, int group, const char* text) {
   return {data, data != nullptr ? static_cast<unsigned int>(length) : 0};
 }
 
-constexpr int kBadLength = -32;  // PCRE_ERROR_BADLENGTH
-
 [[noreturn]] void failWith(int code) {
   throw vu_exception(vu_failure::pattern, "stingTinsert : PCRE error " + val2str(code));
 }
@@ -32,11 +30,11 @@ unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_t>>& list,
 
 unsigned int insertNV2List(std::list<std::pair<CharSizet_t, CharSizet_t>>& list, NvalPcre& regex,
                            std::string_view text) {
-  if (text.size() > INT_MAX) failWith(kBadLength);
+  if (text.size() > INT_MAX) failWith(vu_pcre::badLength);
   const int end = static_cast<int>(text.size());
   for (int offset = 0; offset < end;) {
     const int result = regex.execute(text.data(), end, offset, 0);
-    if (result == -1) break;
+    if (result == vu_pcre::noMatch) break;
     if (result <= 0) failWith(result);
     if (result == 3) {
       list.emplace_back(viewOfGroup(regex, 1, text.data()), viewOfGroup(regex, 2, text.data()));

@@ -1,5 +1,6 @@
-// Asks the system once per thread where its stack lies; stacks grow downwards on every platform
-// that the library runs on.
+// Asks the system once per thread where its stack lies, and keeps a failure as well: for the first
+// thread the answer is in /proc, which a process that has locked itself in may not even try to open.
+// Stacks grow downwards on every platform that the library runs on.
 
 #include "pattern/stack_room.h"
 
@@ -10,17 +11,18 @@
 namespace vu::detail {
 namespace {
 
-constexpr std::size_t kUnknown = std::size_t{128} << 10;
+constexpr std::size_t kUnknown = std::size_t{16} << 10;
 
 struct Stack {
   std::uintptr_t low;
-  std::uintptr_t high;  // 0: not known yet, or the system could not tell
+  std::uintptr_t high;  // 0: not asked for yet; as `low`: the system could not tell
 };
 
 // Reached on every search: the model spares the call that finds a library's thread data.
 thread_local Stack stack __attribute__((tls_model("initial-exec"))) = {0, 0};
 
 void findStack() noexcept {
+  stack.low = stack.high = UINTPTR_MAX;
   pthread_attr_t attributes;
   if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
   void* base = nullptr;

@@ -1,15 +1,25 @@
-// How much of the calling thread's stack is left, for code that recurses by its input.
+// How much of the calling thread's stack is left, for code whose need of it depends on its input.
 
 #ifndef VU_PATTERN_STACK_ROOM_H_
 #define VU_PATTERN_STACK_ROOM_H_
 
+#include <algorithm>
 #include <cstddef>
 
 namespace vu::detail {
 
-/// Bytes between here and the end of the thread's stack; a cautious guess where that is not known,
-/// as on a stack that the program has switched to by itself.
+/// Bytes between here and the end of the thread's stack; 16 KiB where that is not known, as on a
+/// stack that the program has switched to by itself. Asks the system once a thread.
 std::size_t stackRoom() noexcept;
+
+/// How much of it just-in-time code may take for a pattern of so many compiled bytes. Its frame has
+/// at most two words for each item of the pattern and each offset, an item has two bytes or more,
+/// and no frame is larger than 64 KiB; calls, and signals on the way, need some more.
+constexpr std::size_t jitFrame(std::size_t compiledBytes) {
+  constexpr std::size_t kLargest = std::size_t{64} << 10;
+  constexpr std::size_t kSpare = std::size_t{4} << 10;
+  return std::min(compiledBytes * 2 * sizeof(void*), kLargest) + kSpare;
+}
 
 }  // namespace vu::detail
 

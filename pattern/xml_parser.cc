@@ -25,7 +25,6 @@ constexpr int kWithoutBody = 6;
 
 constexpr unsigned long long kSteps = 1'000'000;
 constexpr unsigned long long kStepsPerByte = 16;
-constexpr int kTooManySteps = -8;  // PCRE_ERROR_MATCHLIMIT
 
 /// A piece of the text, by its offsets.
 struct Span {
@@ -222,7 +221,8 @@ std::string_view Walk::shorterName(std::string_view name, int body, int end) {
   std::size_t compared = 0;
   const std::string_view shorter = closings_.shorterName(name, body, end, compared);
   steps_ += compared;
-  if (steps_ > kSteps + kStepsPerByte * static_cast<unsigned int>(length_)) failWith(kTooManySteps);
+  if (steps_ > kSteps + kStepsPerByte * static_cast<unsigned int>(length_))
+    failWith(vu_pcre::stepLimit);
   return shorter;
 }
 

@@ -1,7 +1,5 @@
 #include "tests/allocations.h"
 
-#include <pcre.h>
-
 #include <cstdlib>
 #include <new>
 
@@ -54,8 +52,7 @@ void ofOpenSsl(void* block, const char* /*file*/, int /*line*/) { release(block)
 }  // namespace
 
 bool watchLibraries() {
-  pcre_malloc = allocate;
-  pcre_free = release;
+  if (watchPatterns != nullptr) watchPatterns(allocate, release);
   return CRYPTO_set_mem_functions(forOpenSsl, againForOpenSsl, ofOpenSsl) == 1;
 }
 

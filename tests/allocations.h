@@ -5,6 +5,7 @@
 #define VU_TESTS_ALLOCATIONS_H_
 
 #include <atomic>
+#include <cstddef>
 
 namespace vu::test {
 
@@ -14,7 +15,11 @@ extern std::atomic<long> allocationsLeft;  ///< until one fails; negative: none 
 extern std::atomic<bool> staysEmpty;       ///< whether all fail behind the one that does
 extern std::atomic<long> failures;         ///< allocations that were made to fail so far
 
-/// Puts PCRE and OpenSSL under the counters; before they allocate anything. False: too late.
+/// Puts an engine of patterns under the counters that does not allocate by operator new; it is
+/// there with such an engine only.
+[[gnu::weak]] void watchPatterns(void* (*allocate)(std::size_t), void (*release)(void*));
+
+/// Puts the engine and OpenSSL under the counters; before they allocate anything. False: too late.
 bool watchLibraries();
 
 }  // namespace vu::test

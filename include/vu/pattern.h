@@ -14,7 +14,11 @@
 //           results.
 // Lifetime: nothing is copied: results point into the caller's subject. An object owns its compiled
 //           pattern and is not copied.
-// Limits:   a hostile pattern or subject ends in a negative PCRE code, not in a crash: see `match`.
+// Limits:   a hostile subject ends in a negative code, not in a crash: see `match`. On a stack that
+//           the program has switched to by itself, such as a fiber's, 16 KiB must be free.
+// Engine:   the library is built with PCRE 8 or with PCRE2. Options, results and vectors are those
+//           of PCRE 8 with either: what is here needs no header of theirs. docs/patterns.md tells
+//           where the two differ.
 //
 // On top of it stand name/value pairs and XML fragments:
 //
@@ -33,7 +37,6 @@
 #define VU_PATTERN_H_
 
 #include <iosfwd>
-#include <limits>
 #include <list>
 #include <memory>
 #include <optional>
@@ -45,16 +48,14 @@
 #include "vu/export.h"
 #include "vu/foundation.h"
 
-struct real_pcre;
-struct pcre_extra;
-struct real_pcre_jit_stack;
-
 namespace vu::detail {
 
-struct PcreDelete {
-  void operator()(real_pcre* pattern) const noexcept;
-  void operator()(pcre_extra* study) const noexcept;
-  void operator()(real_pcre_jit_stack* stack) const noexcept;
+struct Regex;
+struct Study;
+
+struct EngineDelete {
+  void operator()(Regex* regex) const noexcept;
+  void operator()(Study* study) const noexcept;
 };
 
 }  // namespace vu::detail
@@ -62,27 +63,77 @@ struct PcreDelete {
 // ---------------------------------------------------------------------------------------------
 // Regular expressions
 
-/// A compiled PCRE pattern (bytes, not characters) with the offsets of its last match.
+/// A compiled pattern in the syntax of PCRE (bytes, not characters) with the offsets of its last match.
 class VU_EXPORT vu_pcre {
  public:
+  /// Options, to be joined by "|"; the first group is for compiling, the second for searching, the
+  /// third for both. Others of PCRE 8 are known as well, by its numbers.
+  enum Option : int {
+    caseless = 0x1,
+    multiline = 0x2,  ///< "^" and "$" at line ends, too.
+    dotAll = 0x4,     ///< "." matches a line end.
+    extended = 0x8,   ///< Blanks and comments in the pattern mean nothing.
+    dollarEndOnly = 0x20,
+    extra = 0x40,  ///< Refuses escapes without a meaning, which stand for themselves otherwise.
+    ungreedy = 0x200,
+    utf8 = 0x800,
+    noAutoCapture = 0x1000,
+    firstLine = 0x40000,
+    duplicateNames = 0x80000,
+    unicodeProperties = 0x20000000,
+
+    notBol = 0x80,
+    notEol = 0x100,
+    notEmpty = 0x400,
+    partialSoft = 0x8000,
+    partialHard = 0x8000000,
+    notEmptyAtStart = 0x10000000,
+
+    anchored = 0x10,
+    noUtf8Check = 0x2000  ///< The caller answers for the encoding.
+  };
+
+  /// Negative results of a search.
+  enum Result : int {
+    noMatch = -1,
+    nullSubject = -2,
+    badOption = -3,  ///< One that the engine does not know.
+    noMemory = -6,
+    stepLimit = -8,
+    badUtf8 = -10,
+    badUtf8Offset = -11,  ///< The search would begin inside a character.
+    partialMatch = -12,
+    badCount = -15,    ///< A vector of negative size.
+    depthLimit = -21,  ///< No room to go back so often.
+    badOffset = -24,
+    badLength = -32
+  };
+
   /// Compiles and studies `pattern`, a NUL-terminated text that is not copied.
   /// `pairs`: how many pairs of offsets a match may report, the whole match included. With 0 every
   /// match throws; a negative or absurd number is the allocation's own exception.
-  /// `options`: PCRE's compile options; a negative value means PCRE_DOTALL.
+  /// `options`: compile options; a negative value means `dotAll`.
   ///
   /// Throws vu_exception (no object exists then, and nothing is held):
   ///   "vu_pcre: Empty Regular Expression"                              for a null pattern;
-  ///   "PCRE Compile Error [" + offset + "] " + PCRE's own text         when it does not compile;
-  ///   "PCRE Compile Study Error " + PCRE's own text                    when it cannot be studied.
+  ///   "PCRE Compile Error [" + offset + "] " + the engine's own text   when it does not compile, or
+  ///       the engine does not know an option;
+  ///   "PCRE Compile Study Error " + the engine's own text              when it cannot be studied.
+  /// Each thread that makes a pattern or searches gets some 70 KiB for its searches, kept to its
+  /// end; the first one to do so on it asks the system for the bounds of its stack. So make a
+  /// pattern before /proc is out of reach.
   vu_pcre(const char* pattern, int pairs, int options);
   vu_pcre(const vu_pcre&) = delete;
   vu_pcre& operator=(const vu_pcre&) = delete;
   virtual ~vu_pcre();
 
+  /// The engine that the library was built with and its release, "PCRE 8.39" or "PCRE2 10.42".
+  static std::string engine();
+
   /// Searches `length` bytes at `subject`, from byte `startOffset` on, and keeps the offsets of the
-  /// match for the readers below. `options` are PCRE's run-time options.
-  /// The result is what PCRE returns: the number of the highest group that took part plus one, -1
-  /// when nothing matches, or another negative PCRE code. After those the offsets mean nothing.
+  /// match for the readers below.
+  /// The result is the number of the highest group that took part plus one, or a negative one of
+  /// those above or of PCRE 8. After those the offsets mean nothing.
   ///
   /// Throws vu_exception "PCRE Output vector too small" when the match has more groups than the
   /// object has pairs for; it stays usable, with the pairs that fitted.
@@ -110,29 +161,26 @@ class VU_EXPORT vu_pcre {
   int getContextOffset() const { return ovector_[1]; }
 
   /// The search of `execute` without any state: offsets go to `ovector`, the caller's vector of
-  /// `ovecsize` entries, three a pair. The result is PCRE's own, also 0 when the vector is too
+  /// `ovecsize` entries, three a pair. The result is that of `execute`, and 0 when the vector is too
   /// small.
   ///
-  /// Results are those of PCRE's interpreter. PCRE's just-in-time code, several times as fast, runs
-  /// first where the machine has it, for patterns that it is known to treat alike: no references to
-  /// groups, look-aheads, atomic or possessive groups, conditions, recursion or verbs. What it
-  /// gives up is done again by the interpreter. That one may take as many matching steps at each
-  /// starting position as PCRE was built for, usually ten million (-8, PCRE_ERROR_MATCHLIMIT,
-  /// beyond), and half of what is left of its thread's stack, 4 MiB at the most (-21,
-  /// PCRE_ERROR_RECURSIONLIMIT, beyond).
+  /// Results are those of the engine's interpreter. Its just-in-time code, several times as fast,
+  /// runs first where the machine has it; with PCRE 8 only for patterns that it is known to treat
+  /// alike: no references to groups, look-aheads, atomic or possessive groups, conditions,
+  /// recursion or verbs. What it gives up is done again by the interpreter, which may take as many
+  /// matching steps at each starting position as the engine was built for, usually ten million
+  /// (`stepLimit` beyond), and keeps what it may go back to (`depthLimit` beyond) on half of what is
+  /// left of its thread's stack, 4 MiB at the most, with PCRE 8, and in 4 MiB of memory, kept by the
+  /// thread, with PCRE2.
   [[nodiscard]] int match(const char* subject, int length, int startOffset, int options,
                           int* ovector, int ovecsize) const;
 
  private:
-  std::unique_ptr<real_pcre, vu::detail::PcreDelete> regex_;
-  std::unique_ptr<pcre_extra, vu::detail::PcreDelete> extra_;
+  std::unique_ptr<vu::detail::Regex, vu::detail::EngineDelete> regex_;
+  std::unique_ptr<vu::detail::Study, vu::detail::EngineDelete> extra_;
   const char* pattern_;
   int ovecsize_;
   std::unique_ptr<int[]> ovector_;
-  // The size of vector from which on just-in-time code may run: all that the pattern could need.
-  long jitVector_ = std::numeric_limits<long>::max();
-  int searchesToStack_ = 0;  // 0: made already, or `execute` may not run that code directly
-  std::unique_ptr<real_pcre_jit_stack, vu::detail::PcreDelete> jitStack_;
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -3,8 +3,6 @@
 #ifndef VU_TESTS_PLAIN_XML_H_
 #define VU_TESTS_PLAIN_XML_H_
 
-#include <pcre.h>
-
 #include <algorithm>
 #include <sstream>
 #include <string>
@@ -39,7 +37,7 @@ class PlainParser {
  private:
   void level(xmldata& parent, const char* subject, int len) {
     int offset = 0;
-    for (int options = 0;; options = PCRE_ANCHORED | PCRE_NOTEMPTY) {
+    for (int options = 0;; options = vu_pcre::anchored | vu_pcre::notEmpty) {
       const int r = element_.execute(subject, len, offset, options);
       if (r == -1 && offset != 0) return;
       if (r == -1) throw vu_exception("vu_pcrexml: No Match");

@@ -1,0 +1,162 @@
+// Both engines side by side: generated patterns and subjects through vu_pcre over PCRE2, and through
+// PCRE 8's interpreter. Of ordinary syntax nothing may differ.
+//
+// Usage: engines [COUNT [all]]     how many pairs; "all": of all syntax, where known kinds of patterns
+//                                  may differ
+
+#include <cstdlib>
+#include <iostream>
+#include <random>
+
+#include "fuzz/support.h"
+#include "tests/plain/pattern.h"
+#include "vu/pattern.h"
+
+namespace {
+
+std::mt19937 random_;
+
+std::size_t below(std::size_t count) { return random_() % count; }
+
+template <std::size_t N>
+std::string oneOf(const char* const (&pieces)[N]) {
+  return pieces[below(N)];
+}
+
+std::string makePattern(int depth, bool all);
+
+std::string makeAtom(int depth, bool all) {
+  constexpr const char* kPlain[] = {"a",     "b",           "c",        "0",      "=",   " ",
+                                    "ab",    ".",           "\\w",      "\\d",    "\\s", "\\W",
+                                    "[ab]",  "[^a]",        "[a-c0-9]", "[\\w=]", "\\.", "\\n",
+                                    "\\x61", "[[:alpha:]]", "\\D",      "\\S",    "é"};
+  constexpr const char* kAnchors[] = {"^", "$", "\\b", "\\B", "\\A", "\\z", "\\Z", "\\G"};
+  constexpr const char* kOpen[] = {"(", "(", "(?:", "(?:", "(?i:", "(?<n>"};
+  constexpr const char* kRare[] = {
+      "(?=a",          "(?=(a)|",  "(?!b",       "(?>a*",      "(\\1",    "(\\2",
+      "((?1)",         "((?R)",    "((*ACCEPT)", "((*COMMIT)", "((*F)",   "((*PRUNE)",
+      "((*SKIP)",      "((*THEN)", "((?(1)a|b)", "(?|(a)|(b)", "(\\K",    "(?<=a",
+      "(?<!b",         "(?<=ab|c", "(\\g{-1}",   "(\\Qa+\\E",  "(\\h",    "(\\R",
+      "(\\X",          "(\\C",     "(?#c",       "((?&n)",     "([",      "(]",
+      "({1",           "(\\y",     "(\\8",       "((?x) ",     "(\\k<n>", "(\\N",
+      "([[:^digit:]]", "((?s-i)",  "((?J)",      "((?P>n)"};
+  const std::size_t kind = below(all ? 20 : 16);
+  if (kind < 10 || depth == 0) return oneOf(kPlain);
+  if (kind < 11) return oneOf(kAnchors);
+  if (kind < 16) return oneOf(kOpen) + makePattern(depth - 1, all) + ")";
+  return oneOf(kRare) + ")";
+}
+
+std::string makePattern(int depth, bool all) {
+  constexpr const char* kRepeats[] = {"*", "+", "?", "*?", "+?", "??", "{2}", "{1,3}", "{0,2}?"};
+  std::string text;
+  for (std::size_t n = below(4) + 1; n > 0; --n) {
+    text += makeAtom(depth, all);
+    if (below(3) == 0) text += oneOf(kRepeats);
+    if (all && below(10) == 0) text += "+";  // a possessive repetition, perhaps
+    if (below(6) == 0) text += "|";
+  }
+  return text;
+}
+
+std::string makeSubject() {
+  constexpr const char* kPieces[] = {"a",  "b", "c", "0", "=",  " ",   "ab",
+                                     "\n", "A", "é", "_", "aa", "\xff"};
+  std::string text;
+  for (std::size_t n = below(12); n > 0; --n) text += oneOf(kPieces);
+  return text;
+}
+
+constexpr int kCompileOptions[] = {-1,
+                                   0,
+                                   vu_pcre::caseless,
+                                   vu_pcre::multiline,
+                                   vu_pcre::extended,
+                                   vu_pcre::ungreedy,
+                                   vu_pcre::anchored,
+                                   vu_pcre::dollarEndOnly,
+                                   vu_pcre::dotAll | vu_pcre::utf8,
+                                   vu_pcre::duplicateNames,
+                                   0x100000,
+                                   0x500000};
+constexpr int kSearchOptions[] = {0,
+                                  0,
+                                  vu_pcre::anchored,
+                                  vu_pcre::notEmpty,
+                                  vu_pcre::notEmptyAtStart,
+                                  vu_pcre::notBol,
+                                  vu_pcre::notEol};
+
+/// Result, offsets and groups of a search.
+std::string written(int result, const std::vector<int>& offsets) {
+  std::string text = std::to_string(result);
+  for (std::size_t i = 0; result >= 0 && i < offsets.size() / 3 * 2; ++i) {
+    text += " " + std::to_string(offsets[i]);
+  }
+  return text;
+}
+
+struct Case {
+  std::string pattern, subject;
+  int compileOptions, searchOptions, pairs;
+};
+
+/// What differs: "" for nothing.
+std::string difference(const Case& c) {
+  const int options = c.compileOptions < 0 ? vu_pcre::dotAll : c.compileOptions;
+  const vu::test::Interpreter theirs(c.pattern.c_str(), options);
+  std::unique_ptr<vu_pcre> ours;
+  const std::string refusal = vu::test::messageOf(
+      [&] { ours = std::make_unique<vu_pcre>(c.pattern.c_str(), c.pairs, c.compileOptions); });
+  if (refusal.empty() != theirs.refusal().empty()) return "refused: " + refusal + theirs.refusal();
+  if (ours == nullptr) return "";
+  std::vector<int> expected(static_cast<std::size_t>(c.pairs) * 3);
+  std::vector<int> got = expected;
+  const int result = theirs.search(c.subject, 0, c.searchOptions, expected, 100000);
+  if (result == vu_pcre::stepLimit || result == vu_pcre::depthLimit) return "";
+  const vu::test::ExactCopy copy(c.subject);
+  const int matched = ours->match(copy.view().data(), static_cast<int>(c.subject.size()), 0,
+                                  c.searchOptions, got.data(), c.pairs * 3);
+  const std::string want = written(result, expected);
+  const std::string have = written(matched, got);
+  return want == have ? "" : "8: " + want + "; 2: " + have;
+}
+
+/// Whether a pattern has what the engines are known to treat in different ways; docs/patterns.md
+/// tells which.
+bool mayDiffer(const Case& c, const std::string& what) {
+  if (what.rfind("refused", 0) == 0) return true;
+  for (const char* piece : {"(?1)", "(?R)", "(*", "(?&n)", "(?P>n)", "(?=", "(?!", "(?>", "*+",
+                            "++", "?+", "}+", "\\X", "\\1", "\\2", "\\g", "\\k"}) {
+    if (c.pattern.find(piece) != std::string::npos) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const long count = argc > 1 ? std::atol(argv[1]) : 20000;
+  const bool all = argc > 2;
+  long allowed = 0;
+  long bad = 0;
+  for (long i = 0; i < count; ++i) {
+    random_.seed(static_cast<unsigned int>(i));
+    const Case c{makePattern(2, all), makeSubject(),
+                 kCompileOptions[below(std::size(kCompileOptions))],
+                 kSearchOptions[below(std::size(kSearchOptions))], static_cast<int>(below(5)) + 20};
+    const std::string what = difference(c);
+    if (what.empty()) continue;
+    if (all && mayDiffer(c, what)) {
+      ++allowed;
+      continue;
+    }
+    if (++bad <= 10) {
+      std::cout << i << ": /" << c.pattern << "/ " << c.compileOptions << " of \"" << c.subject
+                << "\" " << c.searchOptions << " with " << c.pairs << " pairs: " << what << "\n";
+    }
+  }
+  std::cout << count << " pairs by " << vu_pcre::engine() << " and PCRE " << pcre_version() << ": "
+            << bad << " differ, " << allowed << " may\n";
+  return bad == 0 ? 0 : 1;
+}
