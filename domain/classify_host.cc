@@ -23,26 +23,29 @@ std::string_view chainAtEnd(std::string_view name) noexcept {
   return name.substr(start);
 }
 
+/// What is no name: an address is a domain itself.
+vu_domain passOn(const vu_host& host) noexcept {
+  vu_domain result{VU_SUCCESS, host.kind, host.text, host.text, host.address};
+  if (!result.isAddress()) {
+    const bool absent = host.kind == vu_host_kind::none && host.refused == vu_host_refusal::none;
+    result.status = absent ? VU_COUNTRY_CODE_EMPTY_URL : VU_COUNTRY_CODE_NOT_A_DOMAIN;
+    result.domain = {};
+  }
+  return result;
+}
+
 }  // namespace
 
 vu_domain vu_cctld::classify(const vu_host& host, vu_match match) const noexcept {
-  vu_domain result{VU_SUCCESS, host.kind, host.text, {}, host.address};
-  if (host.kind == vu_host_kind::ipv4 || host.kind == vu_host_kind::ipv6) {
-    result.domain = host.text;
-  } else if (host.kind == vu_host_kind::name) {
-    result = classify(host.text, match);
-    if (result.status == VU_COUNTRY_CODE_NOT_A_DOMAIN && match == vu_match::publicSuffix) {
-      // Where a domain begins depends on what is behind it alone.
-      const vu_domain end = classify(chainAtEnd(host.text), match);
-      if (end.status == VU_SUCCESS && !end.domain.empty()) result = end;
-    }
-    if (result.isAddress()) result = {VU_COUNTRY_CODE_NOT_A_DOMAIN, host.kind, {}, {}, {}};
-    if (result.status == VU_COUNTRY_CODE_NOT_A_DOMAIN) result.address = {};
-    result.kind = host.kind;
-    result.host = host.text;
-  } else {
-    const bool absent = host.kind == vu_host_kind::none && host.refused == vu_host_refusal::none;
-    result.status = absent ? VU_COUNTRY_CODE_EMPTY_URL : VU_COUNTRY_CODE_NOT_A_DOMAIN;
-  }
+  if (host.kind != vu_host_kind::name) return passOn(host);
+  vu_domain result = classify(host.text, match);
+  if (result.status != VU_COUNTRY_CODE_NOT_A_DOMAIN && !result.isAddress()) return result;
+  // Not a chain of labels, or one by the service's rule alone, which skips what is no label.
+  const vu_domain refused{VU_COUNTRY_CODE_NOT_A_DOMAIN, vu_host_kind::name, host.text, {}, {}};
+  if (match != vu_match::publicSuffix) return refused;
+  // Where a domain begins depends on what is behind it alone.
+  result = classify(chainAtEnd(host.text), match);
+  if (result.status != VU_SUCCESS || result.domain.empty()) return refused;
+  result.host = host.text;
   return result;
 }

@@ -10,7 +10,7 @@
 
 namespace vu::detail {
 
-/// Reads "http://" or "https://" in lower case, or nothing where the text is typed, a name that is
+/// Reads "http://", "https://" or "ftp://" in lower case, or nothing where the text is typed, a name that is
 /// canonical as it stands, and nothing or a port. False for all else, with `host` untouched.
 bool findPlainUrl(std::string_view url, vu_url_text how, vu_host& host) noexcept;
 
