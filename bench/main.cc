@@ -50,6 +50,7 @@ int main(int argc, char** argv) {
   vu::bench::registerCrypto();
   vu::bench::registerLocks();
   vu::bench::registerHash();
+  vu::bench::registerUrl();
   if (benchmark::RunSpecifiedBenchmarks() == 0) {
     std::cerr << "vu_bench: no benchmark has such a name\n";
     return 1;

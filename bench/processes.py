@@ -11,6 +11,7 @@ import json
 import os
 import random
 import re
+import shutil
 import subprocess
 import sys
 import time
@@ -79,6 +80,17 @@ def measure_classify(build, work, note):
                 note(f"process/classify/{name}", cost(command, file)[0] / LINES)
 
 
+def measure_node(work, note):
+    """Node's URL in a process of its own, without the time of its start."""
+    if shutil.which("node") is None:
+        return
+    script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "url.mjs")
+    for _ in range(RUNS):
+        command = ["node", script, f"{work}/million-urls.txt", "65536", "5"]
+        nanoseconds = subprocess.run(command, check=True, capture_output=True, text=True).stdout
+        note("url/browser/node", float(nanoseconds) / 1e9)
+
+
 def measure_start(build, note):
     programs = {
         "with-libvu": "vu_bench_start_with",
@@ -100,6 +112,9 @@ def main():
     if re.search(wanted, "process/classify"):
         write_inputs(urls_file, work)
         measure_classify(build, work, note)
+    if re.search(wanted, "url/browser"):
+        write_inputs(urls_file, work)
+        measure_node(work, note)
     if re.search(wanted, "process/start"):
         measure_start(build, note)
     json.dump({"benchmarks": results}, sys.stdout)

@@ -107,6 +107,7 @@ void registerDomain();
 void registerCrypto();
 void registerLocks();
 void registerHash();
+void registerUrl();
 
 }  // namespace vu::bench
 

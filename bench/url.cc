@@ -1,0 +1,126 @@
+// Hosts as browsers see them with the domain below a public suffix, beside the service's own cut of
+// the same URLs; names beyond ASCII beside the libraries that one would take otherwise, with libpsl.
+
+#include "vu/url.h"
+
+#include <idn2.h>
+#include <libpsl.h>
+
+#include <array>
+#include <cstring>
+#include <memory>
+
+#include <unicode/uidna.h>
+
+#include "bench/support.h"
+#include "vu/domain.h"
+
+namespace vu::bench {
+namespace {
+
+const vu_cctld& ourTable() {
+  static const vu_cctld table(inputs().suffixFile.c_str());
+  return table;
+}
+
+vu_domain classifyOnly(std::string_view url) {
+  return ourTable().classify(url, vu_match::publicSuffix);
+}
+
+vu_domain browserDomain(std::string_view url, char (&buffer)[256]) {
+  return ourTable().classify(browserHost(url, buffer), vu_match::publicSuffix);
+}
+
+void browser(benchmark::State& state) {
+  char buffer[256];
+  for (const std::string_view url : inputs().urls) {
+    require(browserDomain(url, buffer).domain == classifyOnly(url).domain,
+            "wrong domain of " + std::string(url));
+  }
+  measureEach(state, inputs().urls,
+              [&](std::string_view url) { return browserDomain(url, buffer); });
+}
+
+void hostAlone(benchmark::State& state) {
+  char buffer[256];
+  measureEach(state, inputs().urls, [&](std::string_view url) { return browserHost(url, buffer); });
+}
+
+void serviceCut(benchmark::State& state) { measureEach(state, inputs().urls, classifyOnly); }
+
+// ---------------------------------------------------------------------------------------------
+// Names beyond ASCII
+
+std::vector<std::string> wideHosts() {
+  constexpr std::array<const char*, 8> kWords{"bücher", "münchen", "правда",   "例え",
+                                              "пример", "한국어",  "εταιρεία", "smørrebrød"};
+  constexpr std::array<const char*, 4> kEnds{".com", ".co.uk", ".de", ".co.jp"};
+  std::vector<std::string> hosts;
+  for (std::size_t i = 0; i < 4096; ++i) {
+    hosts.push_back(std::string("www.") + kWords[i % kWords.size()] + std::to_string(i * 31 % 997) +
+                    kEnds[i / 8 % kEnds.size()]);
+  }
+  return hosts;
+}
+
+const psl_ctx_t* pslTable() {
+  static const std::unique_ptr<psl_ctx_t, void (*)(psl_ctx_t*)> table(
+      psl_load_file(inputs().listFile.c_str()), psl_free);
+  return table.get();
+}
+
+std::string_view domainByPsl(const char* host) {
+  const char* const domain = psl_registrable_domain(pslTable(), host);
+  return domain != nullptr ? domain : "";
+}
+
+/// The domain of a host in UTF-8; `room` holds it.
+using WideDomain = std::string_view (*)(const std::string& host, char (&room)[256]);
+
+std::string_view wideByUs(const std::string& host, char (&room)[256]) {
+  const vu_host found = browserHost(host, room, vu_url_text::typed);
+  return ourTable().classify(found, vu_match::publicSuffix).domain;
+}
+
+std::string_view wideByIcu(const std::string& host, char (&room)[256]) {
+  UErrorCode error = U_ZERO_ERROR;
+  static const UIDNA* const idna = uidna_openUTS46(
+      UIDNA_CHECK_BIDI | UIDNA_CHECK_CONTEXTJ | UIDNA_NONTRANSITIONAL_TO_ASCII, &error);
+  UIDNAInfo info = UIDNA_INFO_INITIALIZER;
+  uidna_nameToASCII_UTF8(idna, host.data(), static_cast<int>(host.size()), room, sizeof room, &info,
+                         &error);
+  return domainByPsl(room);
+}
+
+std::string_view wideByIdn2(const std::string& host, char (&room)[256]) {
+  char* ascii = nullptr;
+  if (idn2_to_ascii_8z(host.c_str(), &ascii, IDN2_NONTRANSITIONAL) != IDN2_OK) return "";
+  std::strncpy(room, ascii, sizeof room - 1);
+  idn2_free(ascii);
+  return domainByPsl(room);
+}
+
+void wide(benchmark::State& state, WideDomain domainOf) {
+  const std::vector<std::string> hosts = wideHosts();
+  char room[256] = {};
+  char other[256] = {};
+  for (const std::string& host : hosts) {
+    const std::string_view domain = domainOf(host, room);
+    require(domain.find("xn--") == 0 && domain == wideByIcu(host, other),
+            "wrong domain of " + host);
+  }
+  measureEach(state, hosts, [&](const std::string& host) { return domainOf(host, room); });
+}
+
+}  // namespace
+
+void registerUrl() {
+  add("url/browser/vu", browser);
+  add("url/browser/service", serviceCut);
+  add("url/browser/host-alone", hostAlone);
+  add("url/idn/vu", [](benchmark::State& state) { wide(state, wideByUs); });
+  add("url/idn/icu-and-libpsl", [](benchmark::State& state) { wide(state, wideByIcu); });
+  add("url/idn/libidn2-and-libpsl", [](benchmark::State& state) { wide(state, wideByIdn2); });
+}
+
+}  // namespace vu::bench
