@@ -80,7 +80,7 @@ int vu_table_open(const char* path, vu_table** table, char* message, size_t mess
       return fail(VU_ERROR_NOT_FOUND, (none + kSystemTable).c_str(), message, message_size);
     }
     try {
-      opened->suffixes.initSet(opened->path.c_str());
+      opened->suffixes.open(opened->path.c_str());
     } catch (const vu_exception& failure) {
       return fail(VU_ERROR_TABLE, explained(opened->path, failure.what()).c_str(), message,
                   message_size);

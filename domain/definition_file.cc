@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "domain/text_key.h"
+#include "domain/bytes.h"
 #include "vu/foundation.h"
 
 namespace vu::detail {
@@ -15,7 +15,7 @@ const char* findBlankOrControl(const char* at, const char* end) {
   constexpr std::uint64_t kEach = 0x0101010101010101U;
   for (; end - at >= 8; at += 8) {
     // Borrowing from its neighbours changes none but the bytes behind the first one found.
-    const std::uint64_t bytes = loadBytes<8>(at);
+    const std::uint64_t bytes = load64(at);
     const std::uint64_t found = (bytes - kEach * (' ' + 1)) & ~bytes & kEach * 0x80;
     if (found != 0) return at + __builtin_ctzll(found) / 8;
   }

@@ -1,12 +1,14 @@
 #include "domain/file_bytes.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "vu/foundation.h"
 
@@ -20,7 +22,9 @@ namespace {
 
 class Descriptor {
  public:
-  explicit Descriptor(const char* path) : number_(open(path, O_RDONLY | O_CLOEXEC)) {
+  explicit Descriptor(const char* path) {
+    if (path == nullptr) refuse("NULL", EFAULT);
+    number_ = open(path, O_RDONLY | O_CLOEXEC);
     if (number_ < 0) refuse(path, errno);
   }
   Descriptor(const Descriptor&) = delete;
@@ -29,7 +33,7 @@ class Descriptor {
   int number() const { return number_; }
 
  private:
-  int number_;
+  int number_ = -1;
 };
 
 /// Reads to the end of the file; 0, or what went wrong.
@@ -54,7 +58,6 @@ bool isSameMoment(const timespec& a, const timespec& b) {
 }  // namespace
 
 FileBytes readFileBytes(const char* path) {
-  if (path == nullptr) refuse("NULL", EFAULT);
   const Descriptor file(path);
   struct stat before {};
   struct stat after {};
@@ -69,6 +72,24 @@ FileBytes readFileBytes(const char* path) {
                  !isSameMoment(before.st_mtim, after.st_mtim) ||
                  !isSameMoment(before.st_ctim, after.st_ctim));
   return all;
+}
+
+MappedFile mapFileThatBegins(const char* path, std::string_view magic) {
+  struct stat status {};
+  // A pipe is opened once only.
+  if (path == nullptr || stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  const Descriptor file(path);
+  char start[16] = {};
+  if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size <= 0 ||
+      pread(file.number(), start, magic.size(), 0) != static_cast<ssize_t>(magic.size()) ||
+      std::string_view(start, magic.size()) != magic) {
+    return {};
+  }
+  const auto size = static_cast<std::size_t>(status.st_size);
+  void* const bytes = mmap(nullptr, size, PROT_READ, MAP_SHARED, file.number(), 0);
+  if (bytes == MAP_FAILED) throw std::bad_alloc();
+  const auto unmap = [size](const char* mapped) { munmap(const_cast<char*>(mapped), size); };
+  return {std::shared_ptr<const char>(static_cast<const char*>(bytes), unmap), size};
 }
 
 }  // namespace vu::detail

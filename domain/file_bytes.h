@@ -3,7 +3,10 @@
 #ifndef VU_DOMAIN_FILE_BYTES_H_
 #define VU_DOMAIN_FILE_BYTES_H_
 
+#include <cstddef>
+#include <memory>
 #include <string>
+#include <string_view>
 
 namespace vu::detail {
 
@@ -16,6 +19,15 @@ struct FileBytes {
 /// Throws vu_exception when the file cannot be opened: "Top level domain definition file [" + path
 /// + "] open error : " + the system's text, a null path being written "NULL"; and std::bad_alloc.
 FileBytes readFileBytes(const char* path);
+
+/// A file that is mapped read-only.
+struct MappedFile {
+  std::shared_ptr<const char> bytes;  ///< Null when there is none.
+  std::size_t size = 0;
+};
+
+/// Maps the file at `path` if it is an ordinary one that begins with `magic`. Throws as above.
+MappedFile mapFileThatBegins(const char* path, std::string_view magic);
 
 }  // namespace vu::detail
 

@@ -42,6 +42,14 @@ std::vector<std::string> hostsIn(const std::string& text) {
   return hosts;
 }
 
+/// Whether `reload` takes a file for a list or a compiled table.
+bool isAnotherForm(std::string_view text) {
+  if (text.rfind("\x8Dvutab\r\n", 0) == 0) return true;
+  if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.remove_prefix(3);
+  while (!text.empty() && vu::detail::isSpace(text[0])) text.remove_prefix(1);
+  return text.substr(0, 2) == "//";
+}
+
 std::string answers(const vu_cctld& table, const std::vector<std::string>& hosts) {
   std::string all = std::to_string(table.suffixCount()) + "\n";
   for (const std::string& host : hosts) all += described(table.classify(host), host) + "\n";
@@ -73,7 +81,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   vu_cctld fresh(nullptr);
   std::string loaded;
   loaded += messageOf([&] { loaded = val2str(fresh.initSet(file.path().c_str())); });
-  expectEqual(loaded, reloaded + message, "both ways to load");
+  if (!isAnotherForm(content)) expectEqual(loaded, reloaded + message, "both ways to load");
   if (!message.empty()) {
     expectEqual(before, answers(table, hosts), "the table after a failure");
     expectEqual(3, table.maxLabels(), "labels after a failure");

@@ -130,6 +130,48 @@ TEST(Table, RefusesFilesThatChangeWhileTheyAreRead) {
   EXPECT_LE(20000, table.suffixCount());
 }
 
+/// A compiled table that is cut, flipped or another thing is refused with the table as it was.
+TEST(Table, RefusesSpoiledTables) {
+  TemporaryFile file;
+  const TemporaryFile list("// a list\nco.xy\n");
+  const std::string command = std::string(VU_TOOL) + " suffixes build --compiled " + list.path() +
+                              " -o " + file.path() + " 2>/dev/null";
+  ASSERT_EQ(0, std::system(command.c_str()));
+  const std::string good = vu::test::contentOf(file.path());
+  const auto spoiled = [&good](std::size_t at) {
+    std::string bytes = good;
+    bytes[at] = static_cast<char>(bytes[at] ^ 64);
+    return bytes;
+  };
+  std::string another = good;
+  another[8] = 2;
+  const std::string name = "Suffix table [" + std::string(file.path()) + "] ";
+  const struct {
+    std::string bytes;
+    std::string opening;  ///< What `open` says, which reads the header only.
+    std::string reload;
+  } rows[] = {
+      {good, "", ""},
+      {good.substr(0, 50), name + "is cut off", ""},
+      {good.substr(0, good.size() - 1), name + "is cut off", ""},
+      {good + "x", name + "is followed by something else", ""},
+      {another, name + "is of version 2, which this library cannot read", ""},
+      {spoiled(33), name + "is damaged", ""},
+      {spoiled(good.size() - 1), "", name + "is damaged"},
+      {"// a list\nco.xy\na..b\n",
+       "Public Suffix List [" + std::string(file.path()) + "] line 3 is no suffix rule: a..b", ""},
+      {"// nothing\n", "Public Suffix List [" + std::string(file.path()) + "] has no rules", ""}};
+  for (const auto& row : rows) {
+    const TemporaryFile before("net.xy 3\n");
+    file.rewrite(row.bytes);
+    vu_cctld table(before.path());
+    const std::string reload = row.opening.empty() ? row.reload : row.opening;
+    EXPECT_EQ(reload, messageOf([&] { table.reload(file.path()); }));
+    EXPECT_EQ(reload.empty() ? "b.co.xy" : "co.xy", table.classify("a.b.co.xy").domain);
+    EXPECT_EQ(row.opening, messageOf([&] { table.open(file.path()); }));
+  }
+}
+
 /// Many more labels than records.
 TEST(Table, HoldsDeepSuffixes) {
   std::string content;

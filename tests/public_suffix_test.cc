@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/plain/table.h"
 #include "tests/support.h"
 #include "vu/domain.h"
 
@@ -77,6 +78,106 @@ TEST(PublicSuffix, AgreesWithLibpsl) {
     }
   }
   EXPECT_GT(compared, 32000);
+}
+
+/// Every way to a table: the answers to every rule's names are the same, and libpsl agrees on the
+/// section of each.
+TEST(PublicSuffix, IsTheSameByEveryWayIn) {
+  const vu::test::TemporaryFile definition;
+  const vu::test::TemporaryFile compiled;
+  ASSERT_EQ(0, build(definition));
+  ASSERT_EQ(0, build(compiled, " --compiled"));
+  std::vector<std::unique_ptr<vu_cctld>> tables;
+  for (int i = 0; i < 4; ++i) tables.push_back(std::make_unique<vu_cctld>(nullptr));
+  const int count = tables[0]->initSet(definition.path());
+  EXPECT_EQ(count, tables[1]->open(compiled.path()));
+  EXPECT_EQ(count, tables[2]->openBytes(vu::test::contentOf(compiled.path()), "memory"));
+  EXPECT_EQ(count, tables[3]->reload(kList));
+  const vu_table_facts facts = tables[1]->facts();
+  EXPECT_EQ(static_cast<unsigned>(count), facts.icann + facts.privateDomains + facts.none);
+  EXPECT_EQ(static_cast<unsigned>(count), tables[0]->facts().none);
+  EXPECT_LT(vu::test::contentOf(compiled.path()).size(), 32U * static_cast<unsigned>(count));
+
+  const Psl psl(psl_load_file(kList), psl_free);
+  std::istringstream lines(vu::test::contentOf(definition.path()));
+  std::string rule;
+  for (int labels = 0; lines >> rule >> labels;) {
+    const std::string name = rule.substr(rule[0] == '!' ? 1 : rule[0] == '*' ? 2 : 0);
+    const std::string suffix = rule[0] == '*' ? "any." + name : name;
+    for (const std::string& host : {suffix, "child." + name, "http://Grand.child." + name + "./"}) {
+      for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
+        const std::string expected = vu::test::described(tables[0]->classify(host, match), host);
+        for (const auto& table : tables) {
+          ASSERT_EQ(expected, vu::test::described(table->classify(host, match), host));
+          ASSERT_EQ(expected, vu::test::described(table->explain(host, match).domain, host));
+        }
+      }
+    }
+    const vu_reason reason = tables[1]->explain(suffix, vu_match::publicSuffix);
+    ASSERT_EQ(rule, reason.text());
+    const bool icann = psl_is_public_suffix2(psl.get(), suffix.c_str(),
+                                             PSL_TYPE_ICANN | PSL_TYPE_NO_STAR_RULE) != 0;
+    if (rule[0] != '!') {
+      ASSERT_EQ(icann ? vu_section::icann : vu_section::privateDomains, reason.section) << rule;
+    }
+    ASSERT_EQ(reason.section, tables[3]->explain(suffix, vu_match::publicSuffix).section);
+    ASSERT_EQ(vu_section::none, tables[0]->explain(suffix, vu_match::publicSuffix).section);
+    const std::string below = "www.child." + name;
+    const char* const domain = psl_registrable_domain(psl.get(), below.c_str());
+    if (reason.section == vu_section::icann && rule[0] != '!') {
+      ASSERT_EQ(domain,
+                tables[1]->explain(below, vu_match::publicSuffix, VU_ICANN_ONLY).domain.domain);
+    }
+  }
+}
+
+TEST(PublicSuffix, ExplainsWhatDecided) {
+  vu_cctld table(nullptr, nullptr);
+  const std::string list =
+      "// VERSION: 7\n// ===BEGIN ICANN DOMAINS===\nuk\nCO.uk\n*.ck\n!www.ck\n"
+      "// ===END ICANN DOMAINS===\nown.uk\n// ===BEGIN PRIVATE DOMAINS===\n"
+      "blog.co.uk\n\xe5\x85\xac\xe5\x8f\xb8.hk\n";
+  EXPECT_EQ(7, table.openBytes(list, "list"));
+  EXPECT_EQ("7", table.facts().version);
+  const struct {
+    const char* host;
+    vu_match match;
+    unsigned narrowing;
+    const char* rule;
+    vu_section section;
+    vu_status status;
+    const char* domain;
+  } rows[] = {
+      {"a.co.uk", vu_match::publicSuffix, 0, "co.uk", vu_section::icann, VU_SUCCESS, "a.co.uk"},
+      {"a.b.CK", vu_match::publicSuffix, 0, "*.ck", vu_section::icann, VU_SUCCESS, "a.b.CK"},
+      {"www.ck", vu_match::publicSuffix, 0, "!www.ck", vu_section::icann, VU_SUCCESS, "www.ck"},
+      {"a.own.uk", vu_match::publicSuffix, 0, "own.uk", vu_section::none, VU_SUCCESS, "a.own.uk"},
+      {"a.own.uk", vu_match::publicSuffix, VU_ICANN_ONLY, "uk", vu_section::icann, VU_SUCCESS,
+       "own.uk"},
+      {"a.blog.co.uk", vu_match::publicSuffix, 0, "blog.co.uk", vu_section::privateDomains,
+       VU_SUCCESS, "a.blog.co.uk"},
+      {"a.blog.co.uk", vu_match::publicSuffix, VU_ICANN_ONLY, "co.uk", vu_section::icann,
+       VU_SUCCESS, "blog.co.uk"},
+      {"a.xn--55qx5d.hk", vu_match::publicSuffix, 0, "xn--55qx5d.hk", vu_section::privateDomains,
+       VU_SUCCESS, "a.xn--55qx5d.hk"},
+      {"uk", vu_match::publicSuffix, VU_LISTED_ONLY, "uk", vu_section::icann,
+       VU_COUNTRY_CODE_TOO_SHORT, ""},
+      {"a.b.zz", vu_match::publicSuffix, 0, "*", vu_section::none, VU_SUCCESS, "b.zz"},
+      {"a.b.zz", vu_match::publicSuffix, VU_LISTED_ONLY, "*", vu_section::none,
+       VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
+      {"1.2.3.4", vu_match::publicSuffix, VU_LISTED_ONLY, "", vu_section::none, VU_SUCCESS,
+       "1.2.3.4"},
+      {"a.b.own.uk", vu_match::shortest, 0, "own.uk", vu_section::none, VU_SUCCESS, "b.own.uk"},
+      {"a.co.uk", vu_match::shortest, 0, "", vu_section::none, VU_SUCCESS, "co.uk"},
+      {"a.CO.uk", vu_match::shortest, 0, "CO.uk", vu_section::icann, VU_SUCCESS, "a.CO.uk"},
+  };
+  for (const auto& row : rows) {
+    const vu_reason reason = table.explain(row.host, row.match, row.narrowing);
+    EXPECT_EQ(row.rule, reason.text()) << row.host;
+    EXPECT_EQ(row.section, reason.section) << row.host << ' ' << row.rule;
+    EXPECT_EQ(row.status, reason.domain.status) << row.host;
+    EXPECT_EQ(row.domain, reason.domain.domain) << row.host;
+  }
 }
 
 /// What the list's maintainers publish for those who read it: names with their registered domains,

@@ -1,141 +1,137 @@
 #include "tools/suffix_list.h"
 
-#include <idn2.h>
-#include <sys/mman.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <cstdlib>
 
-#include "domain/host.h"
+#include "domain/table_builder.h"
 #include "tools/command.h"
 #include "tools/input.h"
+#include "tools/output.h"
+#include "vu/c.h"
 #include "vu/foundation.h"
 
 namespace vu::tool {
 namespace {
 
-constexpr std::size_t kLongestToken = 1023;  // of a definition file
 constexpr char kSystemList[] = "/usr/share/publicsuffix/public_suffix_list.dat";
 
-/// The ASCII form of an international name; empty when it has none.
-std::string asciiForm(const std::string& name) {
-  char* converted = nullptr;
-  // IDNA 2008 with the mapping of UTS 46, as browsers do.
-  if (idn2_to_ascii_8z(name.c_str(), &converted, IDN2_NONTRANSITIONAL) != IDN2_OK) return "";
-  const std::unique_ptr<char, void (*)(void*)> owner(converted, idn2_free);
-  return converted;
+bool isOf(Section wanted, unsigned section) {
+  if (wanted == Section::all) return true;
+  return section ==
+         (wanted == Section::icann ? vu::detail::kIcannRules : vu::detail::kPrivateRules);
 }
 
-/// Follows the marks of a list's sections. A list without any is one section of everything.
-class SectionFilter {
- public:
-  explicit SectionFilter(Section wanted) : wanted_(wanted) {}
+/// The file that a compiled table of the user's own is kept in; "" where there is no place.
+std::string cachePath() {
+  const auto setTo = [](const char* name) {
+    const char* const value = std::getenv(name);
+    return std::string(value != nullptr && *value == '/' ? value : "");
+  };
+  const std::string cache = setTo("XDG_CACHE_HOME");
+  if (!cache.empty()) return cache + "/vu/suffixes.vut";
+  const std::string home = setTo("HOME");
+  return home.empty() ? "" : home + "/.cache/vu/suffixes.vut";
+}
 
-  void readComment(std::string_view comment) {
-    if (comment.find("===BEGIN ICANN DOMAINS===") != std::string_view::npos) {
-      current_ = Section::icann;
-    } else if (comment.find("===BEGIN PRIVATE DOMAINS===") != std::string_view::npos) {
-      current_ = Section::privateDomains;
-    } else if (comment.find("===END ") != std::string_view::npos) {
-      current_ = Section::all;
+bool isOfSameTime(const struct stat& a, const struct stat& b) {
+  return a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+/// Keeps a table with the time of its list. That it cannot be kept is no failure.
+void keep(const std::string& path, const std::string& table, const struct stat& list) {
+  const std::string folder = path.substr(0, path.rfind('/'));
+  mkdir(folder.substr(0, folder.rfind('/')).c_str(), 0777);
+  mkdir(folder.c_str(), 0777);
+  try {
+    writeFile(path, table, Existing::replaced);
+  } catch (const Refusal&) {
+    return;
+  }
+  const timespec times[] = {list.st_mtim, list.st_mtim};
+  utimensat(AT_FDCWD, path.c_str(), times, 0);
+}
+
+/// Opens the table of the system's list, which is compiled when that has changed.
+void openSystemList(vu_cctld& table) {
+  struct stat list {};
+  if (stat(kSystemList, &list) != 0) {
+    throw Refusal(
+        std::string("no table of suffixes: no --suffixes, VU_SUFFIXES is not set, there is "
+                    "no ") +
+        vu_table_system_path() + " and no Public Suffix List at " + kSystemList +
+        " (Debian package publicsuffix)");
+  }
+  const std::string path = cachePath();
+  struct stat kept {};
+  if (!path.empty() && stat(path.c_str(), &kept) == 0 && isOfSameTime(kept, list)) {
+    try {
+      table.open(path.c_str());
+      return;
+    } catch (const vu_exception&) {
+      // Made again below.
     }
   }
+  std::string compiled =
+      compiledTable(parseSuffixList(readFile(kSystemList), kSystemList, Section::all));
+  if (!path.empty()) keep(path, compiled, list);
+  table.openBytes(std::move(compiled), kSystemList);
+}
 
-  bool wantsRules() const { return wanted_ == Section::all || wanted_ == current_; }
-
- private:
-  Section wanted_;
-  Section current_ = Section::all;
-};
-
-/// A file that lives in memory only, to be opened by its path.
-class MemoryFile {
- public:
-  explicit MemoryFile(std::string_view text) : file_(memfd_create("vu-suffixes", MFD_CLOEXEC)) {
-    if (file_.number() < 0) fail();
-    while (!text.empty()) {
-      const ssize_t written = write(file_.number(), text.data(), text.size());
-      if (written < 0) fail();
-      text.remove_prefix(static_cast<std::size_t>(written));
+void openNamed(vu_cctld& table, const std::string& path) {
+  checkReadable(path);
+  try {
+    if (path == "-") {
+      table.openBytes(readFile(path), "-");
+    } else {
+      table.open(path.c_str());
     }
+  } catch (const vu_exception& failure) {
+    throw Refusal(displayName(path) + ": " + failure.what() + "; \"vu suffixes check " + path +
+                  "\" tells in which line");
   }
-
-  std::string path() const { return "/proc/self/fd/" + std::to_string(file_.number()); }
-
- private:
-  [[noreturn]] static void fail() {
-    throw Refusal(std::string("cannot keep the suffix table in memory: ") + std::strerror(errno));
-  }
-
-  Descriptor file_;
-};
-
-std::string systemList() {
-  if (access(kSystemList, F_OK) != 0) {
-    throw Refusal(std::string("no Public Suffix List at ") + kSystemList +
-                  ": install the Debian package publicsuffix, or name a definition file with "
-                  "--suffixes");
-  }
-  return readFile(kSystemList);
 }
 
 }  // namespace
 
-SuffixRule parseRule(std::string_view text) {
-  const std::string_view mark =
-      text.substr(0, 1) == "!" ? "!" : (text.substr(0, 2) == "*." ? "*." : "");
-  const std::string name(text.substr(mark.size()));
-  const bool ascii = std::all_of(name.begin(), name.end(),
-                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  std::string converted = ascii ? name : asciiForm(name);
-  if (!vu::detail::isHostName(converted) || text.size() > kLongestToken) return {"", 0};
-  const auto labels = 1 + static_cast<int>(std::count(converted.begin(), converted.end(), '.'));
-  // An exception is itself what is registered; under any other rule one label more is.
-  const int registered = mark == "!" ? labels : labels + static_cast<int>(mark.size() / 2) + 1;
-  return {std::string(mark) + converted, registered};
-}
-
-std::vector<SuffixRule> parseSuffixList(std::string_view list, const std::string& name,
-                                        Section section) {
-  std::vector<SuffixRule> rules;
-  SectionFilter filter(section);
-  if (list.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-    list.remove_prefix(kByteOrderMark.size());
+RuleList parseSuffixList(std::string_view list, const std::string& name, Section section) {
+  RuleList all;
+  vu::detail::SuffixList reader(list);
+  for (vu::detail::ListedRule rule; reader.read(rule);) {
+    if (isOf(section, rule.section)) all.rules.push_back(std::move(rule));
   }
-  for (int number = 1; !list.empty(); ++number) {
-    const std::size_t lineEnd = list.find('\n');
-    std::string_view line = list.substr(0, lineEnd);
-    list.remove_prefix(lineEnd == std::string_view::npos ? list.size() : lineEnd + 1);
-    if (line.substr(0, 2) == "//") {
-      filter.readComment(line);
-      continue;
-    }
-    while (!line.empty() && vu::detail::isSpace(line[0])) line.remove_prefix(1);
-    // A rule ends at the first white space.
-    line = line.substr(
-        0, static_cast<std::size_t>(std::find_if(line.begin(), line.end(), vu::detail::isSpace) -
-                                    line.begin()));
-    if (line.empty() || !filter.wantsRules()) continue;
-    SuffixRule rule = parseRule(line);
-    if (rule.text.empty()) {
-      throw Refusal(name + ":" + std::to_string(number) +
-                    ": not a suffix rule: " + std::string(line.substr(0, 100)));
-    }
-    rules.push_back(std::move(rule));
+  if (!reader.bad().empty()) {
+    throw Refusal(name + ":" + std::to_string(reader.line()) +
+                  ": not a suffix rule: " + std::string(reader.bad()));
   }
-  if (rules.empty()) {
+  if (all.rules.empty()) {
     throw Refusal(
         (section == Section::all ? "no suffix rules in " : "no rules of that section in ") + name);
   }
-  return rules;
+  all.info = reader.info();
+  return all;
 }
 
-std::string definitionText(const std::vector<SuffixRule>& rules) {
+std::string definitionText(const RuleList& list) {
   std::string text;
-  for (const SuffixRule& rule : rules) text += rule.text + " " + val2str(rule.labels) + "\n";
+  for (const auto& rule : list.rules) text += rule.text + " " + val2str(rule.labels) + "\n";
   return text;
+}
+
+std::string compiledTable(const RuleList& list) {
+  vu::detail::TableBuilder builder;
+  builder.reserve(list.rules.size());
+  int maxLabels = 0;
+  for (const auto& rule : list.rules) {
+    builder.add(rule.text, rule.section);
+    maxLabels = std::max(maxLabels, rule.labels);
+  }
+  std::string block = builder.finish({maxLabels, list.info});
+  vu::detail::seal(block);
+  return block;
 }
 
 std::string_view shorterSuffix(const std::set<std::string, std::less<>>& suffixes,
@@ -151,18 +147,16 @@ std::string_view shorterSuffix(const std::set<std::string, std::less<>>& suffixe
 
 std::unique_ptr<vu_cctld> makeTable(const std::string& path, const std::string& defaultDomain) {
   auto table = std::make_unique<vu_cctld>(nullptr, defaultDomain.c_str());
+  const char* const named = std::getenv("VU_SUFFIXES");
   if (!path.empty()) {
-    checkReadable(path);
-    try {
-      table->initSet(path == "-" ? "/dev/stdin" : path.c_str());
-    } catch (const vu_exception& failure) {
-      throw Refusal(displayName(path) + ": " + failure.what() + "; \"vu suffixes check " + path +
-                    "\" tells in which line");
-    }
-    return table;
+    openNamed(*table, path);
+  } else if (named != nullptr && *named != '\0') {
+    openNamed(*table, named);
+  } else if (access(vu_table_system_path(), R_OK) == 0) {
+    openNamed(*table, vu_table_system_path());
+  } else {
+    openSystemList(*table);
   }
-  const MemoryFile file(definitionText(parseSuffixList(systemList(), kSystemList, Section::all)));
-  table->initSet(file.path().c_str());
   return table;
 }
 

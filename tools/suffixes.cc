@@ -1,14 +1,18 @@
-// vu suffixes: make definition files from a Public Suffix List, and look into them.
+// vu suffixes: make definition files and compiled tables from a Public Suffix List, look into them,
+// and compare them.
 
 #include <algorithm>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <tuple>
 
 #include <CLI/CLI.hpp>
 
 #include "domain/definition_file.h"
 #include "domain/host.h"
+#include "domain/load.h"
+#include "domain/suffix_table.h"
 #include "tools/command.h"
 #include "tools/input.h"
 #include "tools/options.h"
@@ -22,6 +26,10 @@ namespace {
 
 const Words<Section> kSections = {
     {"icann", Section::icann}, {"private", Section::privateDomains}, {"all", Section::all}};
+
+using vu::detail::ListedRule;
+using vu::detail::LoadedTable;
+using vu::detail::SuffixTable;
 
 using SuffixSet = std::set<std::string, std::less<>>;
 
@@ -50,15 +58,16 @@ struct BuildOptions {
   std::string list;
   std::string output = "-";
   Section section = Section::all;
+  bool compiled = false;
 };
 
-void reportBuild(const std::vector<SuffixRule>& rules, const BuildOptions& options) {
+void reportBuild(const std::vector<ListedRule>& rules, const BuildOptions& options) {
   SuffixSet plain;
-  for (const SuffixRule& rule : rules) plain.insert(rule.text);
+  for (const ListedRule& rule : rules) plain.insert(rule.text);
   Kind wildcards;
   Kind exceptions;
   Kind shadowed;
-  for (const SuffixRule& rule : rules) {
+  for (const ListedRule& rule : rules) {
     const std::string_view shorter = shorterSuffix(plain, rule.text);
     if (rule.text[0] == '*') {
       wildcards.add(rule.text);
@@ -80,15 +89,15 @@ void reportBuild(const std::vector<SuffixRule>& rules, const BuildOptions& optio
 }
 
 void build(const BuildOptions& options) {
-  const std::vector<SuffixRule> rules =
+  const RuleList list =
       parseSuffixList(readFile(options.list), displayName(options.list), options.section);
-  const std::string text = definitionText(rules);
+  const std::string file = options.compiled ? compiledTable(list) : definitionText(list);
   if (options.output == "-") {
-    writeOut(text);
+    writeOut(file);
   } else {
-    writeFile(options.output, text, Existing::replaced);
+    writeFile(options.output, file, Existing::replaced);
   }
-  reportBuild(rules, options);
+  reportBuild(list.rules, options);
 }
 
 /// What a definition file holds.
@@ -99,9 +108,8 @@ struct Contents {
   Kind duplicates;
 };
 
-Contents readContents(const std::string& path) {
-  const std::string bytes = readFile(path);
-  if (bytes.rfind(kByteOrderMark, 0) == 0) {
+Contents readContents(const std::string& path, std::string_view bytes) {
+  if (bytes.substr(0, vu::detail::kByteOrderMark.size()) == vu::detail::kByteOrderMark) {
     throw Refusal(
         displayName(path) +
         " begins with a byte-order mark, which would belong to its first suffix; write it "
@@ -142,7 +150,7 @@ std::string unmatchable(const Contents& contents) {
     const auto labels = 1 + std::count(suffix.begin(), suffix.end(), '.');
     const std::string_view shorter = shorterSuffix(suffixes, suffix);
     if (!vu::detail::isHostName(suffix)) {
-      (parseRule(suffix).text.empty() ? misspelled : patterns).add(where);
+      (vu::detail::parseRule(suffix).text.empty() ? misspelled : patterns).add(where);
     } else if (labels == 1) {
       single.add(where);
     } else if (labels > contents.largest) {
@@ -162,8 +170,42 @@ std::string unmatchable(const Contents& contents) {
   return report;
 }
 
+/// A table of a file in any form, all of whose bytes are checked. Throws Refusal.
+std::unique_ptr<SuffixTable> readTable(const std::string& path, std::string bytes) {
+  LoadedTable loaded = vu::detail::loadAny(std::move(bytes), displayName(path));
+  if (!loaded.error.empty()) throw Refusal(loaded.error);
+  return std::move(loaded.table);
+}
+
+/// The value of a line "name: value".
+std::string factIn(std::string_view info, std::string_view name) {
+  const std::size_t at = info.find(name);
+  if (at == std::string_view::npos) return "not told";
+  info.remove_prefix(at + name.size());
+  return visible(std::string(info.substr(0, info.find('\n'))));
+}
+
+std::string factsOf(const SuffixTable& table, bool isList) {
+  namespace header = vu::detail::header;
+  const auto count = [&](std::size_t field) { return grouped(table.fact(field)); };
+  std::string facts =
+      "version of the list: " + factIn(table.info(), "version: ") +
+      "\ncommit of the list: " + factIn(table.info(), "commit: ") +
+      "\ndistinct suffixes: " + count(header::kSuffixes) + "\n  ICANN: " + count(header::kIcann) +
+      "\n  private: " + count(header::kPrivate) + "\n  of no section: " + count(header::kOwn) +
+      "\nlargest label count: " + count(header::kMaxLabels) + "\n";
+  if (!isList) facts += "bytes: " + grouped(table.bytes().size()) + ", as they were written\n";
+  return facts;
+}
+
 void check(const std::string& path) {
-  const Contents contents = readContents(path);
+  std::string bytes = readFile(path);
+  const bool isList = vu::detail::isSuffixList(bytes);
+  if (isList || bytes.rfind(vu::detail::kTableMagic, 0) == 0) {
+    writeOut(factsOf(*readTable(path, std::move(bytes)), isList));
+    return;
+  }
+  const Contents contents = readContents(path, bytes);
   writeOut("records: " + grouped(contents.records) +
            "\ndistinct suffixes: " + grouped(contents.lines.size()) +
            "\nlargest label count: " + std::to_string(contents.largest) +
@@ -171,28 +213,90 @@ void check(const std::string& path) {
            contents.duplicates.line("standing again") + unmatchable(contents));
 }
 
+/// Every rule of a file as it is spelled, with its section.
+std::map<std::string, std::string> rulesOf(const std::string& path) {
+  namespace detail = vu::detail;
+  const std::unique_ptr<SuffixTable> table = readTable(path, readFile(path));
+  std::map<std::string, std::string> rules;
+  const std::tuple<detail::Listing, detail::Listing, const char*> kinds[] = {
+      {detail::kSuffix, detail::kRule, ""},
+      {detail::kWildcardAsIs, detail::kWildcard, "*."},
+      {detail::kExceptionAsIs, detail::kException, "!"},
+      {detail::kOther, detail::kRule, ""}};
+  for (std::size_t i = 0; i < table->ruleCount(); ++i) {
+    const detail::RuleView rule = table->rule(i);
+    for (const auto& [spelled, kind, mark] : kinds) {
+      if ((rule.listings() & spelled) == 0) continue;
+      const unsigned sections = rule.sections(kind);
+      rules[std::string(mark).append(table->nameOf(rule))] = (sections & detail::kIcannRules) != 0
+                                                                 ? "icann"
+                                                             : sections != 0 ? "private"
+                                                                             : "-";
+    }
+  }
+  return rules;
+}
+
+/// A line for each rule that only one of two files has, or each in another section, by name.
+void diff(const std::string& before, const std::string& after) {
+  const auto left = rulesOf(before);
+  const auto right = rulesOf(after);
+  std::string lines;
+  const auto add = [&lines](const char* mark, const auto& rule) {
+    lines += std::string(mark) + "\t" + visible(rule.first) + "\t" + rule.second + "\n";
+  };
+  auto old = left.begin();
+  auto fresh = right.begin();
+  while (old != left.end() || fresh != right.end()) {
+    const bool goes = fresh == right.end() || (old != left.end() && old->first < fresh->first);
+    const bool comes = old == left.end() || (fresh != right.end() && fresh->first < old->first);
+    if (goes || (!comes && old->second != fresh->second)) add("-", *old);
+    if (comes || (!goes && old->second != fresh->second)) add("+", *fresh);
+    if (!comes) ++old;
+    if (!goes) ++fresh;
+  }
+  writeOut(lines);
+}
+
 }  // namespace
 
 void addSuffixes(CLI::App& app) {
   CLI::App* suffixes =
-      app.add_subcommand("suffixes", "Make and check the definition files of domain suffixes");
+      app.add_subcommand("suffixes", "Make, check and compare the files of domain suffixes");
   suffixes->require_subcommand(1);
 
   auto options = std::make_shared<BuildOptions>();
   CLI::App* building = suffixes->add_subcommand(
-      "build", "Turn a Public Suffix List into a definition file, every rule of it");
+      "build",
+      "Turn a Public Suffix List into a definition file or a\ncompiled table, every rule of it");
   building->add_option("LIST", options->list, "The list; - is standard input")->required();
   building->add_option("-o,--output", options->output, "Where to write; standard output otherwise")
       ->option_text("FILE");
   addChoice(*building, "--section", options->section, kSections,
             "Which of its rules (default: all)");
+  building->add_flag(
+      "--compiled", options->compiled,
+      "Write a compiled table, which is opened at once and\nknows the rules' sections");
   building->callback([options] { build(*options); });
 
   auto path = std::make_shared<std::string>();
   CLI::App* checking = suffixes->add_subcommand(
-      "check", "Tell what a definition file holds, or where its first bad record is");
-  checking->add_option("FILE", *path, "The definition file; - is standard input")->required();
+      "check", "Tell what a file of suffixes holds, or what is wrong with it");
+  checking
+      ->add_option(
+          "FILE", *path,
+          "A definition file, a compiled table or a list that\nbegins with a comment; - is "
+          "standard input")
+      ->required();
   checking->callback([path] { check(*path); });
+
+  auto before = std::make_shared<std::string>();
+  auto after = std::make_shared<std::string>();
+  CLI::App* comparing = suffixes->add_subcommand(
+      "diff", "Tell which rules only one of two files has, or each in\nanother section");
+  comparing->add_option("FILE", *before, "A file in any form; - is standard input")->required();
+  comparing->add_option("FILE2", *after, "Another one, which came later")->required();
+  comparing->callback([before, after] { diff(*before, *after); });
 }
 
 }  // namespace vu::tool

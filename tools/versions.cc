@@ -1,7 +1,5 @@
 #include "tools/versions.h"
 
-#include <idn2.h>
-
 #include <CLI/Version.hpp>
 #include <nlohmann/json.hpp>
 #include <openssl/crypto.h>
@@ -13,8 +11,7 @@ namespace vu::tool {
 
 std::string versions() {
   return std::string("vu ") + vu_version + "\n" + vu_pcre::engine() + "\nOpenSSL " +
-         OpenSSL_version(OPENSSL_VERSION_STRING) + "\nlibidn2 " + idn2_check_version(nullptr) +
-         "\nCLI11 " + CLI11_VERSION + "\nnlohmann-json " +
+         OpenSSL_version(OPENSSL_VERSION_STRING) + "\nCLI11 " + CLI11_VERSION + "\nnlohmann-json " +
          std::to_string(NLOHMANN_JSON_VERSION_MAJOR) + "." +
          std::to_string(NLOHMANN_JSON_VERSION_MINOR) + "." +
          std::to_string(NLOHMANN_JSON_VERSION_PATCH);

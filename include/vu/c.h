@@ -88,7 +88,7 @@ const char* vu_table_system_path(void);
 ///   VU_ERROR_ARGUMENT   `table` is null;
 ///   VU_ERROR_NOT_FOUND  "No table of suffixes: no path was given, VU_SUFFIXES is not set, and
 ///                       there is no " and the system's path;
-///   VU_ERROR_TABLE      the text that `vu_cctld::initSet` throws, with the path where it has it;
+///   VU_ERROR_TABLE      the text that `vu_cctld::open` throws, with the path where it has it;
 ///   VU_ERROR_MEMORY     "Out of memory".
 int vu_table_open(const char* path, vu_table** table, char* message, size_t message_size);
 

@@ -33,7 +33,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -45,8 +44,7 @@
 class vu_pcre;
 
 namespace vu::detail {
-struct LoadedTable;
-class SuffixTree;
+class SuffixTable;
 }  // namespace vu::detail
 
 /// How a host is matched with the suffixes of a table.
@@ -96,6 +94,51 @@ struct vu_domain {
   }
 };
 
+/// What kind of rule decided about a host.
+enum class vu_rule_kind : std::uint8_t {
+  none,       ///< None: there is no name, or the `shortest` rule found no suffix.
+  standard,   ///< "*", which makes any top level a suffix that is not listed.
+  suffix,     ///< A name as it is listed.
+  wildcard,   ///< "*." in front of a name.
+  exception,  ///< "!" in front of a name.
+};
+
+/// The section of the Public Suffix List that a rule stands in.
+enum class vu_section : std::uint8_t {
+  none,  ///< None: a definition file has no sections, nor has the rule "*".
+  icann,
+  privateDomains
+};
+
+/// What `vu_cctld::explain` finds.
+struct vu_reason {
+  vu_domain domain;  ///< As `classify` finds it, but for what was narrowed.
+  vu_rule_kind rule;
+  vu_section section;  ///< A rule that stands in both is told of as `icann`.
+  /// The rule's name without its mark, in ASCII; in the table, so until that is loaded again or goes.
+  std::string_view name;
+
+  /// The rule as it is listed, "*.ck", "!www.ck", "co.uk" or "*"; "" for none.
+  VU_EXPORT std::string text() const;
+};
+
+/// Which rules may decide, as bits.
+enum vu_narrowing : unsigned {
+  /// Only those of the ICANN section. A table without sections has none of them: ask `facts` first.
+  VU_ICANN_ONLY = 1,
+  /// Hosts for which nothing is listed are refused with 202.
+  VU_LISTED_ONLY = 2
+};
+
+/// What a table tells of itself.
+struct vu_table_facts {
+  std::string version;  ///< Of the list that it was made of, as that tells it; or "".
+  std::string commit;   ///< The same.
+  std::uint32_t icann;  ///< The number of rules by section, which together are all.
+  std::uint32_t privateDomains;
+  std::uint32_t none;
+};
+
 /// A table of domain suffixes and the look-up of URLs in it.
 class VU_EXPORT vu_cctld {
  public:
@@ -107,6 +150,23 @@ class VU_EXPORT vu_cctld {
   vu_cctld(const vu_cctld&) = delete;
   vu_cctld& operator=(const vu_cctld&) = delete;
   ~vu_cctld();
+
+  /// Opens the table at `path` in any of its forms, told by its first bytes: a compiled table, which
+  /// `vu suffixes build` writes and which is used where it lies, shared by all processes; a Public
+  /// Suffix List, which begins with a comment ("//"); else a definition file. All or nothing:
+  /// whatever it throws, the table is as it was. Returns the number of distinct suffixes. A compiled
+  /// table is opened without being read; its file must be replaced by renaming, never written or
+  /// cut in place.
+  ///
+  /// Throws vu_exception as `initSet` does, and:
+  ///   "Suffix table [" + path + "] " + what is wrong with a compiled table;
+  ///   "Public Suffix List [" + path + "] line " + N + " is no suffix rule: " + its beginning;
+  ///   "Public Suffix List [" + path + "] has no rules";
+  ///   "Public Suffix List [" + path + "] cannot be read whole".
+  int open(const char* path);
+
+  /// The same of a file's bytes; `name` stands for its path in messages.
+  int openBytes(std::string bytes, const std::string& name);
 
   /// Empties the table and loads the definition file at `path`: records of a suffix (at most 1023
   /// bytes without white space), white space, and the number of labels of a domain registered under
@@ -121,9 +181,9 @@ class VU_EXPORT vu_cctld {
   /// and std::bad_alloc, with the table empty or as it was.
   int initSet(const char* path);
 
-  /// The same, all or nothing: whatever it throws, the table is as it was. A file that is being
-  /// written is no file to take: write it aside and rename it. `least` is the fewest suffixes to
-  /// accept; negative: half of what the table has.
+  /// As `open`, for a table that is in use: a file that is being written is no file to take (write
+  /// it aside and rename it), all bytes of a compiled table are checked, and `least` is the fewest
+  /// suffixes to accept; negative: half of what the table has.
   ///
   /// Throws as above, and vu_exception "Top level domain definition file [" + path + "] ...":
   ///   "changed while it was read"                            when its size or time is another;
@@ -180,6 +240,14 @@ class VU_EXPORT vu_cctld {
   /// `domain` is unchanged then.
   int lookup(const char* url, std::string& domain, unsigned int& ipAddress) const;
 
+  /// Classifies `url` and tells which rule decided. `narrowing` is of vu_narrowing and holds for the
+  /// `publicSuffix` rule only.
+  [[nodiscard]] vu_reason explain(std::string_view url, vu_match match = vu_match::shortest,
+                                  unsigned narrowing = 0) const noexcept;
+
+  /// What the table tells of itself. Throws std::bad_alloc only.
+  vu_table_facts facts() const;
+
   /// The number of distinct suffixes in the table.
   int suffixCount() const noexcept;
   /// How many labels of a host the `shortest` rule looks at, counted from the right; 2 or more.
@@ -188,16 +256,12 @@ class VU_EXPORT vu_cctld {
   const std::string& defaultDomain() const noexcept;
 
  private:
-  int take(vu::detail::LoadedTable loaded);
-  void classifyAny(std::string_view url, vu_match match, vu_domain& result) const noexcept;
-
   std::string defaultDomain_;
-  std::set<std::string> tldSet_;
+  // The suffixes, in the form that look-ups use.
+  std::unique_ptr<vu::detail::SuffixTable> tldSet_;
   int maxLabels_ = 2;
   // What a label is, as an expression. Look-ups find labels by a direct scan with the same result.
   std::unique_ptr<vu_pcre> labelRegex_;
-  // The suffixes of tldSet_ once more, arranged for look-ups.
-  std::unique_ptr<vu::detail::SuffixTree> tree_;
 };
 
 /// A table that is renewed while it is read.

@@ -1,0 +1,187 @@
+// Classifying a URL: from the host to the domain, and which rule decided. What decides is in
+// match.cc; most hosts need no more than a look at 64 bytes and at one bit of the table.
+
+#include <limits>
+
+#include "domain/host.h"
+#include "domain/match.h"
+#include "domain/plain_host.h"
+#include "domain/suffix_table.h"
+#include "vu/domain.h"
+
+using vu::detail::Chain;
+using vu::detail::Cut;
+using vu::detail::HostScan;
+using vu::detail::JoinedLabels;
+using vu::detail::PlainHost;
+using vu::detail::RuleView;
+using vu::detail::SuffixTable;
+
+namespace {
+
+/// A question to a table.
+struct Question {
+  const SuffixTable& table;
+  int maxLabels;
+  bool completes;  ///< Whether there is a default domain for single labels.
+  vu_match match;
+  unsigned sections = 0;  ///< Of SectionBits; 0 for all.
+  bool explains = false;  ///< Whether the rule is of interest, also where it changes nothing.
+};
+
+constexpr Cut kTooShort{VU_COUNTRY_CODE_TOO_SHORT, nullptr, {}};
+
+Cut cutChain(const Question& asked, const Chain& chain) noexcept {
+  return asked.match == vu_match::shortest
+             ? cutShortest(asked.table, asked.maxLabels, chain)
+             : cutPublicSuffix(asked.table, chain, asked.sections, asked.explains);
+}
+
+/// The chain of labels that are joined by single dots; false for a single label.
+bool findChain(std::string_view labels, Chain& chain) noexcept {
+  const std::size_t dot = labels.rfind('.');
+  if (dot == std::string_view::npos) return false;
+  const std::size_t before = dot == 0 ? std::string_view::npos : labels.rfind('.', dot - 1);
+  const std::string_view lastTwo = labels.substr(before + 1);  // npos + 1 is 0
+  chain = {labels, lastTwo.data(), vu::detail::nameKey(lastTwo)};
+  return true;
+}
+
+/// A host of a single label.
+Cut cutTop(const Question& asked, std::string_view host) noexcept {
+  Cut cut = kTooShort;
+  if (!asked.explains) return cut;
+  const RuleView top = asked.table.findFolded(vu::detail::nameKey(host), host);
+  if (top && vu::detail::isListed(top, vu::detail::kRule, asked.sections)) cut.rule = top;
+  return cut;
+}
+
+/// A host that is a name.
+Cut cutName(const Question& asked, std::string_view host) noexcept {
+  Chain chain;
+  if (asked.match == vu_match::publicSuffix) {
+    if (host.back() == '.') host.remove_suffix(1);
+    return findChain(host, chain) ? cutChain(asked, chain) : cutTop(asked, host);
+  }
+  const JoinedLabels joined(host);
+  if (!findChain(joined.chain(), chain)) return kTooShort;
+  Cut cut = cutChain(asked, chain);
+  if (cut.start != nullptr) cut.start = joined.inHost(cut.start);
+  return cut;
+}
+
+/// Whether a host is labels joined by single dots, with one more at its end or without.
+bool isChain(std::string_view host) noexcept {
+  if (!host.empty() && host.back() == '.') host.remove_suffix(1);
+  return vu::detail::isHostName(host);
+}
+
+void setCut(const Cut& cut, vu_domain& result) noexcept {
+  result.status = cut.status;
+  if (cut.start == nullptr) return;
+  const std::string_view host = result.host;
+  result.domain = host.substr(static_cast<std::size_t>(cut.start - host.data()));
+  if (!host.empty() && host.back() == '.') result.domain.remove_suffix(1);
+}
+
+void setAddress(std::uint32_t number, vu_domain& result) noexcept {
+  for (std::size_t i = 0; i < 4; ++i) {
+    result.address[i] = static_cast<std::uint8_t>(number >> (24 - 8 * i));
+  }
+}
+
+/// The general way: any host at all.
+Cut decideAny(const Question& asked, std::string_view url, vu_domain& result) noexcept {
+  constexpr Cut kNotADomain{VU_COUNTRY_CODE_NOT_A_DOMAIN, nullptr, {}};
+  const std::string_view host = result.host = vu::detail::cutHost(url);
+  const bool mayBeAnything = asked.match == vu_match::shortest || host.empty();
+  if (host.size() > std::numeric_limits<int>::max() || !(mayBeAnything || isChain(host))) {
+    return kNotADomain;
+  }
+  const HostScan scan = vu::detail::scanHost(host);
+  if (scan.kind == HostScan::name) {
+    result.kind = vu_host_kind::name;
+    Cut cut = cutName(asked, host);
+    if (cut.status == VU_COUNTRY_CODE_TOO_SHORT && asked.completes) cut.status = VU_SUCCESS;
+    return cut;
+  }
+  if (scan.kind == HostScan::address) result.kind = vu_host_kind::ipv4;
+  setAddress(scan.ipAddress, result);
+  return scan.kind == HostScan::malformed ? kNotADomain : Cut{VU_SUCCESS, host.data(), {}};
+}
+
+/// Finds the host and decides about it; all of the result but status and domain is set then.
+Cut decide(const Question& asked, std::string_view url, vu_domain& result) noexcept {
+  if (url.data() == nullptr) return {VU_COUNTRY_CODE_EMPTY_URL, nullptr, {}};
+  PlainHost plain;
+  if (!vu::detail::findPlainHost(url, plain)) return decideAny(asked, url, result);
+  result.kind = vu_host_kind::name;
+  result.host = plain.host;
+  const std::uint64_t key = vu::detail::nameKey(plain.lastTwo);
+  const char* const start = plain.host.data();
+  const char* const end = plain.lastTwo.data() + plain.lastTwo.size();
+  if (!asked.explains && !asked.table.mayKnow(key) &&
+      (asked.match == vu_match::shortest || !asked.table.mayHaveWildcard(end))) {
+    return {VU_SUCCESS, plain.lastTwo.data(), {}};
+  }
+  return cutChain(asked,
+                  {{start, static_cast<std::size_t>(end - start)}, plain.lastTwo.data(), key});
+}
+
+vu_section sectionOf(const Cut& cut) noexcept {
+  const unsigned sections = cut.rule.sections(cut.kind);
+  if ((sections & vu::detail::kIcannRules) != 0) return vu_section::icann;
+  return sections != 0 ? vu_section::privateDomains : vu_section::none;
+}
+
+vu_rule_kind ruleOf(const Cut& cut) noexcept {
+  if (cut.kind == vu::detail::kWildcard) return vu_rule_kind::wildcard;
+  return cut.kind == vu::detail::kException ? vu_rule_kind::exception : vu_rule_kind::suffix;
+}
+
+}  // namespace
+
+vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
+  vu_domain result{VU_SUCCESS, vu_host_kind::none, {}, {}, {}};
+  setCut(decide({*tldSet_, maxLabels_, !defaultDomain_.empty(), match}, url, result), result);
+  return result;
+}
+
+vu_reason vu_cctld::explain(std::string_view url, vu_match match,
+                            unsigned narrowing) const noexcept {
+  vu_reason reason{
+      {VU_SUCCESS, vu_host_kind::none, {}, {}, {}}, vu_rule_kind::none, vu_section::none, {}};
+  const bool publicSuffix = match == vu_match::publicSuffix;
+  const unsigned sections = (narrowing & VU_ICANN_ONLY) != 0 ? vu::detail::kIcannRules : 0U;
+  Cut cut = decide({*tldSet_, maxLabels_, !defaultDomain_.empty(), match, sections, publicSuffix},
+                   url, reason.domain);
+  if (cut.rule) {
+    reason.rule = ruleOf(cut);
+    reason.section = sectionOf(cut);
+    reason.name = tldSet_->nameOf(cut.rule);
+  } else if (publicSuffix && reason.domain.kind == vu_host_kind::name) {
+    reason.rule = vu_rule_kind::standard;
+    const bool completed = cut.status == VU_SUCCESS && cut.start == nullptr;
+    if ((narrowing & VU_LISTED_ONLY) != 0 && !completed) {
+      cut = {VU_COUNTRY_CODE_NOT_A_DOMAIN, nullptr, {}};
+      reason.domain.kind = vu_host_kind::none;
+    }
+  }
+  setCut(cut, reason.domain);
+  return reason;
+}
+
+std::string vu_reason::text() const {
+  switch (rule) {
+    case vu_rule_kind::none:
+      return "";
+    case vu_rule_kind::standard:
+      return "*";
+    case vu_rule_kind::wildcard:
+      return std::string("*.").append(name);
+    case vu_rule_kind::exception:
+      return std::string("!").append(name);
+    default:
+      return std::string(name);
+  }
+}
