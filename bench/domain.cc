@@ -141,6 +141,14 @@ void publicSuffix(benchmark::State& state) {
       state, [&](std::string_view url) { return job(url).domain; }, longestByPsl, job);
 }
 
+void explain(benchmark::State& state) {
+  vu_cctld table(nullptr);
+  table.open(inputs().tableFile.c_str());
+  const auto job = [&](std::string_view url) { return table.explain(url, vu_match::publicSuffix); };
+  lookUp(
+      state, [&](std::string_view url) { return job(url).domain.domain; }, longestByPsl, job);
+}
+
 void libpsl(benchmark::State& state) {
   const psl_ctx_t* const table = pslTable();
   const auto job = [&](std::string_view url) { return domainByPsl(table, url); };
@@ -354,6 +362,18 @@ void load(benchmark::State& state) {
   measureCall(state, job);
 }
 
+void openCompiled(benchmark::State& state) {
+  const auto job = [] { return vu_cctld(nullptr).open(inputs().tableFile.c_str()); };
+  require(job() > 8000, "the compiled table is not whole");
+  measureCall(state, job);
+}
+
+void openDafsa(benchmark::State& state, const std::string& path) {
+  const auto job = [&path] { return loadPsl(path) != nullptr; };
+  require(job(), "libpsl does not open its compiled list");
+  measureCall(state, job);
+}
+
 void loadByPsl(benchmark::State& state) {
   const auto job = [] { return psl_suffix_count(loadPsl(inputs().listFile).get()); };
   require(job() > 8000, "libpsl does not load the list whole");
@@ -379,8 +399,8 @@ void memory(benchmark::State& state, Load load) {
   state.counters["bytes"] = static_cast<double>(bytes);
 }
 
-void definitionFile(benchmark::State& state) {
-  auto bytes = std::filesystem::file_size(inputs().suffixFile);
+void sizeOf(benchmark::State& state, const std::string& path) {
+  auto bytes = std::filesystem::file_size(path);
   while (state.KeepRunning()) benchmark::DoNotOptimize(bytes);
   state.counters["bytes"] = static_cast<double>(bytes);
 }
@@ -393,7 +413,17 @@ void registerLoading() {
   });
   add("domain/memory/libpsl",
       [](benchmark::State& state) { memory(state, [] { return loadPsl(inputs().listFile); }); });
-  add("domain/memory/definition-file", definitionFile);
+  const std::string dafsa = std::filesystem::path(inputs().listFile).replace_extension(".dafsa");
+  const auto addSize = [](const char* name, const std::string& path) {
+    add(name, [path](benchmark::State& state) { sizeOf(state, path); });
+  };
+  addSize("domain/memory/definition-file", inputs().suffixFile);
+  addSize("domain/memory/compiled-table", inputs().tableFile);
+  add("domain/open/vu", openCompiled);
+  if (std::filesystem::exists(dafsa)) {
+    addSize("domain/memory/dafsa", dafsa);
+    add("domain/open/libpsl-dafsa", [dafsa](benchmark::State& state) { openDafsa(state, dafsa); });
+  }
 }
 
 using Series = void (*)(benchmark::State&, bool);
@@ -415,6 +445,7 @@ void registerDomain() {
   add("domain/lookup/vu", lookup);
   add("domain/lookup-string/vu", lookupString);
   add("domain/public-suffix/vu", publicSuffix);
+  add("domain/explain/vu", explain);
   add("domain/classify/libpsl", libpsl);
   add("domain/classify/host-cut", hostCut);
   add("domain/address/vu", addresses);

@@ -80,11 +80,15 @@ const Inputs& inputs() { return storage(); }
 
 void loadInputs(const std::string& urlFile, bool smoke) {
   static const TemporaryFile suffixes;
+  static const TemporaryFile compiled;
   Inputs& all = storage();
   all.smoke = smoke;
   all.listFile = VU_BENCH_LIST;
   all.suffixFile = suffixes.path();
   run(VU_BENCH_TOOL " suffixes build " VU_BENCH_LIST " -o " + all.suffixFile + " 2>/dev/null");
+  all.tableFile = compiled.path();
+  run(VU_BENCH_TOOL " suffixes build --compiled " VU_BENCH_LIST " -o " + all.tableFile +
+      " 2>/dev/null");
   const vu_cctld table(all.suffixFile.c_str());
   require(table.suffixCount() > 8000, "the suffix table is not whole");
 

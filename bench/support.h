@@ -38,6 +38,7 @@ struct Inputs {
   /// A Public Suffix List, and the definition file that `vu suffixes build` makes of it.
   std::string listFile;
   std::string suffixFile;
+  std::string tableFile;  ///< The same as a compiled table.
   /// Real URLs in an order that no branch predictor learns, each with a NUL behind it and then the
   /// next, as a log is read. Each has a registered domain by both rules, in lower case.
   std::vector<std::string_view> urls;
