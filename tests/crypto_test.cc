@@ -21,6 +21,7 @@ using vu::test::bytes;
 using vu::test::contentOf;
 using vu::test::hex;
 using vu::test::inChild;
+using vu::test::kindOf;
 using vu::test::messageOf;
 using vu::test::process;
 
@@ -163,6 +164,7 @@ TEST(Crypto, LeavesOpenSslAlone) {
     EXPECT_EQ(std::string("Cipher Final failed : ") + expected, text);
     EXPECT_EQ(0U, ERR_peek_error());
     EXPECT_NE("Cipher Final failed : ", messageOf([&] { process(decipher, "no ciphertext"); }));
+    EXPECT_EQ(vu_failure::cipher, kindOf([&] { process(decipher, "no ciphertext"); }));
     EXPECT_EQ(0U, ERR_peek_error());
   });
 }
@@ -246,6 +248,7 @@ TEST(Crypto, TakesKeysOfTheCaller) {
       EXPECT_EQ(row.message,
                 messageOf([&] { make(row.passphrase, row.salt, row.length, row.iterations); }));
     }
+    EXPECT_EQ(vu_failure::cipher, kindOf([&] { make("p", "s", 1, 0); }));
     EXPECT_EQ("vu_crypto: Null key",
               messageOf([] { const vu_crypto none(1, nullptr, std::shared_ptr<const vu_key>()); }));
     EXPECT_EQ("Unknown cryptic mode: 1 or 0",
@@ -258,6 +261,7 @@ TEST(Crypto, MakesTheKeysOfDomains) {
     EXPECT_EQ("a9993e364706816aba3e25717850c26c9cd0d89d", hex(vu_domainKey("aBc").data(), 20));
     EXPECT_EQ("3d6e9f64286a009a3ee672a327cdb823d7d3ce4f", hex(vu_domainKey("AZ@[\xc4").data(), 20));
     EXPECT_EQ("vu_domainKey: Empty domain", messageOf([] { return vu_domainKey(""); }));
+    EXPECT_EQ(vu_failure::domain, kindOf([] { return vu_domainKey(""); }));
   });
 }
 

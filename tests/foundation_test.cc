@@ -7,7 +7,9 @@
 #include "tests/plain/numbers.h"
 #include "tests/support.h"
 
+using vu::test::Byte;
 using vu::test::convert;
+using vu::test::kindOf;
 using vu::test::messageOf;
 
 namespace {
@@ -67,6 +69,11 @@ TEST(Status, TableIsThePublishedOne) {
             all);
 }
 
+template <typename T>
+void convertOrThrow(const std::string& text) {
+  static_cast<void>(str2val<T>(text));
+}
+
 TEST(Conversion, ReadsNumbers) {
   const struct {
     std::string (*read)(const std::string&, bool);
@@ -89,6 +96,9 @@ TEST(Conversion, ReadsNumbers) {
   };
   for (const auto& row : rows) EXPECT_EQ(row.expected, row.read(row.text, row.flag)) << row.text;
   EXPECT_EQ(" x ", str2val<std::string>(" x ", true));
+  for (const auto read : {convertOrThrow<int>, convertOrThrow<float>, convertOrThrow<Byte>}) {
+    EXPECT_EQ(vu_failure::number, kindOf([=] { read("x"); }));
+  }
   EXPECT_EQ("Impure float value", messageOf([] { return str2val<float>(std::string("1\0", 2)); }));
 }
 

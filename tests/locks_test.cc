@@ -126,6 +126,7 @@ TEST(Locks, HoldAndRelease) {
 TEST(Locks, OnlyGuardsWithoutALockThrow) {
   EXPECT_EQ("Empty RW Lock", messageOf([] { const vu_readlock guard(std::defer_lock); }));
   EXPECT_EQ("Empty RW Lock", messageOf([] { const vu_writelock guard(std::defer_lock); }));
+  EXPECT_EQ(vu_failure::lock, vu::test::kindOf([] { const vu_readlock guard(std::defer_lock); }));
   pthread_rwlock_t own = PTHREAD_RWLOCK_INITIALIZER;
   const vu_writelock held;
   EXPECT_EQ("other", messageOf([&] {

@@ -34,6 +34,17 @@ std::string messageOf(Action action) {
   return "";
 }
 
+/// The kind of that exception, which must come.
+template <typename Action>
+vu_failure kindOf(Action action) {
+  try {
+    action();
+  } catch (const vu_exception& failure) {
+    return failure.kind();
+  }
+  throw std::runtime_error("nothing was thrown");
+}
+
 using Byte = unsigned char;
 
 inline const Byte* bytes(std::string_view text) {
