@@ -45,10 +45,10 @@ struct ClassifyOptions {
 
 const Words<vu_match> kMatches = {{"shortest", vu_match::shortest},
                                   {"public-suffix", vu_match::publicSuffix}};
-const Words<RowFormat> kFormats = {{"table", RowFormat::table},
-                                   {"tsv", RowFormat::tsv},
-                                   {"csv", RowFormat::csv},
-                                   {"jsonl", RowFormat::jsonl}};
+const Words<RowColumn> kColumnWords = {
+    {"status", RowColumn::status},   {"text", RowColumn::text}, {"domain", RowColumn::domain},
+    {"address", RowColumn::address}, {"url", RowColumn::url},   {"subdomain", RowColumn::subdomain},
+    {"suffix", RowColumn::suffix}};
 
 constexpr int kMany = 1 << 20;
 
@@ -94,6 +94,12 @@ class Classifier {
  public:
   Classifier(const vu_cctld& table, const ClassifyOptions& options)
       : writer_(table, options.rows), threads_(options.threads) {}
+
+  void writeTitles() const {
+    Buffer titles;
+    writer_.writeTitles(titles);
+    writeOut(titles.text());
+  }
 
   void classify(const std::string& url) {
     Batch batch;
@@ -216,12 +222,12 @@ int classify(ClassifyOptions options) {
   noteFiles(options.urls);
   options.rows.countDomains = options.summary;
   options.rows.colours = showsColours(STDOUT_FILENO);
-  if (options.rows.format == RowFormat::table && isatty(STDOUT_FILENO) == 1) {
-    writeOut(RowWriter::titles(options.rows.colours));
-  }
+  RowOptions& form = options.rows.rows;
+  form.header |= form.format == Format::table && isatty(STDOUT_FILENO) == 1;
 
   const Clock::time_point start = Clock::now();
   Classifier classifier(*table, options);
+  classifier.writeTitles();
   for (const std::string& url : options.urls) classifier.classify(url);
   for (const std::string& path : options.files) classifier.classifyFile(path);
   classifier.clearProgress();
@@ -263,8 +269,9 @@ void addClassify(CLI::App& app, int& exitStatus) {
       *command, "-m,--match", options->rows.match, kMatches,
       "shortest: the service's own rule, by the shortest\nlisted suffix of two labels or more "
       "(default).\npublic-suffix: the rules of the Public Suffix List");
-  addChoice(*command, "--format", options->rows.format, kFormats,
-            "Columns: status, text, domain, address, URL\n(default: table)");
+  addRowOptions(*command, options->rows.rows, "status, text, domain, address, url");
+  addList(*command, "--columns", options->rows.columns, kColumnWords,
+          "Which columns, in which order; subdomain and suffix\nare there, too");
   command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");
   addNumber<std::size_t>(*command, "-j,--threads", options->threads, 1, 256,
                          "How many threads; one a core otherwise");

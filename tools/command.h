@@ -23,12 +23,12 @@ class Refusal : public std::runtime_error {
 // Each adds its sub-command, which sets `exitStatus` when it has run.
 void addClassify(CLI::App& app, int& exitStatus);
 void addSettings(CLI::App& app, int& exitStatus);
+void addStatus(CLI::App& app, int& exitStatus);
 
 // Each adds its sub-command, which either does what it is asked or throws Refusal.
 void addCiphers(CLI::App& app);
 void addHash(CLI::App& app);
 void addPairs(CLI::App& app);
-void addStatus(CLI::App& app);
 void addSuffixes(CLI::App& app);
 void addXml(CLI::App& app);
 

@@ -12,7 +12,7 @@
 #include "tools/input.h"
 #include "tools/options.h"
 #include "tools/output.h"
-#include "tools/rows.h"
+#include "tools/table.h"
 #include "vu/foundation.h"
 
 namespace vu::tool {
@@ -54,44 +54,48 @@ unsigned int hashHex(std::string_view value) {
   return hashBytes(fromHex(value));
 }
 
-void appendRow(std::string& out, Hash hash, std::string_view value) {
+void appendRow(Buffer& out, const Table& table, Hash hash, std::string_view value) {
   const unsigned int result = hash(value);
-  for (int shift = 28; shift >= 0; shift -= 4) out += "0123456789abcdef"[result >> shift & 15];
-  out += '\t';
-  appendTabSafe(out, value);
-  out += '\n';
+  std::string digits;
+  for (int shift = 28; shift >= 0; shift -= 4) digits += "0123456789abcdef"[result >> shift & 15];
+  table.append(out, {digits, value});
 }
 
 struct HashOptions {
   Hash hash = nullptr;
+  RowOptions rows;
   std::vector<std::string> values;
 };
 
-void hashLines(Hash hash) {
+void hashLines(const Table& table, Hash hash) {
   LineBlocks blocks("-");
-  std::string rows;
+  Buffer rows;
   unsigned long long number = 0;
   for (Buffer block; blocks.next(block); rows.clear()) {
     for (std::string_view lines = block.text(); !lines.empty();) {
       ++number;
       try {
-        appendRow(rows, hash, takeLine(lines));
+        appendRow(rows, table, hash, takeLine(lines));
       } catch (const Refusal& refusal) {
-        writeOut(rows);
+        writeOut(rows.text());
         throw Refusal("line " + val2str(number) + ": " + refusal.what());
       }
     }
-    writeOut(rows);
+    writeOut(rows.text());
   }
 }
 
 void run(const HashOptions& options) {
   const Hash hash = options.hash != nullptr ? options.hash : hashBytes;
-  if (options.values.empty()) hashLines(hash);
+  const Table table({{"hash", 8}, {"value"}}, options.rows);
+  Buffer row;
+  table.appendTitles(row);
+  writeOut(row.text());
+  if (options.values.empty()) hashLines(table, hash);
   for (const std::string& value : options.values) {
-    std::string row;
-    appendRow(row, hash, value);
-    writeOut(row);
+    row.clear();
+    appendRow(row, table, hash, value);
+    writeOut(row.text());
   }
 }
 
@@ -121,10 +125,9 @@ void addHash(CLI::App& app) {
     };
     command->add_flag_callback(kind.name, choose, kind.description);
   }
+  addRowOptions(*command, options->rows, "hash in hexadecimal digits, value");
   command->footer(
-      "Each row: the hash in hexadecimal digits, a tab, the value, in which a tab, line end\n"
-      "or backslash is written \\t, \\n, \\r, \\\\. The first value that is not of the kind\n"
-      "asked for ends the command.\n"
+      "The first value that is not of the kind asked for ends the command.\n"
       "Exit status: 0 done, 1 something was refused, 2 wrong usage.");
   command->callback([options] { run(*options); });
 }

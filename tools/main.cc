@@ -63,7 +63,7 @@ int run(int argc, char** argv) {
   vu::tool::addPairs(app);
   vu::tool::addCiphers(app);
   vu::tool::addHash(app);
-  vu::tool::addStatus(app);
+  vu::tool::addStatus(app, exitStatus);
   app.footer(kExamples + std::string(kExitStatus) +
              "\n\"vu help COMMAND\" explains a command, \"man vu\" the whole.");
   nameCommands(app);

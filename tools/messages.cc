@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "tools/rows.h"
+#include "tools/text.h"
 
 namespace vu::tool {
 namespace {

@@ -13,6 +13,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/table.h"
 #include "tools/usage.h"
 
 namespace vu::tool {
@@ -21,25 +22,74 @@ namespace vu::tool {
 template <typename Value>
 using Words = std::vector<std::pair<std::string, Value>>;
 
+/// What the word typed stands for; null when it is none of them.
+template <typename Value>
+const Value* findWord(const Words<Value>& words, std::string_view typed) {
+  const auto found = std::find_if(words.begin(), words.end(),
+                                  [typed](const auto& each) { return each.first == typed; });
+  return found != words.end() ? &found->second : nullptr;
+}
+
+template <typename Value>
+std::vector<std::string> namesOf(const Words<Value>& words) {
+  std::vector<std::string> names;
+  for (const auto& each : words) names.push_back(each.first);
+  return names;
+}
+
+/// Why a word is not taken; "" when it is.
+template <typename Value>
+std::string whyNot(const Words<Value>& words, const std::string& typed) {
+  if (findWord(words, typed) != nullptr) return "";
+  const std::vector<std::string> names = namesOf(words);
+  return typed + " is none of " + CLI::detail::join(names, ", ") + didYouMean(typed, names);
+}
+
 /// Adds the option `names` to `command`; `value` becomes what the word given stands for, and any
 /// other word is wrong usage.
 template <typename Value>
 void addChoice(CLI::App& command, const std::string& names, Value& value, const Words<Value>& words,
                const std::string& description) {
-  const auto find = [&words](const std::string& typed) {
-    return std::find_if(words.begin(), words.end(),
-                        [&typed](const auto& each) { return each.first == typed; });
-  };
-  std::vector<std::string> all;
-  for (const auto& each : words) all.push_back(each.first);
-  const auto check = [&words, find, all](const std::string& typed) {
-    if (find(typed) != words.end()) return std::string();
-    return typed + " is none of " + CLI::detail::join(all, ", ") + didYouMean(typed, all);
-  };
-  const auto take = [&value, find](const std::string& word) { value = find(word)->second; };
+  const auto check = [&words](const std::string& typed) { return whyNot(words, typed); };
+  const auto take = [&value, &words](const std::string& word) { value = *findWord(words, word); };
   command.add_option_function<std::string>(names, take, description)
       ->check(check)
-      ->option_text(CLI::detail::join(all, "|"));
+      ->option_text(CLI::detail::join(namesOf(words), "|"));
+}
+
+/// The same for words with commas between them, each once at the most, in the order given.
+template <typename Value>
+void addList(CLI::App& command, const std::string& names, std::vector<Value>& values,
+             const Words<Value>& words, const std::string& description) {
+  const auto check = [&words](const std::string& typed) {
+    std::string why;
+    const std::vector<std::string> all = CLI::detail::split(typed, ',');
+    for (const std::string& each : all) {
+      if (why.empty()) why = whyNot(words, each);
+      if (why.empty() && std::count(all.begin(), all.end(), each) > 1) why = each + " stands twice";
+    }
+    return why;
+  };
+  const auto take = [&values, &words](const std::string& typed) {
+    values.clear();
+    for (const std::string& each : CLI::detail::split(typed, ',')) {
+      values.push_back(*findWord(words, each));
+    }
+  };
+  command.add_option_function<std::string>(names, take, description)
+      ->check(check)
+      ->option_text("COLUMNS");
+}
+
+/// Adds --format and --header to a command. `columns` names what a row holds.
+inline void addRowOptions(CLI::App& command, RowOptions& options, const std::string& columns) {
+  static const Words<Format> formats = {{"table", Format::table},
+                                        {"tsv", Format::tsv},
+                                        {"csv", Format::csv},
+                                        {"jsonl", Format::jsonl}};
+  addChoice(command, "--format", options.format, formats,
+            "Columns: " + columns + "\n(default: table on a terminal, tsv elsewhere)");
+  command.add_flag("--header", options.header, "Titles above the rows, but for jsonl");
 }
 
 /// Reads a number in decimal digits, nothing else; false beyond `most`. CLI11's own way would take

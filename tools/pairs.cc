@@ -1,36 +1,27 @@
 // vu pairs: the name/value pairs of a text.
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <list>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
 #include "tools/command.h"
 #include "tools/input.h"
 #include "tools/options.h"
 #include "tools/output.h"
-#include "tools/rows.h"
+#include "tools/table.h"
+#include "tools/text.h"
 #include "vu/pattern.h"
 
 namespace vu::tool {
 namespace {
 
-enum class PairFormat { table, tsv, jsonl };
-
-const Words<PairFormat> kPairFormats = {
-    {"table", PairFormat::table}, {"tsv", PairFormat::tsv}, {"jsonl", PairFormat::jsonl}};
-
 struct PairOptions {
   std::string file = "-";
   std::string pattern = R"((\w+)=(\w*))";
-  // Bytes of strangers may hold what a terminal obeys.
-  PairFormat format = isatty(STDOUT_FILENO) == 1 ? PairFormat::table : PairFormat::tsv;
+  RowOptions rows;
 };
 
 /// Notices matches that give no pair, which a person who wrote the pattern did not mean.
@@ -47,41 +38,27 @@ class WatchedPattern : public NvalPcre {
   bool matchedWithoutPair = false;
 };
 
-std::string_view view(const CharSizet_t& piece) { return {piece.data, piece.size}; }
-
-std::string jsonRow(std::string_view name, std::string_view value) {
-  nlohmann::ordered_json row;
-  row["name"] = std::string(name);
-  row["value"] = std::string(value);
-  return row.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+/// An empty value is a value, though it may lie nowhere.
+Cell view(const CharSizet_t& piece) {
+  return piece.size > 0 ? Cell(piece.data, piece.size) : Cell("");
 }
 
 using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
 
-void appendTable(std::string& out, const Pairs& pairs) {
+/// How wide the names are in an aligned table; a few long ones do not push all values aside.
+std::size_t nameWidth(const Pairs& pairs) {
   std::size_t width = 0;
   for (const auto& each : pairs) width = std::max(width, visible(view(each.first)).size());
-  width = std::min<std::size_t>(width, 30);
-  for (const auto& [name, value] : pairs) {
-    appendColumn(out, visible(view(name)), width);
-    out += visible(view(value)) + "\n";
-  }
+  return std::min<std::size_t>(width, 30);
 }
 
-std::string rowsOf(const Pairs& pairs, PairFormat format) {
-  std::string out;
-  if (format == PairFormat::table) appendTable(out, pairs);
-  for (const auto& [name, value] : pairs) {
-    if (format == PairFormat::tsv) {
-      appendTabSafe(out, view(name));
-      out += '\t';
-      appendTabSafe(out, view(value));
-      out += '\n';
-    } else if (format == PairFormat::jsonl) {
-      out += jsonRow(view(name), view(value)) + "\n";
-    }
-  }
-  return out;
+void writePairs(const Pairs& pairs, const RowOptions& options) {
+  const bool isAligned = options.format == Format::table;
+  const Table table({{"name", isAligned ? nameWidth(pairs) : 0}, {"value"}}, options);
+  Buffer out;
+  table.appendTitles(out);
+  for (const auto& [name, value] : pairs) table.append(out, {view(name), view(value)});
+  writeOut(out.text());
 }
 
 std::unique_ptr<WatchedPattern> compile(const std::string& pattern) {
@@ -108,7 +85,7 @@ void run(const PairOptions& options) {
       refusal = "the pattern has more groups than a name and a value; write the others (?:...)";
     }
   }
-  writeOut(rowsOf(pairs, options.format));
+  writePairs(pairs, options.rows);
   if (refusal.empty() && pairs.empty() && pattern->matchedWithoutPair) {
     refusal = "the pattern matches, but never with both of its groups, name and value";
   }
@@ -127,8 +104,7 @@ void addPairs(CLI::App& app) {
       ->add_option("--pattern", options->pattern,
                    "PCRE pattern with two groups, name and value;\n(\\w+)=(\\w*) otherwise")
       ->option_text("RE");
-  addChoice(*command, "--format", options->format, kPairFormats,
-            "default: table on a terminal, tsv elsewhere");
+  addRowOptions(*command, options->rows, "name, value");
   command->footer(
       "The pattern sees the whole text: \".\" matches a line end, too, and \"^\" and \"$\" those "
       "of\n"

@@ -1,4 +1,4 @@
-// The rows of `vu classify`: one a URL, in the form that was asked for.
+// The rows of `vu classify`: one a URL, of the columns that were asked for.
 
 #ifndef VU_TOOLS_ROWS_H_
 #define VU_TOOLS_ROWS_H_
@@ -8,17 +8,22 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "tools/buffer.h"
+#include "tools/table.h"
 #include "vu/domain.h"
 
 namespace vu::tool {
 
-enum class RowFormat { table, tsv, csv, jsonl };
+/// What a row may tell of a URL.
+enum class RowColumn { status, text, domain, address, url, subdomain, suffix };
+inline constexpr std::size_t kRowColumns = 7;
 
 /// What a batch of URLs came to.
 struct Tally {
   std::uint64_t urls = 0;
+  std::uint64_t withoutDomain = 0;
   std::array<std::uint64_t, 5> byStatus{};  ///< In the order of `countedStatuses`.
   std::unordered_map<std::string, std::uint64_t> domains;
 };
@@ -28,39 +33,23 @@ inline constexpr std::array<vu_status, 5> countedStatuses = {
     VU_SUCCESS, VU_COUNTRY_CODE_EMPTY_URL, VU_COUNTRY_CODE_NOT_A_DOMAIN, VU_COUNTRY_CODE_TOO_SHORT,
     VU_COUNTRY_CODE_PURE_DOMAIN};
 
-/// The text that the service's table has for a status.
-const char* statusText(vu_status status);
-
-/// Adds a text as a terminal may be shown it, which obeys control characters: everything but
-/// printable ASCII becomes "\xNN", and a backslash "\\". `Text` is std::string or Buffer.
-template <class Text>
-void appendVisible(Text& out, std::string_view text);
-std::string visible(std::string_view text);
-
-/// Adds a text as a field between tabs, in which tabs, line ends and backslashes would end it or be
-/// taken for such: "\t", "\n", "\r", "\\".
-void appendTabSafe(std::string& out, std::string_view text);
-
-/// Adds a cell of an aligned table: padded to `width`, with two blanks behind it. `Text` is
-/// std::string or Buffer.
-template <class Text>
-void appendColumn(Text& out, std::string_view cell, std::size_t width);
-
 /// Classifies URLs and writes their rows. Threads: one writer may serve several at once.
 class RowWriter {
  public:
   struct Choices {
     vu_match match = vu_match::shortest;
-    RowFormat format = RowFormat::table;
+    RowOptions rows;
+    std::vector<RowColumn> columns = {RowColumn::status, RowColumn::text, RowColumn::domain,
+                                      RowColumn::address, RowColumn::url};
     bool onlyFailed = false;
     bool countDomains = false;
-    bool colours = false;  ///< In the table form: green for success, red for a refusal.
+    bool colours = false;  ///< In an aligned table: green for success, red for a refusal.
   };
 
   RowWriter(const vu_cctld& table, Choices choices);
 
-  /// The titles of the table form, with a line end.
-  static std::string titles(bool colours);
+  /// Adds the line of titles, if there is to be one.
+  void writeTitles(Buffer& out) const { rows_.appendTitles(out, choices_.colours); }
 
   /// Adds the row of one URL to `out` and counts it in `tally`.
   void write(std::string_view url, Buffer& out, Tally& tally) const;
@@ -69,16 +58,21 @@ class RowWriter {
   void writeLines(std::string_view block, Buffer& out, Tally& tally) const;
 
  private:
-  /// Whether a URL has bytes that a field between tabs cannot have as they are.
-  enum Escapes { noEscapes, mayNeedEscapes };
-
-  void write(const vu_domain& found, std::string_view url, Escapes escapes, Buffer& out,
-             Tally& tally) const;
+  void write(std::string_view url, bool isTabSafe, Buffer& out, Tally& tally) const;
+  /// The number or the text of a status, by its place in `countedStatuses`.
+  Cell statusCell(RowColumn column, std::size_t place) const;
+  void count(std::string_view domain, std::size_t place, Tally& tally) const;
+  /// The first cells of every row of a status, ready to be written.
+  void makeFronts();
 
   const vu_cctld& table_;
   Choices choices_;
-  /// What the tsv row of a URL begins with: its status, in the order of `countedStatuses`.
+  Table rows_;
+  /// In the order of `countedStatuses`.
+  std::array<std::string, countedStatuses.size()> numbers_;
   std::array<std::string, countedStatuses.size()> fronts_;
+  std::size_t inFront_ = 0;
+  bool isUsual_ = false;  ///< Whether the columns are what they are unless chosen.
 };
 
 }  // namespace vu::tool

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
 #include "tools/buffer.h"
 #include "tools/command.h"
@@ -16,21 +15,16 @@
 #include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
-#include "tools/rows.h"
+#include "tools/table.h"
 #include "tools/terminal.h"
 #include "vu/config.h"
 
 namespace vu::tool {
 namespace {
 
-enum class Format { table, tsv, jsonl };
-
-const Words<Format> kFormats = {
-    {"table", Format::table}, {"tsv", Format::tsv}, {"jsonl", Format::jsonl}};
-
 struct SettingsOptions {
   std::vector<std::string> arguments;
-  Format format = Format::table;
+  RowOptions rows;
   bool checkOnly = false;
 };
 
@@ -175,45 +169,13 @@ std::vector<Setting> readSettings(const SettingsOptions& options) {
   return settings;
 }
 
-void appendJson(std::string& out, const Setting& setting) {
-  using Json = nlohmann::ordered_json;
-  const Json object = {{"name", setting.name},
-                       {"type", std::string(1, setting.type)},
-                       {"value", setting.error.empty() ? Json(setting.value) : Json()},
-                       {"origin", setting.origin}};
-  out += object.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-void appendTabSeparated(std::string& out, const Setting& setting) {
-  out += setting.name + "\t" + setting.type + "\t";
-  appendTabSafe(out, setting.value);
-  out += '\t';
-  appendTabSafe(out, setting.origin);
-}
-
-void appendAligned(std::string& out, const Setting& setting) {
-  const bool red = !setting.error.empty() && showsColours(STDOUT_FILENO);
-  if (red) out += colour::red;
-  appendColumn(out, setting.name, 10);
-  appendColumn(out, std::string(1, setting.type), 1);
-  appendColumn(out, setting.error.empty() ? visible(setting.value) : "?", 24);
-  out += visible(setting.origin);
-  if (red) out += colour::none;
-}
-
-void appendRow(std::string& out, const Setting& setting, Format format) {
-  switch (format) {
-    case Format::table:
-      appendAligned(out, setting);
-      break;
-    case Format::tsv:
-      appendTabSeparated(out, setting);
-      break;
-    case Format::jsonl:
-      appendJson(out, setting);
-      break;
-  }
-  out += '\n';
+void appendRow(Buffer& out, const Table& table, const Setting& setting) {
+  const bool isGood = setting.error.empty();
+  const bool isRed = !isGood && showsColours(STDOUT_FILENO);
+  table.append(
+      out,
+      {setting.name, Cell(&setting.type, 1), isGood ? Cell(setting.value) : Cell(), setting.origin},
+      isRed ? colour::red : "");
 }
 
 int showSettings(const SettingsOptions& options) {
@@ -226,15 +188,20 @@ int showSettings(const SettingsOptions& options) {
     return kRefused;
   }
   int exitStatus = kDone;
-  std::string out;
+  const Table table({{"name", 10}, {"type", 1}, {"value", 24}, {"origin"}}, options.rows);
+  Buffer out;
+  table.appendTitles(out);
   for (const Setting& setting : settings) {
-    appendRow(out, setting, options.format);
+    appendRow(out, table, setting);
     if (setting.error.empty()) continue;
     exitStatus = kRefused;
     say(setting.error);
   }
-  if (options.checkOnly) out = exitStatus == kDone ? "The settings are good.\n" : "";
-  writeOut(out);
+  if (!options.checkOnly) {
+    writeOut(out.text());
+  } else if (exitStatus == kDone) {
+    writeOut("The settings are good.\n");
+  }
   return exitStatus;
 }
 
@@ -246,8 +213,7 @@ void addSettings(CLI::App& app, int& exitStatus) {
       "settings", "Show the settings that a daemon would make of a command line");
   addOperands(*command, "ARGUMENT", options->arguments,
               "What the daemon is started with, behind \"--\":\nvu settings -- -v 5 -c vu.conf");
-  addChoice(*command, "--format", options->format, kFormats,
-            "Columns: name, type, value as converted, origin\n(default: table)");
+  addRowOptions(*command, options->rows, "name, type, value as converted,\norigin");
   command->add_flag("--check", options->checkOnly, "Only say whether the settings are good");
   command->footer(
       "Exit status: 0 good, 1 refused or a value that does not convert, 2 wrong usage.");

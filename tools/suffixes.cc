@@ -19,6 +19,7 @@
 #include "tools/output.h"
 #include "tools/suffix_list.h"
 #include "tools/summary.h"
+#include "tools/text.h"
 #include "vu/domain.h"
 
 namespace vu::tool {

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "tools/text.h"
 #include "vu/foundation.h"
 
 namespace vu::tool {
@@ -47,6 +48,7 @@ std::string grouped(std::uint64_t number) {
 
 void Summary::add(const Tally& tally) {
   urls_ += tally.urls;
+  withoutDomain_ += tally.withoutDomain;
   for (std::size_t i = 0; i < byStatus_.size(); ++i) byStatus_[i] += tally.byStatus[i];
   for (const auto& [name, times] : tally.domains) domains_.add(name, times);
 }
@@ -67,7 +69,7 @@ std::string Summary::statusLines() const {
              padLeft(std::to_string(countedStatuses[i]), 3) + " " + statusText(countedStatuses[i]) +
              "\n";
   }
-  return lines;
+  return lines + padLeft(grouped(withoutDomain_), 14) + "  without a domain\n";
 }
 
 std::string Summary::domainLines() const {

@@ -53,6 +53,7 @@ class Summary {
   std::string domainLines() const;
 
   std::uint64_t urls_ = 0;
+  std::uint64_t withoutDomain_ = 0;
   std::array<std::uint64_t, countedStatuses.size()> byStatus_{};
   FrequentNames domains_{std::size_t{1} << 16};
 };

@@ -1,7 +1,6 @@
 #include "tools/versions.h"
 
 #include <CLI/Version.hpp>
-#include <nlohmann/json.hpp>
 #include <openssl/crypto.h>
 
 #include "vu/pattern.h"
@@ -11,10 +10,7 @@ namespace vu::tool {
 
 std::string versions() {
   return std::string("vu ") + vu_version + "\n" + vu_pcre::engine() + "\nOpenSSL " +
-         OpenSSL_version(OPENSSL_VERSION_STRING) + "\nCLI11 " + CLI11_VERSION + "\nnlohmann-json " +
-         std::to_string(NLOHMANN_JSON_VERSION_MAJOR) + "." +
-         std::to_string(NLOHMANN_JSON_VERSION_MINOR) + "." +
-         std::to_string(NLOHMANN_JSON_VERSION_PATCH);
+         OpenSSL_version(OPENSSL_VERSION_STRING) + "\nCLI11 " + CLI11_VERSION;
 }
 
 }  // namespace vu::tool
