@@ -39,6 +39,7 @@ struct ClassifyOptions {
   std::string defaultDomain;
   RowWriter::Choices rows;
   std::size_t threads = std::max(1U, std::thread::hardware_concurrency());
+  std::size_t top = 0;
   bool summary = false;
   bool allowRefused = false;
 };
@@ -90,10 +91,46 @@ struct Batch {
   Tally tally;
 };
 
+/// What a file begins with that is compressed, and what reads it.
+constexpr std::pair<std::string_view, std::string_view> kCompressed[] = {
+    {"\x1F\x8B", "zcat"},
+    {"\x28\xB5\x2F\xFD", "zstdcat"},
+    {"\xFD\x37zXZ", "xzcat"},
+    {"BZh", "bzcat"}};
+
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+bool hasBlankAround(std::string_view url) {
+  return !url.empty() && (isBlank(url.front()) || isBlank(url.back()));
+}
+
+void noteBlanks(const std::string& where) {
+  say("note: blanks around a URL, as in " + where + ", are taken for part of it");
+}
+
+/// Tells a person, once a file, what its beginning has that is seldom meant.
+void noteOddities(const std::string& path, std::string_view block, EntryEnd end) {
+  const std::string name = displayName(path);
+  for (const auto& [beginning, reader] : kCompressed) {
+    if (block.substr(0, beginning.size()) != beginning) continue;
+    say("note: " + name + " is compressed; " + std::string(reader) + " makes lines of it");
+    return;
+  }
+  if (end == EntryEnd::line && block.find('\0') != std::string_view::npos) {
+    say("note: " + name + " has NUL bytes in it; with --null they end a URL, instead of line ends");
+    return;
+  }
+  for (std::uint64_t number = 1; !block.empty(); ++number) {
+    if (!hasBlankAround(takeLine(block, end))) continue;
+    noteBlanks(name + ":" + val2str(number));
+    return;
+  }
+}
+
 class Classifier {
  public:
   Classifier(const vu_cctld& table, const ClassifyOptions& options)
-      : writer_(table, options.rows), threads_(options.threads) {}
+      : writer_(table, options.rows), threads_(options.threads), entryEnd_(options.rows.entryEnd) {}
 
   void writeTitles() const {
     Buffer titles;
@@ -108,10 +145,15 @@ class Classifier {
   }
 
   void classifyFile(const std::string& path) {
-    LineBlocks blocks(path);
+    LineBlocks blocks(path, entryEnd_);
     std::unique_ptr<Batch> batch = emptyBatch();
-    while (blocks.next(batch->lines)) {
-      if (threads_ > 1 && blocks.wasFull()) {
+    for (bool isFirst = true; blocks.next(batch->lines); isFirst = false) {
+      if (isFirst) noteOddities(path, batch->lines.text(), entryEnd_);
+      if (blocks.skipped() > 0) {
+        finishAll();
+        writer_.writeSkipped(blocks.skipped(), batch->rows, batch->tally);
+        finish(*batch);
+      } else if (threads_ > 1 && blocks.wasFull()) {
         start(std::move(batch));
         batch = emptyBatch();
       } else {
@@ -182,30 +224,55 @@ class Classifier {
 
   RowWriter writer_;
   std::size_t threads_;
+  EntryEnd entryEnd_;
   std::vector<std::unique_ptr<Batch>> spare_;
   std::deque<Working> working_;
   Summary summary_;
   Progress progress_;
 };
 
-/// Nothing is printed before it is known that every input can be read.
-void checkFiles(const ClassifyOptions& options) {
+/// Throws Refusal where the suffixes take the bytes that are meant for URLs.
+void checkSuffixes(const ClassifyOptions& options) {
   for (const std::string& path : options.files) {
-    try {
-      checkReadable(path);
-    } catch (const Refusal& refusal) {
-      if (path == options.files.front()) throw;
-      throw Refusal(refusal.what() + std::string("; URLs stand in front of --file"));
-    }
     if (!options.suffixes.empty() && isSameStream(path, options.suffixes)) {
       throw Refusal(displayName(path) + " cannot be both the suffixes and the URLs");
     }
   }
 }
 
+/// Classifies the files, those behind one that cannot be read, too. False when there was one.
+bool classifyFiles(Classifier& classifier, const std::vector<std::string>& files) {
+  bool areAllRead = true;
+  for (const std::string& path : files) {
+    try {
+      classifier.classifyFile(path);
+    } catch (const Refusal& refusal) {
+      const bool mayBeUrl = path != files.front() && access(path.c_str(), F_OK) != 0;
+      say(refusal.what() + std::string(mayBeUrl ? "; URLs stand in front of --file" : ""));
+      areAllRead = false;
+    }
+  }
+  return areAllRead;
+}
+
+/// The most frequent domains, a row each.
+void writeTop(const Summary& summary, const ClassifyOptions& options) {
+  const Summary::Counts most = summary.mostFrequent(options.top);
+  const std::size_t width = most.empty() ? 0 : std::to_string(most.front().second).size();
+  const Table table({{"count", width, true}, {"domain"}}, options.rows.rows);
+  Buffer out;
+  table.appendTitles(out, options.rows.colours);
+  for (const auto& [domain, count] : most) table.append(out, {std::to_string(count), domain});
+  writeOut(out.text());
+  if (summary.shortfall() > 0) {
+    say("note: counts may be up to " + grouped(summary.shortfall()) + " too low");
+  }
+}
+
 /// Tells a person who has named a file of URLs, or standard input, like a URL.
 void noteFiles(const std::vector<std::string>& urls) {
   for (const std::string& url : urls) {
+    if (hasBlankAround(url)) noteBlanks("\"" + url + "\"");
     if (url == "-") say("note: - is taken for a URL; without any, standard input is read");
     struct stat status {};
     if (stat(url.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
@@ -217,22 +284,26 @@ int classify(ClassifyOptions options) {
   if (options.urls.empty() && options.files.empty()) {
     options.files.emplace_back("-");
   }
-  checkFiles(options);
+  checkSuffixes(options);
   const std::unique_ptr<vu_cctld> table = makeTable(options.suffixes, options.defaultDomain);
   noteFiles(options.urls);
-  options.rows.countDomains = options.summary;
+  options.rows.countDomains = options.summary || options.top > 0;
+  options.rows.isSilent = options.top > 0;
   options.rows.colours = showsColours(STDOUT_FILENO);
   RowOptions& form = options.rows.rows;
   form.header |= form.format == Format::table && isatty(STDOUT_FILENO) == 1;
 
   const Clock::time_point start = Clock::now();
   Classifier classifier(*table, options);
-  classifier.writeTitles();
+  if (options.top == 0) classifier.writeTitles();
   for (const std::string& url : options.urls) classifier.classify(url);
-  for (const std::string& path : options.files) classifier.classifyFile(path);
+  const bool areAllRead = classifyFiles(classifier, options.files);
   classifier.clearProgress();
-  if (options.summary) std::cerr << classifier.summary().text(secondsSince(start));
-  return classifier.summary().refused() > 0 && !options.allowRefused ? kRefused : kDone;
+  const Summary& summary = classifier.summary();
+  if (options.top > 0) writeTop(summary, options);
+  if (options.summary) std::cerr << summary.text(secondsSince(start));
+  const bool isGood = areAllRead && (summary.refused() == 0 || options.allowRefused);
+  return isGood ? kDone : kRefused;
 }
 
 }  // namespace
@@ -270,9 +341,14 @@ void addClassify(CLI::App& app, int& exitStatus) {
       "shortest: the service's own rule, by the shortest\nlisted suffix of two labels or more "
       "(default).\npublic-suffix: the rules of the Public Suffix List");
   addRowOptions(*command, options->rows.rows, "status, text, domain, address, url");
-  addList(*command, "--columns", options->rows.columns, kColumnWords,
-          "Which columns, in which order; subdomain and suffix\nare there, too");
+  CLI::Option* columns =
+      addList(*command, "--columns", options->rows.columns, kColumnWords,
+              "Which columns, in which order; subdomain and suffix\nare there, too");
   command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");
+  addNull(*command, options->rows.entryEnd);
+  addNumber<std::size_t>(*command, "--top", options->top, 1, 65536,
+                         "In place of the rows, the N most frequent domains,\neach with its count")
+      ->excludes(columns);
   addNumber<std::size_t>(*command, "-j,--threads", options->threads, 1, 256,
                          "How many threads; one a core otherwise");
   command->add_flag(
@@ -283,9 +359,7 @@ void addClassify(CLI::App& app, int& exitStatus) {
                     "status for a failed step");
   command->footer(
       "Exit status: 0 done, 1 a URL was refused or an input could not be read, 2 wrong usage.\n"
-      "In tsv a tab, line end or backslash inside a field is written \\t, \\n, \\r, \\\\; in a "
-      "table\n"
-      "all but printable ASCII is written \\xNN; in jsonl what is not UTF-8 becomes U+FFFD.");
+      "A line of more than 64 MiB is no URL: its row, of status 1003, tells its length.");
   command->callback([options, &exitStatus] { exitStatus = classify(*options); });
 }
 

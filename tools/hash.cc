@@ -64,18 +64,22 @@ void appendRow(Buffer& out, const Table& table, Hash hash, std::string_view valu
 struct HashOptions {
   Hash hash = nullptr;
   RowOptions rows;
+  EntryEnd entryEnd = EntryEnd::line;
   std::vector<std::string> values;
 };
 
-void hashLines(const Table& table, Hash hash) {
-  LineBlocks blocks("-");
+void hashLines(const Table& table, Hash hash, EntryEnd end) {
+  LineBlocks blocks("-", end);
   Buffer rows;
   unsigned long long number = 0;
   for (Buffer block; blocks.next(block); rows.clear()) {
+    if (blocks.skipped() > 0) {
+      throw Refusal("line " + val2str(number + 1) + " is too long: it has more than 64 MiB");
+    }
     for (std::string_view lines = block.text(); !lines.empty();) {
       ++number;
       try {
-        appendRow(rows, table, hash, takeLine(lines));
+        appendRow(rows, table, hash, takeLine(lines, end));
       } catch (const Refusal& refusal) {
         writeOut(rows.text());
         throw Refusal("line " + val2str(number) + ": " + refusal.what());
@@ -91,7 +95,7 @@ void run(const HashOptions& options) {
   Buffer row;
   table.appendTitles(row);
   writeOut(row.text());
-  if (options.values.empty()) hashLines(table, hash);
+  if (options.values.empty()) hashLines(table, hash, options.entryEnd);
   for (const std::string& value : options.values) {
     row.clear();
     appendRow(row, table, hash, value);
@@ -125,6 +129,7 @@ void addHash(CLI::App& app) {
     };
     command->add_flag_callback(kind.name, choose, kind.description);
   }
+  addNull(*command, options->entryEnd);
   addRowOptions(*command, options->rows, "hash in hexadecimal digits, value");
   command->footer(
       "The first value that is not of the kind asked for ends the command.\n"

@@ -15,7 +15,7 @@ namespace vu::tool {
 namespace {
 
 constexpr std::size_t kBlock = std::size_t{1} << 18;
-constexpr std::size_t kLongest = INT_MAX;  // of a line, and of a file that is read whole
+constexpr std::size_t kLongest = INT_MAX;  // of a file that is read whole
 
 int openOrStandardInput(const std::string& path) {
   if (path == "-") {
@@ -32,47 +32,70 @@ bool statusOf(const std::string& path, struct stat& status) {
   return (path == "-" ? fstat(STDIN_FILENO, &status) : stat(path.c_str(), &status)) == 0;
 }
 
+/// Adds what one read gives to `bytes`; false at the end of the file.
+bool readSome(const Descriptor& file, const std::string& name, std::size_t wanted, Buffer& bytes) {
+  char* const room = bytes.room(wanted);
+  ssize_t got = 0;
+  do {
+    got = read(file.number(), room, wanted);
+  } while (got < 0 && shouldTryAgain(file.number(), POLLIN));
+  if (got < 0) refuse("cannot read " + name);
+  bytes.setEnd(room + got);
+  return got > 0;
+}
+
 }  // namespace
 
 std::string displayName(const std::string& path) { return path == "-" ? "standard input" : path; }
 
-LineBlocks::LineBlocks(const std::string& path)
-    : path_(displayName(path)), file_(openOrStandardInput(path)) {}
+LineBlocks::LineBlocks(const std::string& path, EntryEnd end)
+    : path_(displayName(path)), file_(openOrStandardInput(path)), end_(static_cast<char>(end)) {}
 
 bool LineBlocks::next(Buffer& block) {
   block.clear();
   block += rest_.text();
   rest_.clear();
+  skipped_ = 0;
   std::size_t lines = 0;  // the bytes of whole lines
   std::size_t searched = 0;
-  while (!atEnd_ && (lines == 0 || (block.size() < kBlock && moreIsThere()))) {
-    if (!readMore(block)) break;
-    const std::size_t lineEnd = block.text().substr(searched).rfind('\n');
+  do {
+    const std::size_t lineEnd = block.text().substr(searched).rfind(end_);
     if (lineEnd != std::string_view::npos) lines = searched + lineEnd + 1;
     searched = block.size();
-    if (lines == 0 && searched > kLongest) {
-      throw Refusal(path_ + " has a line of more than 2147483647 bytes");
-    }
-  }
+  } while (!atEnd_ && block.size() <= kLongestEntry &&
+           (lines == 0 || (block.size() < kBlock && moreIsThere())) && readMore(block));
   wasFull_ = block.size() >= kBlock;
+  if (block.text().substr(0, kLongestEntry + 1).find(end_) == std::string_view::npos &&
+      block.size() > kLongestEntry) {
+    skipEntry(block);
+    return true;
+  }
   if (atEnd_) return block.size() > 0;
   rest_ += block.text().substr(lines);
   block.truncate(lines);
   return true;
 }
 
-/// Adds what one read gives to `block`; false at the end of the file.
+/// Reads on to the end of an entry that is too long, of which `block` is the beginning.
+void LineBlocks::skipEntry(Buffer& block) {
+  std::size_t end = block.text().find(end_);
+  while (end == std::string_view::npos) {
+    skipped_ += block.size();
+    block.truncate(0);
+    if (!readMore(block)) break;
+    end = block.text().find(end_);
+  }
+  if (end != std::string_view::npos) {
+    skipped_ += end;
+    rest_ += block.text().substr(end + 1);
+  }
+  block.clear();
+}
+
 bool LineBlocks::readMore(Buffer& block) {
   // A block that is full goes on only when it is the beginning of a long line.
   const std::size_t wanted = block.size() < kBlock ? kBlock - block.size() : kBlock;
-  char* const room = block.room(wanted);
-  ssize_t got = 0;
-  do {
-    got = read(file_.number(), room, wanted);
-  } while (got < 0 && shouldTryAgain(file_.number(), POLLIN));
-  if (got < 0) refuse("cannot read " + path_);
-  block.setEnd(room + got);
-  atEnd_ = got == 0;
+  atEnd_ = !readSome(file_, path_, wanted, block);
   return !atEnd_;
 }
 
@@ -103,10 +126,11 @@ bool isSameStream(const std::string& path, const std::string& other) {
 }
 
 std::string readFile(const std::string& path) {
-  LineBlocks blocks(path);
+  const Descriptor file(openOrStandardInput(path));
   std::string text;
-  for (Buffer block; blocks.next(block); text += block.text()) {
-    if (text.size() + block.size() > kLongest) {
+  for (Buffer part; readSome(file, displayName(path), kBlock, part); part.clear()) {
+    text += part.text();
+    if (text.size() > kLongest) {
       throw Refusal(displayName(path) + " is too large: it has more than 2147483647 bytes");
     }
   }
@@ -117,6 +141,7 @@ std::string readFirstLine(const std::string& path) {
   LineBlocks blocks(path);
   Buffer block;
   blocks.next(block);
+  if (blocks.skipped() > 0) throw Refusal(displayName(path) + " begins with too long a line");
   std::string_view lines = block.text();
   return std::string(takeLine(lines));
 }

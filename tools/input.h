@@ -4,6 +4,7 @@
 #define VU_TOOLS_INPUT_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -12,38 +13,51 @@
 
 namespace vu::tool {
 
+/// What ends an entry of an input: "\n" or "\r\n", or a NUL, as "find -print0" writes it.
+enum class EntryEnd : char { line = '\n', null = '\0' };
+
+/// Longer entries are skipped, so that memory has a bound.
+constexpr std::size_t kLongestEntry = std::size_t{64} << 20;
+
 /// Reads a file in blocks of whole lines, as many as can be had without waiting, up to a
 /// quarter of a megabyte: rows and lines of one block then fit into a core's own cache.
 class LineBlocks {
  public:
   /// `path` names the file in messages and is opened by the constructor; "-" is standard input.
-  explicit LineBlocks(const std::string& path);
+  explicit LineBlocks(const std::string& path, EntryEnd end = EntryEnd::line);
 
   /// Puts the next block in place of `block`, each line with its line end; the last one may lack
-  /// it. False at the end of the file. Throws Refusal, also for a line of 2 GiB or more.
+  /// it. False at the end of the file. A line of more than `kLongestEntry` bytes is a block by
+  /// itself, an empty one, and `skipped` tells its length. Throws Refusal.
   bool next(Buffer& block);
+
+  /// The length of the line that the last block stands for in its stead; 0 for any other block.
+  std::uint64_t skipped() const { return skipped_; }
 
   /// Whether the last block was cut at its full size, so that more is likely to be there already.
   bool wasFull() const { return wasFull_; }
 
  private:
   bool readMore(Buffer& block);
+  void skipEntry(Buffer& block);
   bool moreIsThere() const;
 
   std::string path_;
   Descriptor file_;
+  char end_;
   Buffer rest_;
+  std::uint64_t skipped_ = 0;
   bool atEnd_ = false;
   bool wasFull_ = false;
 };
 
 /// Cuts the first line off `block` and returns it without its line end, "\n" or "\r\n", which the
-/// last line may lack.
-inline std::string_view takeLine(std::string_view& block) {
-  const std::size_t lineEnd = block.find('\n');
+/// last line may lack. Of entries that a NUL ends, all other bytes are part.
+inline std::string_view takeLine(std::string_view& block, EntryEnd end = EntryEnd::line) {
+  const std::size_t lineEnd = block.find(static_cast<char>(end));
   std::string_view line = block.substr(0, lineEnd);
   block.remove_prefix(lineEnd == std::string_view::npos ? block.size() : lineEnd + 1);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  if (end == EntryEnd::line && !line.empty() && line.back() == '\r') line.remove_suffix(1);
   return line;
 }
 

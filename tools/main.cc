@@ -73,13 +73,15 @@ int run(int argc, char** argv) {
     return vu::tool::kWrongUsage;
   }
   try {
+    if (argv[1] == std::string("help")) {
+      std::string text;
+      if (!vu::tool::help(app, {argv + 2, argv + argc}, text)) return vu::tool::kWrongUsage;
+      vu::tool::writeOut(text);
+      return vu::tool::kDone;
+    }
     // CLI11 takes a vector from its end.
     std::vector<std::string> words(std::make_reverse_iterator(argv + argc),
                                    std::make_reverse_iterator(argv + 1));
-    if (words.back() == "help") {
-      words.pop_back();
-      words.insert(words.begin(), "--help");
-    }
     app.parse(words);
   } catch (const CLI::Success& asked) {  // for help, or for the version
     std::ostringstream out;

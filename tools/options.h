@@ -13,6 +13,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/input.h"
 #include "tools/table.h"
 #include "tools/usage.h"
 
@@ -59,8 +60,8 @@ void addChoice(CLI::App& command, const std::string& names, Value& value, const 
 
 /// The same for words with commas between them, each once at the most, in the order given.
 template <typename Value>
-void addList(CLI::App& command, const std::string& names, std::vector<Value>& values,
-             const Words<Value>& words, const std::string& description) {
+CLI::Option* addList(CLI::App& command, const std::string& names, std::vector<Value>& values,
+                     const Words<Value>& words, const std::string& description) {
   const auto check = [&words](const std::string& typed) {
     std::string why;
     const std::vector<std::string> all = CLI::detail::split(typed, ',');
@@ -76,7 +77,7 @@ void addList(CLI::App& command, const std::string& names, std::vector<Value>& va
       values.push_back(*findWord(words, each));
     }
   };
-  command.add_option_function<std::string>(names, take, description)
+  return command.add_option_function<std::string>(names, take, description)
       ->check(check)
       ->option_text("COLUMNS");
 }
@@ -90,6 +91,13 @@ inline void addRowOptions(CLI::App& command, RowOptions& options, const std::str
   addChoice(command, "--format", options.format, formats,
             "Columns: " + columns + "\n(default: table on a terminal, tsv elsewhere)");
   command.add_flag("--header", options.header, "Titles above the rows, but for jsonl");
+}
+
+/// Adds --null to a command that reads entries.
+inline void addNull(CLI::App& command, EntryEnd& end) {
+  command.add_flag_callback(
+      "-0,--null", [&end] { end = EntryEnd::null; },
+      "A NUL ends an entry of the input, not a line end");
 }
 
 /// Reads a number in decimal digits, nothing else; false beyond `most`. CLI11's own way would take

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <utility>
 
-#include "tools/input.h"
 #include "tools/terminal.h"
 
 namespace vu::tool {
@@ -133,11 +132,17 @@ void RowWriter::count(std::string_view domain, std::size_t place, Tally& tally) 
 }
 
 void RowWriter::write(std::string_view url, Buffer& out, Tally& tally) const {
-  write(url, false, out, tally);
+  write(table_.classify(url, choices_.match), url, false, out, tally);
 }
 
-void RowWriter::write(std::string_view url, bool isTabSafe, Buffer& out, Tally& tally) const {
-  const vu_domain found = table_.classify(url, choices_.match);
+void RowWriter::writeSkipped(std::uint64_t length, Buffer& out, Tally& tally) const {
+  vu_domain none{};
+  none.status = VU_MALFORMED_URL;
+  write(none, "(a line of " + std::to_string(length) + " bytes)", true, out, tally);
+}
+
+void RowWriter::write(const vu_domain& found, std::string_view url, bool isTabSafe, Buffer& out,
+                      Tally& tally) const {
   const std::size_t place = placeOf(found.status);
   std::string_view domain = found.domain;
   std::string completed;
@@ -146,7 +151,7 @@ void RowWriter::write(std::string_view url, bool isTabSafe, Buffer& out, Tally& 
     domain = completed;
   }
   count(domain, place, tally);
-  if (choices_.onlyFailed && found.status == VU_SUCCESS) return;
+  if (choices_.isSilent || (choices_.onlyFailed && found.status == VU_SUCCESS)) return;
 
   // Everything that a row may tell, by RowColumn; then what it is to tell.
   std::array<Cell, kRowColumns> all;
@@ -176,8 +181,10 @@ void RowWriter::write(std::string_view url, bool isTabSafe, Buffer& out, Tally& 
 void RowWriter::writeLines(std::string_view block, Buffer& out, Tally& tally) const {
   EscapeFinder finder(block);
   while (!block.empty()) {
-    const std::string_view url = takeLine(block);
-    write(url, finder.isClean(url), out, tally);
+    const std::string_view url = takeLine(block, choices_.entryEnd);
+    // Only of lines is known that there is no line end in them.
+    const bool isTabSafe = choices_.entryEnd == EntryEnd::line && finder.isClean(url);
+    write(table_.classify(url, choices_.match), url, isTabSafe, out, tally);
   }
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tools/buffer.h"
+#include "tools/input.h"
 #include "tools/table.h"
 #include "vu/domain.h"
 
@@ -24,14 +25,17 @@ inline constexpr std::size_t kRowColumns = 7;
 struct Tally {
   std::uint64_t urls = 0;
   std::uint64_t withoutDomain = 0;
-  std::array<std::uint64_t, 5> byStatus{};  ///< In the order of `countedStatuses`.
+  std::array<std::uint64_t, 6> byStatus{};  ///< In the order of `countedStatuses`.
   std::unordered_map<std::string, std::uint64_t> domains;
 };
 
-/// The statuses that a URL can have.
-inline constexpr std::array<vu_status, 5> countedStatuses = {
-    VU_SUCCESS, VU_COUNTRY_CODE_EMPTY_URL, VU_COUNTRY_CODE_NOT_A_DOMAIN, VU_COUNTRY_CODE_TOO_SHORT,
-    VU_COUNTRY_CODE_PURE_DOMAIN};
+/// The statuses that a row can have: those of a URL, and that of a line too long to be one.
+inline constexpr std::array<vu_status, 6> countedStatuses = {VU_SUCCESS,
+                                                             VU_COUNTRY_CODE_EMPTY_URL,
+                                                             VU_COUNTRY_CODE_NOT_A_DOMAIN,
+                                                             VU_COUNTRY_CODE_TOO_SHORT,
+                                                             VU_COUNTRY_CODE_PURE_DOMAIN,
+                                                             VU_MALFORMED_URL};
 
 /// Classifies URLs and writes their rows. Threads: one writer may serve several at once.
 class RowWriter {
@@ -43,6 +47,8 @@ class RowWriter {
                                       RowColumn::address, RowColumn::url};
     bool onlyFailed = false;
     bool countDomains = false;
+    bool isSilent = false;  ///< No rows: they are only counted.
+    EntryEnd entryEnd = EntryEnd::line;
     bool colours = false;  ///< In an aligned table: green for success, red for a refusal.
   };
 
@@ -54,11 +60,15 @@ class RowWriter {
   /// Adds the row of one URL to `out` and counts it in `tally`.
   void write(std::string_view url, Buffer& out, Tally& tally) const;
 
-  /// The same for every line of `block`; "\n" and "\r\n" end a line, the last end may be missing.
+  /// Adds the row of a line of `length` bytes that was skipped because of its length.
+  void writeSkipped(std::uint64_t length, Buffer& out, Tally& tally) const;
+
+  /// Adds the row of every line of `block`, each with its end, which the last one may lack.
   void writeLines(std::string_view block, Buffer& out, Tally& tally) const;
 
  private:
-  void write(std::string_view url, bool isTabSafe, Buffer& out, Tally& tally) const;
+  void write(const vu_domain& found, std::string_view url, bool isTabSafe, Buffer& out,
+             Tally& tally) const;
   /// The number or the text of a status, by its place in `countedStatuses`.
   Cell statusCell(RowColumn column, std::size_t place) const;
   void count(std::string_view domain, std::size_t place, Tally& tally) const;

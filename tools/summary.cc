@@ -10,7 +10,7 @@
 namespace vu::tool {
 namespace {
 
-constexpr std::size_t kBars = 10;
+constexpr std::size_t kBars = 10;  // of the chart
 constexpr std::uint64_t kBarWidth = 30;
 
 std::string padLeft(const std::string& text, std::size_t width) {
@@ -72,14 +72,18 @@ std::string Summary::statusLines() const {
   return lines + padLeft(grouped(withoutDomain_), 14) + "  without a domain\n";
 }
 
+Summary::Counts Summary::mostFrequent(std::size_t most) const {
+  Counts counts(std::min(most, domains_.counts().size()));
+  const auto& all = domains_.counts();
+  std::partial_sort_copy(all.begin(), all.end(), counts.begin(), counts.end(),
+                         [](const auto& a, const auto& b) {
+                           return a.second != b.second ? a.second > b.second : a.first < b.first;
+                         });
+  return counts;
+}
+
 std::string Summary::domainLines() const {
-  std::vector<std::pair<std::string, std::uint64_t>> most(kBars);
-  const auto& counts = domains_.counts();
-  const auto last = std::partial_sort_copy(
-      counts.begin(), counts.end(), most.begin(), most.end(), [](const auto& a, const auto& b) {
-        return a.second != b.second ? a.second > b.second : a.first < b.first;
-      });
-  most.erase(last, most.end());
+  const Counts most = mostFrequent(kBars);
   if (most.empty()) return "";
 
   std::size_t width = 0;

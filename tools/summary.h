@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "tools/rows.h"
 
@@ -44,6 +46,13 @@ class Summary {
   std::uint64_t urls() const { return urls_; }
   /// How many URLs were refused.
   std::uint64_t refused() const { return urls_ - byStatus_[0]; }
+
+  using Counts = std::vector<std::pair<std::string, std::uint64_t>>;
+
+  /// The most frequent domains, at most so many, each with its count, the first of the most. Counts
+  /// may be too low by `shortfall`.
+  Counts mostFrequent(std::size_t most) const;
+  std::uint64_t shortfall() const { return domains_.shortfall(); }
 
   /// Rows by status, the most frequent domains as a bar chart, and URLs per second.
   std::string text(double seconds) const;

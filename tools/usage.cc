@@ -75,6 +75,16 @@ std::vector<std::string> commandNames(const CLI::App& command) {
   return names;
 }
 
+/// How the word for a value says that it is completed.
+std::string completionOf(const std::string& value) {
+  const std::string word = value.substr(0, value.find("..."));
+  for (const char* each : {"FILE", "LIST", "IN", "OUT", "ARGUMENT"}) {
+    if (word == each) return "files";
+  }
+  if (word.rfind("CODE", 0) == 0) return "codes";
+  return word.find('|') != std::string::npos ? "words" : "";
+}
+
 std::string helpOf(const CLI::App& command) { return "; see \"" + fullName(command) + " --help\""; }
 
 std::string explainUnknown(const CLI::App& command, const std::string& word) {
@@ -125,6 +135,46 @@ std::string didYouMean(std::string_view typed, const std::vector<std::string>& n
     closest = "; did you mean " + name + "?";
   }
   return closest;
+}
+
+std::string listing(const CLI::App& command) {
+  std::string lines;
+  const auto add = [&lines](const char* kind, const std::string& names, const std::string& value,
+                            const std::string& description) {
+    lines += std::string(kind) + "\t" + names + "\t" + value + "\t" + completionOf(value) + "\t" +
+             CLI::detail::find_and_replace(description, "\n", " ") + "\n";
+  };
+  for (const CLI::App* each : command.get_subcommands(nullptr)) {
+    add("command", each->get_name(), "", each->get_description());
+  }
+  for (const CLI::Option* each : command.get_options()) {
+    if (each->get_positional()) {
+      add("operand", each->get_name(true), each->get_name(true), each->get_description());
+    } else {
+      add("option", each->get_name(false, true), each->get_option_text(), each->get_description());
+    }
+  }
+  return lines;
+}
+
+bool help(const CLI::App& app, std::vector<std::string> words, std::string& text) {
+  const bool isList = !words.empty() && words.front() == "--list";
+  if (isList) words.erase(words.begin());
+  const CLI::App* command = &app;
+  for (const std::string& word : words) {
+    const auto below = command->get_subcommands(nullptr);
+    const auto next = std::find_if(below.begin(), below.end(), [&word](const CLI::App* each) {
+      return each->get_name() == word;
+    });
+    if (next == below.end()) {
+      setSpeaker(fullName(*command));
+      say(explainUnknown(*command, word));
+      return false;
+    }
+    command = *next;
+  }
+  text = isList ? listing(*command) : command->help();
+  return true;
 }
 
 void explain(const CLI::App& app, const CLI::Error& error) {
