@@ -47,7 +47,7 @@ TEST(Tool, AnswersEveryCommandLine) {
       {tsv + "-d corp.xy host ''", "", 0, "\thost.corp.xy\t\thost\n0\tOPERATION SUCCESS\t\t\t\n",
        ""},
       {tsv + "--allow-refused", "a@b\n", 0, "202\tCOUNTRY CODE - NOT A DOMAIN\t\t\ta@b\n", ""},
-      {tsv + "--allow-refused /nowhere -f /nowhere", "", 1, "", "cannot open /nowhere"},
+      {tsv + "--allow-refused -f /nowhere -f -", "a.b\n", 1, "\ta.b\n", "cannot open /nowhere"},
       {tsv + "--only-failed", "a.xy\nco.xy\n", 1, "204\tCOUNTRY CODE - PURE DOMAIN\t\t\tco.xy\n",
        ""},
       {tsv, "a.b/\t\\\x01\xff\n", 0, "\ta.b\t\ta.b/\\t\\\\\x01\xff\n", ""},
@@ -67,7 +67,6 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu classify www.a.co.uk", "", 0, "\ta.co.uk\t", ""},
       {"vu classify a.b.kobe.jp x.b.kobe.jp -m public-suffix", "", 0, "\ta.b.kobe.jp\t", ""},
       {tsv + "-f - -f " + suffixes.path(), "a.b\n", 1, "\ta.b\n202\t", ""},
-      {tsv + "-f - /nowhere", "a.b\n", 1, "", "vu classify: cannot open /nowhere: No such file"},
       // Of files beyond 2 GiB, which need to be asked for on 32-bit systems, no more is read than
       // what counts.
       {"f=$(mktemp) && printf 'co.xy 3\nx y' >$f && truncate -s 3G $f; vu classify a.b -s $f;"
@@ -100,6 +99,21 @@ TEST(Tool, AnswersEveryCommandLine) {
        "debug\td\t3\t/dev/stdin:1\nshowstatus\td\t0\tdefault\nisdaemon\td\t3\tcommand line\n", ""},
       {"vu settings --format jsonl -- -v 0x1F -x 'user=\xff\"' -b '[a,b]'", "", 0,
        "{\"name\":\"debug\",\"type\":\"d\",\"value\":\"31\",\"origin\":\"command line\"}\n", ""},
+      {"vu classify -0 --format csv" + s, std::string("a.b/\n\0c.d\r\0", 11), 1,
+       ",,\"a.b/\n\"\n202,COUNTRY CODE - NOT A DOMAIN,,,\"c.d\r\"\n", ""},
+      {"vu classify --top 1 --format csv --header" + s, "a.b.xy\nb.xy\nc.xy\na@b\n", 1,
+       "count,domain\n2,b.xy\n", ""},
+      {"(head -c 70000000 /dev/zero | tr '\\0' a; echo; echo x.y) | vu classify" + s, "", 1,
+       "1003\tMALFORMED URL\t\t\t(a line of 70000000 bytes)\n0\tOPERATION SUCCESS\tx.y", ""},
+      {"vu classify" + s, "a.b\n c.d\n", 0, "\t c.d\n", "in standard input:2, are taken for part"},
+      {"gzip | vu classify --allow-refused" + s, "a.b\n", 0, "202\t", "is compressed; zcat makes"},
+      {"vu classify --top 1 --columns url", "", 2, "", "excludes --top"},
+      {"vu help clasify", "", 2, "", "vu: there is no command clasify; did you mean classify?\n"},
+      {"vu help --list suffixes build", "", 0,
+       "option\t--section\ticann|private|all\twords\tWhich of its rules (default: all)\n", ""},
+      {"cd /tmp; umask 027; rm -f vu-mask; vu encipher - vu-mask 2>&-; stat -c %a vu-mask; "
+       "rm vu-mask",
+       "x", 0, "640\n", ""},
       // A lone carriage return ends a line for some readers.
       {"vu classify --format csv" + s, "a.b/\rx\n", 0, ",,\"a.b/\rx\"\n", ""},
       {"vu classify --header --columns suffix,status,subdomain,domain -d corp.xy" + s,

@@ -173,7 +173,8 @@ bool help(const CLI::App& app, std::vector<std::string> words, std::string& text
     }
     command = *next;
   }
-  text = isList ? listing(*command) : command->help();
+  const CLI::App* const parent = command->get_parent();
+  text = isList ? listing(*command) : command->help(parent != nullptr ? fullName(*parent) : "");
   return true;
 }
 
