@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <iostream>
 #include <utility>
 
 namespace {
@@ -84,8 +85,9 @@ void Worker::run() {
         } else {
           goesOn = serve(*connections_.at(number));
         }
-      } catch (const std::exception&) {
+      } catch (const std::exception& failure) {
         // Want of memory, mostly: this client loses its connection, the others do not notice.
+        std::cerr << "A client is left: " << failure.what() << '\n';
       }
       if (!goesOn && connections_.erase(number) > 0) close(number);
     }
