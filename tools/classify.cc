@@ -325,7 +325,7 @@ void addClassify(CLI::App& app, int& exitStatus) {
   command
       ->add_option(
           "-s,--suffixes", options->suffixes,
-          "Definition file of suffixes; otherwise the\nsystem's Public Suffix List is used")
+          "File of suffixes in any form; otherwise VU_SUFFIXES\nnames it, or the system has one")
       ->option_text("FILE")
       ->check(isNotEmpty);
   command
