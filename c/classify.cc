@@ -2,11 +2,24 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "c/table.h"
 #include "domain/host.h"
 #include "vu/c.h"
+
+static_assert(VU_KIND_NONE == static_cast<int>(vu_rule_kind::none) &&
+                  VU_KIND_DEFAULT == static_cast<int>(vu_rule_kind::standard) &&
+                  VU_KIND_SUFFIX == static_cast<int>(vu_rule_kind::suffix) &&
+                  VU_KIND_WILDCARD == static_cast<int>(vu_rule_kind::wildcard) &&
+                  VU_KIND_EXCEPTION == static_cast<int>(vu_rule_kind::exception) &&
+                  VU_SECTION_NONE == static_cast<int>(vu_section::none) &&
+                  VU_SECTION_ICANN == static_cast<int>(vu_section::icann) &&
+                  VU_SECTION_PRIVATE == static_cast<int>(vu_section::privateDomains) &&
+                  static_cast<unsigned>(VU_NARROW_ICANN) == VU_ICANN_ONLY &&
+                  static_cast<unsigned>(VU_NARROW_LISTED) == VU_LISTED_ONLY,
+              "the numbers of C are those of C++");
 
 namespace {
 
@@ -69,4 +82,22 @@ vu_text vu_suffix(const char* url, const vu_record* record) {
   // Between labels the service's rule steps over whatever begins none.
   while (start < domain.size() && !vu::detail::beginsLabel(domain[start])) ++start;
   return {domain.data() + start, domain.size() - start};
+}
+
+int vu_explain(const vu_table* table, int rule, unsigned narrowing, const char* url, size_t length,
+               vu_explanation* explanation, size_t explanation_size) {
+  constexpr unsigned kNarrowings = VU_NARROW_ICANN | VU_NARROW_LISTED;
+  if (table == nullptr || !isRule(rule) || (narrowing & ~kNarrowings) != 0 ||
+      explanation == nullptr || explanation_size < sizeof *explanation) {
+    return VU_ERROR_ARGUMENT;
+  }
+  const std::string_view text = url != nullptr ? std::string_view(url, length) : std::string_view();
+  std::memset(explanation, 0, explanation_size);
+  const vu_reason reason = table->suffixes.explain(
+      text, rule == VU_RULE_SERVICE ? vu_match::shortest : vu_match::publicSuffix, narrowing);
+  explanation->status = reason.domain.status;
+  explanation->rule = static_cast<uint8_t>(reason.rule);
+  explanation->section = static_cast<uint8_t>(reason.section);
+  explanation->name = {reason.name.data(), reason.name.size()};
+  return VU_OK;
 }

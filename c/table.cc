@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "vu/c.h"
 #include "vu/version.h"
@@ -41,6 +42,31 @@ std::string explained(const std::string& path, const std::string& failure) {
   return failure.find(path) != std::string::npos ? failure : path + ": " + failure;
 }
 
+/// Opens a table by `open`, which says false where there is none to open.
+template <typename Open>
+int openInto(vu_table** table, char* message, size_t size, Open open) noexcept {
+  if (table == nullptr) {
+    return fail(VU_ERROR_ARGUMENT, vu_code_text(VU_ERROR_ARGUMENT), message, size);
+  }
+  *table = nullptr;
+  try {
+    auto opened = std::make_unique<vu_table>();
+    try {
+      if (!open(*opened)) {
+        const std::string none =
+            "No table of suffixes: no path was given, VU_SUFFIXES is not set, and there is no ";
+        return fail(VU_ERROR_NOT_FOUND, (none + kSystemTable).c_str(), message, size);
+      }
+    } catch (const vu_exception& failure) {
+      return fail(VU_ERROR_TABLE, explained(opened->path, failure.what()).c_str(), message, size);
+    }
+    *table = opened.release();
+    return VU_OK;
+  } catch (const std::exception&) {
+    return fail(VU_ERROR_MEMORY, vu_code_text(VU_ERROR_MEMORY), message, size);
+  }
+}
+
 }  // namespace
 
 const char* vu_library_version() { return vu_version; }
@@ -67,29 +93,27 @@ const char* vu_status_text(uint32_t status) { return statusText(status); }
 const char* vu_table_system_path() { return kSystemTable; }
 
 int vu_table_open(const char* path, vu_table** table, char* message, size_t message_size) {
-  if (table == nullptr) {
+  return openInto(table, message, message_size, [=](vu_table& opened) {
+    opened.path = pathOf(path);
+    if (opened.path.empty()) return false;
+    opened.suffixes.open(opened.path.c_str());
+    return true;
+  });
+}
+
+int vu_table_open_bytes(const void* bytes, size_t size, const char* name, vu_table** table,
+                        char* message, size_t message_size) {
+  if (bytes == nullptr && size != 0) {
+    if (table != nullptr) *table = nullptr;
     return fail(VU_ERROR_ARGUMENT, vu_code_text(VU_ERROR_ARGUMENT), message, message_size);
   }
-  *table = nullptr;
-  try {
-    auto opened = std::make_unique<vu_table>();
-    opened->path = pathOf(path);
-    if (opened->path.empty()) {
-      const std::string none =
-          "No table of suffixes: no path was given, VU_SUFFIXES is not set, and there is no ";
-      return fail(VU_ERROR_NOT_FOUND, (none + kSystemTable).c_str(), message, message_size);
-    }
-    try {
-      opened->suffixes.open(opened->path.c_str());
-    } catch (const vu_exception& failure) {
-      return fail(VU_ERROR_TABLE, explained(opened->path, failure.what()).c_str(), message,
-                  message_size);
-    }
-    *table = opened.release();
-    return VU_OK;
-  } catch (const std::exception&) {
-    return fail(VU_ERROR_MEMORY, vu_code_text(VU_ERROR_MEMORY), message, message_size);
-  }
+  return openInto(table, message, message_size, [=](vu_table& opened) {
+    opened.path = name != nullptr ? name : "";
+    std::string copy;
+    if (size != 0) copy.assign(static_cast<const char*>(bytes), size);
+    opened.suffixes.openBytes(std::move(copy), opened.path);
+    return true;
+  });
 }
 
 void vu_table_close(vu_table* table) { delete table; }

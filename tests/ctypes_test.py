@@ -20,6 +20,11 @@ class Record(ctypes.Structure):
                 ("address", c_uint8 * 16), ("reserved", c_uint32 * 2)]
 
 
+class Explanation(ctypes.Structure):
+    _fields_ = [("status", c_uint32), ("rule", c_uint8), ("section", c_uint8),
+                ("reserved", c_uint8 * 2), ("name", Text)]
+
+
 vu = ctypes.CDLL(sys.argv[1])
 vu.vu_table_rules.restype = c_uint64
 for name in ("code_text", "status_text", "library_version", "table_path", "table_system_path"):
@@ -115,3 +120,29 @@ equal([b"unknown status", b"unknown code"], [vu.vu_status_text(1), vu.vu_code_te
 equal(5, len({vu.vu_code_text(code) for code in range(5)}))
 vu.vu_table_close(table)
 vu.vu_table_close(None)
+
+# A list by its bytes, and which rule decided: kind, section, name.
+rules = b"""// ===BEGIN ICANN DOMAINS===
+uk\nco.uk\n*.ck\n!www.ck\n// ===END ICANN DOMAINS===
+// ===BEGIN PRIVATE DOMAINS===\nshop.xy\n// ===END PRIVATE DOMAINS===\n"""
+equal(OK, vu.vu_table_open_bytes(rules, c_size_t(len(rules)), b"a list", byref(table), None, size))
+equal(b"a list", vu.vu_table_path(table))
+why, room = Explanation(), c_size_t(ctypes.sizeof(Explanation))
+for rule, narrowing, url, expected in (
+        (PUBLIC_SUFFIX, 0, b"http://a.b.co.uk/", (0, 2, 1, b"co.uk")),
+        (PUBLIC_SUFFIX, 0, b"a.b.ck", (0, 3, 1, b"ck")),
+        (PUBLIC_SUFFIX, 0, b"a.www.ck", (0, 4, 1, b"www.ck")),
+        (PUBLIC_SUFFIX, 0, b"b.shop.xy", (0, 2, 2, b"shop.xy")),
+        (PUBLIC_SUFFIX, 1, b"b.shop.xy", (0, 1, 0, b"")),
+        (PUBLIC_SUFFIX, 3, b"b.shop.xy", (202, 1, 0, b"")),
+        (SERVICE, 0, b"b.shop.xy", (0, 2, 2, b"shop.xy")),
+        (SERVICE, 0, b"a.b.c", (0, 0, 0, b"")),
+        (SERVICE, 0, b"10.1.2.3", (0, 0, 0, b""))):
+    equal(OK, vu.vu_explain(table, rule, narrowing, url, c_size_t(len(url)), byref(why), room))
+    name = ctypes.string_at(why.name.data, why.name.size) if why.name.size else b""
+    equal((url, expected), (url, (why.status, why.rule, why.section, name)))
+equal(ARGUMENT, vu.vu_explain(table, SERVICE, 4, b"a", c_size_t(1), byref(why), room))
+equal(ARGUMENT, vu.vu_explain(table, SERVICE, 0, b"a", c_size_t(1), byref(why), c_size_t(8)))
+vu.vu_table_close(table)
+equal(TABLE, vu.vu_table_open_bytes(b"", c_size_t(0), None, byref(missing), None, size))
+equal(ARGUMENT, vu.vu_table_open_bytes(None, c_size_t(1), None, byref(missing), None, size))

@@ -79,10 +79,11 @@ typedef struct vu_table vu_table;
 /// the system changes.
 const char* vu_table_system_path(void);
 
-/// Opens the file of a table. A null or empty `path` means the one that the environment variable
-/// VU_SUFFIXES names, and where that is unset or empty the system's. `message` may be null, and
-/// otherwise has room for `message_size` bytes: after a failure it tells what happened to which
-/// file; else it is as it was.
+/// Opens the file of a table: a compiled table, which must then be replaced by renaming only, a
+/// Public Suffix List, or a definition file. A null or empty `path` means the one that the
+/// environment variable VU_SUFFIXES names, and where that is unset or empty the system's. `message`
+/// may be null, and otherwise has room for `message_size` bytes: after a failure it tells what
+/// happened to which file; else it is as it was.
 ///
 /// Returns VU_OK with `*table` to be closed, or with `*table` null:
 ///   VU_ERROR_ARGUMENT   `table` is null;
@@ -91,6 +92,11 @@ const char* vu_table_system_path(void);
 ///   VU_ERROR_TABLE      the text that `vu_cctld::open` throws, with the path where it has it;
 ///   VU_ERROR_MEMORY     "Out of memory".
 int vu_table_open(const char* path, vu_table** table, char* message, size_t message_size);
+
+/// The same of a file's bytes, of which a copy is kept; `name`, which may be null, stands for its
+/// path in messages and in vu_table_path. Never VU_ERROR_NOT_FOUND.
+int vu_table_open_bytes(const void* bytes, size_t size, const char* name, vu_table** table,
+                        char* message, size_t message_size);
 
 /// Closes a table; null is none.
 void vu_table_close(vu_table* table);
@@ -128,6 +134,41 @@ int vu_classify_texts(const vu_table* table, int rule, const vu_text* urls, size
 /// domain less its first label. Empty for an address, a refusal and an empty host; no text for
 /// null.
 vu_text vu_suffix(const char* url, const vu_record* record);
+
+/// Which kind of rule decided.
+typedef enum vu_kind {
+  VU_KIND_NONE = 0,      ///< None: there is no name, or the service's rule found no suffix.
+  VU_KIND_DEFAULT = 1,   ///< "*", which makes any top level a suffix that is not listed.
+  VU_KIND_SUFFIX = 2,    ///< A name as it is listed.
+  VU_KIND_WILDCARD = 3,  ///< "*." in front of the name.
+  VU_KIND_EXCEPTION = 4  ///< "!" in front of the name.
+} vu_kind;
+
+/// Where a rule stands in the Public Suffix List.
+typedef enum vu_section_number {
+  VU_SECTION_NONE = 0,  ///< A definition file has no sections, nor has the rule "*".
+  VU_SECTION_ICANN = 1,
+  VU_SECTION_PRIVATE = 2
+} vu_section_number;
+
+/// Which rules may decide, as bits; for VU_RULE_PUBLIC_SUFFIX only.
+enum {
+  VU_NARROW_ICANN = 1,  ///< Those of the ICANN section; a table without sections has none of them.
+  VU_NARROW_LISTED = 2  ///< Hosts for which nothing is listed have status 202.
+};
+
+/// Why a URL came to what it did.
+typedef struct vu_explanation {
+  uint32_t status;  ///< As in a record, but for what was narrowed.
+  uint8_t rule;     ///< A vu_kind.
+  uint8_t section;  ///< A vu_section_number.
+  uint8_t reserved[2];
+  vu_text name;  ///< The rule's name without its mark; lives as long as the table. Null for none.
+} vu_explanation;
+
+/// Tells which rule decided about a URL. VU_OK, or VU_ERROR_ARGUMENT.
+int vu_explain(const vu_table* table, int rule, unsigned narrowing, const char* url, size_t length,
+               vu_explanation* explanation, size_t explanation_size);
 
 #pragma GCC visibility pop
 #ifdef __cplusplus
