@@ -13,6 +13,8 @@ CREATE FUNCTION vu_domain(url text, match text DEFAULT 'shortest') RETURNS text
   AS 'MODULE_PATHNAME' LANGUAGE C STABLE STRICT PARALLEL SAFE;
 CREATE FUNCTION vu_suffix(url text, match text DEFAULT 'shortest') RETURNS text
   AS 'MODULE_PATHNAME', 'vu_suffix_sql' LANGUAGE C STABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION vu_rule(url text, match text DEFAULT 'shortest') RETURNS text
+  AS 'MODULE_PATHNAME', 'vu_rule_sql' LANGUAGE C STABLE STRICT PARALLEL SAFE;
 
 CREATE TYPE vu_result AS (
   status integer, reason text, host text, domain text, suffix text, address inet);
@@ -24,4 +26,5 @@ COMMENT ON FUNCTION vu_reason(text, text) IS 'the text of the status of a URL';
 COMMENT ON FUNCTION vu_host(text, text) IS 'the host of a URL';
 COMMENT ON FUNCTION vu_domain(text, text) IS 'the registered domain of a URL, or its address';
 COMMENT ON FUNCTION vu_suffix(text, text) IS 'what the domain of a URL is registered under';
+COMMENT ON FUNCTION vu_rule(text, text) IS 'the rule that decided about a URL, as it is listed';
 COMMENT ON FUNCTION vu_classify(text, text) IS 'all that a URL comes to';

@@ -163,6 +163,19 @@ Datum vu_domain(PG_FUNCTION_ARGS) { return partOf(fcinfo, domain); }
 PG_FUNCTION_INFO_V1(vu_suffix_sql);
 Datum vu_suffix_sql(PG_FUNCTION_ARGS) { return partOf(fcinfo, suffix); }
 
+/* The rule that decided, as it is listed. */
+PG_FUNCTION_INFO_V1(vu_rule_sql);
+Datum vu_rule_sql(PG_FUNCTION_ARGS) {
+  static const char* const marks[] = {"", "*", "", "*.", "!"};
+  const Found found = classify(fcinfo);
+  vu_explanation why;
+  vu_explain(table, ruleOf(PG_GETARG_TEXT_PP(1)), 0, found.url,
+             VARSIZE_ANY_EXHDR(PG_GETARG_TEXT_PP(0)), &why, sizeof why);
+  if (why.rule == VU_KIND_NONE) PG_RETURN_NULL();
+  PG_RETURN_TEXT_P(cstring_to_text(psprintf("%s%.*s", marks[why.rule], (int)why.name.size,
+                                            why.name.size != 0 ? why.name.data : "")));
+}
+
 PG_FUNCTION_INFO_V1(vu_classify_sql);
 Datum vu_classify_sql(PG_FUNCTION_ARGS) {
   static const Part parts[] = {status, reason, host, domain, suffix, address};

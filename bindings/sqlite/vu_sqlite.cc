@@ -130,6 +130,33 @@ void function(sqlite3_context* context, int count, sqlite3_value** values) {
   part(context, found);
 }
 
+/// The rule that decided, as it is listed; NULL when none did.
+void rule(sqlite3_context* context, int count, sqlite3_value** values) {
+  if (sqlite3_value_type(values[0]) == SQLITE_NULL) return;
+  auto& connection = *static_cast<Connection*>(sqlite3_user_data(context));
+  Found found;
+  char* failure = classify(connection, count, values, found);
+  if (failure != nullptr) {
+    sqlite3_result_error(context, failure, -1);
+    sqlite3_free(failure);
+    return;
+  }
+  int match = VU_RULE_SERVICE;
+  if (count > 1) ruleOf(values[1], match);
+  vu_explanation why;
+  vu_explain(connection.table, match, 0, found.url,
+             static_cast<size_t>(sqlite3_value_bytes(values[0])), &why, sizeof why);
+  if (why.rule == VU_KIND_NONE) return;
+  constexpr const char* kMarks[] = {"", "*", "", "*.", "!"};
+  char* const text = sqlite3_mprintf("%s%.*s", kMarks[why.rule], static_cast<int>(why.name.size),
+                                     why.name.size != 0 ? why.name.data : "");
+  if (text == nullptr) {
+    sqlite3_result_error_nomem(context);
+  } else {
+    sqlite3_result_text(context, text, -1, sqlite3_free);
+  }
+}
+
 /// vu_table(path) opens another table, vu_table() says which one is open.
 void table(sqlite3_context* context, int count, sqlite3_value** values) {
   auto& connection = *static_cast<Connection*>(sqlite3_user_data(context));
@@ -290,12 +317,20 @@ constexpr struct {
   int flags;
   Function call;
 } kFunctions[] = {
-    {"vu_status", 1, kPure, function<status>}, {"vu_status", 2, kPure, function<status>},
-    {"vu_reason", 1, kPure, function<reason>}, {"vu_reason", 2, kPure, function<reason>},
-    {"vu_host", 1, kPure, function<host>},     {"vu_host", 2, kPure, function<host>},
-    {"vu_domain", 1, kPure, function<domain>}, {"vu_domain", 2, kPure, function<domain>},
-    {"vu_suffix", 1, kPure, function<suffix>}, {"vu_suffix", 2, kPure, function<suffix>},
-    {"vu_table", 0, kDirect, table},           {"vu_table", 1, kDirect, table},
+    {"vu_status", 1, kPure, function<status>},
+    {"vu_status", 2, kPure, function<status>},
+    {"vu_reason", 1, kPure, function<reason>},
+    {"vu_reason", 2, kPure, function<reason>},
+    {"vu_host", 1, kPure, function<host>},
+    {"vu_host", 2, kPure, function<host>},
+    {"vu_domain", 1, kPure, function<domain>},
+    {"vu_domain", 2, kPure, function<domain>},
+    {"vu_suffix", 1, kPure, function<suffix>},
+    {"vu_suffix", 2, kPure, function<suffix>},
+    {"vu_rule", 1, kPure, rule},
+    {"vu_rule", 2, kPure, rule},
+    {"vu_table", 0, kDirect, table},
+    {"vu_table", 1, kDirect, table},
 };
 
 }  // namespace

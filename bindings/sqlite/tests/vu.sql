@@ -21,6 +21,8 @@ SELECT * FROM vu_classify('http://10.1.2.3/');
 SELECT domain FROM vu_classify('a.b.ltd.co.uk', 'public-suffix');
 SELECT domain FROM vu_classify WHERE url = 'a.b.ltd.co.uk';
 SELECT count(*) FROM vu_classify;
+SELECT vu_rule('a.b.ltd.co.uk'), vu_rule('a.b.ltd.co.uk', 'public-suffix'),
+  vu_rule('a.b', 'public-suffix'), vu_rule('a.b'), vu_rule('10.1.2.3'), vu_rule(NULL);
 -- Deterministic: an index serves.
 CREATE INDEX by_domain ON urls(vu_domain(url));
 EXPLAIN QUERY PLAN SELECT url FROM urls WHERE vu_domain(url) = 'shop.co.uk';
