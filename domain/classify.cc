@@ -110,6 +110,15 @@ Cut decideAny(const Question& asked, std::string_view url, vu_domain& result) no
   return scan.kind == HostScan::malformed ? kNotADomain : Cut{VU_SUCCESS, host.data(), {}};
 }
 
+/// The chain of an ordinary host, with the key of its last two labels.
+Chain chainOf(const PlainHost& plain) noexcept {
+  const char* const start = plain.host.data();
+  const char* const end = plain.lastTwo.data() + plain.lastTwo.size();
+  return {{start, static_cast<std::size_t>(end - start)},
+          plain.lastTwo.data(),
+          vu::detail::nameKey(plain.lastTwo)};
+}
+
 /// Finds the host and decides about it; all of the result but status and domain is set then.
 Cut decide(const Question& asked, std::string_view url, vu_domain& result) noexcept {
   if (url.data() == nullptr) return {VU_COUNTRY_CODE_EMPTY_URL, nullptr, {}};
@@ -117,15 +126,7 @@ Cut decide(const Question& asked, std::string_view url, vu_domain& result) noexc
   if (!vu::detail::findPlainHost(url, plain)) return decideAny(asked, url, result);
   result.kind = vu_host_kind::name;
   result.host = plain.host;
-  const std::uint64_t key = vu::detail::nameKey(plain.lastTwo);
-  const char* const start = plain.host.data();
-  const char* const end = plain.lastTwo.data() + plain.lastTwo.size();
-  if (!asked.explains && !asked.table.mayKnow(key) &&
-      (asked.match == vu_match::shortest || !asked.table.mayHaveWildcard(end))) {
-    return {VU_SUCCESS, plain.lastTwo.data(), {}};
-  }
-  return cutChain(asked,
-                  {{start, static_cast<std::size_t>(end - start)}, plain.lastTwo.data(), key});
+  return cutChain(asked, chainOf(plain));
 }
 
 vu_section sectionOf(const Cut& cut) noexcept {
@@ -143,7 +144,22 @@ vu_rule_kind ruleOf(const Cut& cut) noexcept {
 
 vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
   vu_domain result{VU_SUCCESS, vu_host_kind::none, {}, {}, {}};
-  setCut(decide({*tldSet_, maxLabels_, !defaultDomain_.empty(), match}, url, result), result);
+  const Question asked{*tldSet_, maxLabels_, !defaultDomain_.empty(), match};
+  PlainHost plain;
+  if (url.data() == nullptr || !vu::detail::findPlainHost(url, plain)) {
+    setCut(decide(asked, url, result), result);
+    return result;
+  }
+  result.kind = vu_host_kind::name;
+  result.host = plain.host;
+  const Chain chain = chainOf(plain);
+  if (!tldSet_->mayKnow(chain.key) &&
+      (match == vu_match::shortest ||
+       !tldSet_->mayHaveWildcard(chain.name.data() + chain.name.size()))) {
+    result.domain = plain.lastTwo;
+  } else {
+    setCut(cutChain(asked, chain), result);
+  }
   return result;
 }
 
