@@ -22,6 +22,7 @@ class Refusal : public std::runtime_error {
 
 // Each adds its sub-command, which sets `exitStatus` when it has run.
 void addClassify(CLI::App& app, int& exitStatus);
+void addHost(CLI::App& app, int& exitStatus);
 void addSettings(CLI::App& app, int& exitStatus);
 void addStatus(CLI::App& app, int& exitStatus);
 

@@ -57,6 +57,7 @@ int run(int argc, char** argv) {
   app.formatter(vu::tool::helpFormatter());
   app.footer(kExitStatus);  // Sub-commands take it over as it is now.
   vu::tool::addClassify(app, exitStatus);
+  vu::tool::addHost(app, exitStatus);
   vu::tool::addSettings(app, exitStatus);
   vu::tool::addSuffixes(app);
   vu::tool::addXml(app);
