@@ -143,9 +143,9 @@ void defineResult(py::module_& module) {
                          {Py_tp_getset, parts},          {Py_tp_repr, slot(represent)},
                          {Py_tp_hash, slot(hashOf)},     {Py_tp_richcompare, slot(compare)},
                          {Py_nb_bool, slot(isGood)},     {0, nullptr}};
-  PyType_Spec spec = {"vu.Result", sizeof(Result), 0,
+  PyType_Spec form = {"vu.Result", sizeof(Result), 0,
                       Py_TPFLAGS_DEFAULT | Py_TPFLAGS_DISALLOW_INSTANTIATION, slots};
-  auto type = py::reinterpret_steal<py::object>(PyType_FromSpec(&spec));
+  auto type = py::reinterpret_steal<py::object>(PyType_FromSpec(&form));
   if (!type) throw py::error_already_set();
   module.attr("Result") = type;
   resultType = reinterpret_cast<PyTypeObject*>(type.release().ptr());
