@@ -37,8 +37,8 @@ Settings& made(std::unique_ptr<Settings>& settings) {
   return *settings;
 }
 
-/// Runs a read. Only vu_exception leaves it; anything else, such as for want of memory for its text,
-/// ends the process: callers count on reads that fail in no other way.
+/// Runs a read. Only vu_exception leaves it; anything else, such as for want of memory for its
+/// text, ends the process: callers count on reads that fail in no other way.
 template <typename Read>
 auto readOrDie(Read read) -> decltype(read()) {
   try {

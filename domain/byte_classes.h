@@ -16,7 +16,8 @@ struct ByteClasses {
 };
 
 /// The classes of the first 64 bytes at `text`, or of all `length` if they are fewer; the other
-/// bits are 0. Done in the fastest way that every machine of the target has: the build chooses the file.
+/// bits are 0. Done in the fastest way that every machine of the target has: the build chooses the
+/// file.
 ByteClasses classifyBytes(const char* text, std::size_t length) noexcept;
 /// The same, eight bytes at a time, which any machine can.
 ByteClasses classifyBytesByWords(const char* text, std::size_t length) noexcept;

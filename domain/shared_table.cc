@@ -1,5 +1,5 @@
-// A table that is renewed while it is read. Readers share the table of the moment; a new one is made
-// aside, and the lock that they take for a pointer is held for one exchange of pointers.
+// A table that is renewed while it is read. Readers share the table of the moment; a new one is
+// made aside, and the lock that they take for a pointer is held for one exchange of pointers.
 
 #include <mutex>
 #include <utility>

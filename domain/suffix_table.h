@@ -50,8 +50,8 @@ class SuffixTable {
   bool mayKnow(std::uint64_t key) const noexcept {
     return isSet(filter_, static_cast<std::size_t>(key & filterMask_));
   }
-  /// The same for a wildcard in front of the top level of a host that ends at `end` and has at least
-  /// two bytes.
+  /// The same for a wildcard in front of the top level of a host that ends at `end` and has at
+  /// least two bytes.
   bool mayHaveWildcard(const char* end) const noexcept { return isSet(tops_, topBit(end)); }
 
   /// What is known of a name with this key, none if nothing.

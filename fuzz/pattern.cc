@@ -1,5 +1,5 @@
-// Patterns, subjects and name/value pairs: results, offsets and messages beside those of the engine's
-// interpreter, and that every view lies inside the subject.
+// Patterns, subjects and name/value pairs: results, offsets and messages beside those of the
+// engine's interpreter, and that every view lies inside the subject.
 //
 // Input: how many pairs, compile options, run-time options, where to start; the pattern, a NUL, the
 // subject.

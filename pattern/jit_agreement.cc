@@ -1,11 +1,11 @@
 // The just-in-time code and the interpreter differ, in PCRE 8 and in PCRE2 alike, where a pattern
-// goes beyond groups, repetition and sets: in groups that lose what they held (possessive and atomic
-// ones, assertions with groups inside, conditions), in references to a group from inside of it or
-// before it, around backtracking verbs, in searches that begin with a look-ahead, and where a match
-// must begin in the first line. Such errors are nobody's contract, so only what is known to agree is
-// let through: one pass over the text, which takes some harmless patterns (a set such as "[*+]") for
-// others, and does not try to understand extended ones, where a possessive "+" may stand behind
-// blanks and comments.
+// goes beyond groups, repetition and sets: in groups that lose what they held (possessive and
+// atomic ones, assertions with groups inside, conditions), in references to a group from inside of
+// it or before it, around backtracking verbs, in searches that begin with a look-ahead, and where a
+// match must begin in the first line. Such errors are nobody's contract, so only what is known to
+// agree is let through: one pass over the text, which takes some harmless patterns (a set such as
+// "[*+]") for others, and does not try to understand extended ones, where a possessive "+" may
+// stand behind blanks and comments.
 
 #include "pattern/jit_agreement.h"
 

@@ -2,12 +2,12 @@
 //
 // A search goes through the just-in-time code first, unless the pattern has something that this
 // code treats in its own way. Where it gives up (its stack of 32 KiB or its step count is used up)
-// the interpreter does the search again from the start and decides. That one keeps its frames on the
-// heap, as many as 4 MiB hold. What a search needs beside the pattern is made once a thread.
+// the interpreter does the search again from the start and decides. That one keeps its frames on
+// the heap, as many as 4 MiB hold. What a search needs beside the pattern is made once a thread.
 //
 // For a pattern that begins with a group the just-in-time code of releases before 10.43 may deny a
-// match: "(ab|a)c*b" finds nothing in "ab". It remembers where a repetition has failed, but not that
-// going back may lead in front of that place. It looks for such repetitions from the pattern's
+// match: "(ab|a)c*b" finds nothing in "ab". It remembers where a repetition has failed, but not
+// that going back may lead in front of that place. It looks for such repetitions from the pattern's
 // beginning on and gives up at the first item that it does not know: so it gets each pattern behind
 // a group that is repeated no times, which changes nothing else.
 

@@ -1,6 +1,6 @@
 // Asks the system once per thread where its stack lies, and keeps a failure as well: for the first
-// thread the answer is in /proc, which a process that has locked itself in may not even try to open.
-// Stacks grow downwards on every platform that the library runs on.
+// thread the answer is in /proc, which a process that has locked itself in may not even try to
+// open. Stacks grow downwards on every platform that the library runs on.
 
 #include "pattern/stack_room.h"
 

@@ -1,8 +1,8 @@
-// Both engines side by side: generated patterns and subjects through vu_pcre over PCRE2, and through
-// PCRE 8's interpreter. Of ordinary syntax nothing may differ.
+// Both engines side by side: generated patterns and subjects through vu_pcre over PCRE2, and
+// through PCRE 8's interpreter. Of ordinary syntax nothing may differ.
 //
-// Usage: engines [COUNT [all]]     how many pairs; "all": of all syntax, where known kinds of patterns
-//                                  may differ
+// Usage: engines [COUNT [all]]     how many pairs; "all": of all syntax, where patterns of known
+//                                  kinds may differ
 
 #include <cstdlib>
 #include <iostream>

@@ -217,7 +217,8 @@ TEST(Pattern, SearchesOnAnyStack) {
 
 thread_local int asked = -1;  // how often for this thread's stack; negative: not counted
 
-/// Where the system cannot tell where the stack is, it is asked once, when the first pattern is made.
+/// Where the system cannot tell where the stack is, it is asked once, when the first pattern is
+/// made.
 TEST(Pattern, AsksForTheStackOnce) {
   std::thread([] {
     asked = 0;

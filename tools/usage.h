@@ -30,7 +30,8 @@ std::string fullName(const CLI::App& command);
 std::string listing(const CLI::App& command);
 
 /// What `words` behind "help" ask for: the help of the command that they name, or its listing where
-/// "--list" stands in front of them. Says what is wrong and returns false when there is no such one.
+/// "--list" stands in front of them. Says what is wrong and returns false when there is no such
+/// one.
 bool help(const CLI::App& app, std::vector<std::string> words, std::string& text);
 
 /// Writes what is wrong with a command line, and what to do about it, to standard error.

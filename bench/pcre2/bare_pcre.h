@@ -9,7 +9,8 @@
 
 namespace vu::bench {
 
-/// PCRE2 as a careful user has it: compiled just in time and entered directly, with room of its own.
+/// PCRE2 as a careful user has it: compiled just in time and entered directly, with room of its
+/// own.
 class BarePcre {
  public:
   BarePcre(const char* pattern, int options) {

@@ -1,7 +1,7 @@
 // What the daemon answers, and the threads that do.
 //
-// A query is a URL: a line over TCP, any number of them on a connection, or a datagram. The answer is
-// a line: status, score and domain, "-" for what there is not.
+// A query is a URL: a line over TCP, any number of them on a connection, or a datagram. The answer
+// is a line: status, score and domain, "-" for what there is not.
 //
 // An update is a length of four bytes, the most significant first, and so many bytes that are
 // enciphered: <update><r s='70'>example.org</r>...</update>. The answer is a line, too.

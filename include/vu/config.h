@@ -200,8 +200,8 @@ class VU_EXPORT vu_config {
   /// The same for one setting. Unknown names throw as in `getParam`.
   void check(const char* name) const;
 
-  /// Stores `records`, ended by one with a null name, and returns their number; 0 for null. `reload`
-  /// replaces them: it takes them for where the program starts from.
+  /// Stores `records`, ended by one with a null name, and returns their number; 0 for null.
+  /// `reload` replaces them: it takes them for where the program starts from.
   ///
   /// Throws vu_exception "Null value for parameter [" + name + "]" for a null text of another type
   /// than 'b', before anything is stored.
@@ -227,8 +227,8 @@ class VU_EXPORT vu_config {
 
   /// A setting's value by its type letter.
   ///
-  /// Throws vu_exception "unknown parameter", and what str2val throws for the text; when there is no
-  /// memory for these, it ends the process. A text that converts needs no memory.
+  /// Throws vu_exception "unknown parameter", and what str2val throws for the text; when there is
+  /// no memory for these, it ends the process. A text that converts needs no memory.
   config_value getConfItem(const char* name) const;
 
   /// A setting's value, which must be of a letter that fits T: `int` 'd', `double` 'e', `unsigned

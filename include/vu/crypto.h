@@ -170,7 +170,8 @@ class VU_EXPORT vu_crypto {
   int mode_;
   std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> ctx_;
   const EVP_CIPHER* cipher_;
-  // While ready_ is set, ctx_ has its cipher, and of AES-256-CBC the schedule of the key in lastKey_.
+  // While ready_ is set, ctx_ has its cipher, and of AES-256-CBC the schedule of the key in
+  // lastKey_.
   bool ready_ = false;
   unsigned char lastKey_[32];
   std::shared_ptr<const vu_key> key_;  // null: the process's

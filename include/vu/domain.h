@@ -64,8 +64,8 @@ enum class vu_match {
 struct vu_domain {
   /// VU_SUCCESS, or why there is no domain: VU_COUNTRY_CODE_EMPTY_URL (201) for a view without
   /// data, _NOT_A_DOMAIN (202) for a label followed by anything but a dot (and for a host of more
-  /// than 2^31 - 1 bytes; by the `publicSuffix` rule for all but joined labels), _TOO_SHORT (203) for a single label, _PURE_DOMAIN (204) for a host that
-  /// is a suffix itself.
+  /// than 2^31 - 1 bytes; by the `publicSuffix` rule for all but joined labels), _TOO_SHORT (203)
+  /// for a single label, _PURE_DOMAIN (204) for a host that is a suffix itself.
   vu_status status;
   /// `name`, `ipv4` for a host of at least one label whose labels are all numbers below 255, or
   /// `none` for an empty host and after 201 and 202.
@@ -115,7 +115,8 @@ struct vu_reason {
   vu_domain domain;  ///< As `classify` finds it, but for what was narrowed.
   vu_rule_kind rule;
   vu_section section;  ///< A rule that stands in both is told of as `icann`.
-  /// The rule's name without its mark, in ASCII; in the table, so until that is loaded again or goes.
+  /// The rule's name without its mark, in ASCII; in the table, so until that is loaded again or
+  /// goes.
   std::string_view name;
 
   /// The rule as it is listed, "*.ck", "!www.ck", "co.uk" or "*"; "" for none.
@@ -151,12 +152,12 @@ class VU_EXPORT vu_cctld {
   vu_cctld& operator=(const vu_cctld&) = delete;
   ~vu_cctld();
 
-  /// Opens the table at `path` in any of its forms, told by its first bytes: a compiled table, which
-  /// `vu suffixes build` writes and which is used where it lies, shared by all processes; a Public
-  /// Suffix List, which begins with a comment ("//"); else a definition file. All or nothing:
-  /// whatever it throws, the table is as it was. Returns the number of distinct suffixes. A compiled
-  /// table is opened without being read; its file must be replaced by renaming, never written or
-  /// cut in place.
+  /// Opens the table at `path` in any of its forms, told by its first bytes: a compiled table,
+  /// which `vu suffixes build` writes and which is used where it lies, shared by all processes; a
+  /// Public Suffix List, which begins with a comment ("//"); else a definition file. All or
+  /// nothing: whatever it throws, the table is as it was. Returns the number of distinct suffixes.
+  /// A compiled table is opened without being read; its file must be replaced by renaming, never
+  /// written or cut in place.
   ///
   /// Throws vu_exception as `initSet` does, and:
   ///   "Suffix table [" + path + "] " + what is wrong with a compiled table;
@@ -240,8 +241,8 @@ class VU_EXPORT vu_cctld {
   /// `domain` is unchanged then.
   int lookup(const char* url, std::string& domain, unsigned int& ipAddress) const;
 
-  /// Classifies `url` and tells which rule decided. `narrowing` is of vu_narrowing and holds for the
-  /// `publicSuffix` rule only.
+  /// Classifies `url` and tells which rule decided. `narrowing` is of vu_narrowing and holds for
+  /// the `publicSuffix` rule only.
   [[nodiscard]] vu_reason explain(std::string_view url, vu_match match = vu_match::shortest,
                                   unsigned narrowing = 0) const noexcept;
 
@@ -270,8 +271,8 @@ class VU_EXPORT vu_cctld {
 ///   shared.get()->classify(url);       // in any thread
 ///   shared.reload("suffixes.txt");     // now and then
 ///
-/// Threads: everything in any number of threads at once. `get` takes a lock for as long as a pointer
-/// is copied, so take the table once a request, not once a URL.
+/// Threads: everything in any number of threads at once. `get` takes a lock for as long as a
+/// pointer is copied, so take the table once a request, not once a URL.
 class VU_EXPORT vu_shared_cctld {
  public:
   /// Loads the definition file at `path`; throws as vu_cctld::reload does, for whatever it cannot

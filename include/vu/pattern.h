@@ -63,7 +63,8 @@ struct EngineDelete {
 // ---------------------------------------------------------------------------------------------
 // Regular expressions
 
-/// A compiled pattern in the syntax of PCRE (bytes, not characters) with the offsets of its last match.
+/// A compiled pattern in the syntax of PCRE (bytes, not characters) with the offsets of its last
+/// match.
 class VU_EXPORT vu_pcre {
  public:
   /// Options, to be joined by "|"; the first group is for compiling, the second for searching, the
@@ -116,8 +117,8 @@ class VU_EXPORT vu_pcre {
   ///
   /// Throws vu_exception (no object exists then, and nothing is held):
   ///   "vu_pcre: Empty Regular Expression"                              for a null pattern;
-  ///   "PCRE Compile Error [" + offset + "] " + the engine's own text   when it does not compile, or
-  ///       the engine does not know an option;
+  ///   "PCRE Compile Error [" + offset + "] " + the engine's own text   when it does not compile
+  ///       or the engine does not know an option;
   ///   "PCRE Compile Study Error " + the engine's own text              when it cannot be studied.
   /// Each thread that makes a pattern or searches gets some 70 KiB for its searches, kept to its
   /// end; the first one to do so on it asks the system for the bounds of its stack. So make a
@@ -161,17 +162,17 @@ class VU_EXPORT vu_pcre {
   int getContextOffset() const { return ovector_[1]; }
 
   /// The search of `execute` without any state: offsets go to `ovector`, the caller's vector of
-  /// `ovecsize` entries, three a pair. The result is that of `execute`, and 0 when the vector is too
-  /// small.
+  /// `ovecsize` entries, three a pair. The result is that of `execute`, and 0 when the vector is
+  /// too small.
   ///
   /// Results are those of the engine's interpreter. Its just-in-time code, several times as fast,
   /// runs first where the machine has it; with PCRE 8 only for patterns that it is known to treat
   /// alike: no references to groups, look-aheads, atomic or possessive groups, conditions,
   /// recursion or verbs. What it gives up is done again by the interpreter, which may take as many
   /// matching steps at each starting position as the engine was built for, usually ten million
-  /// (`stepLimit` beyond), and keeps what it may go back to (`depthLimit` beyond) on half of what is
-  /// left of its thread's stack, 4 MiB at the most, with PCRE 8, and in 4 MiB of memory, kept by the
-  /// thread, with PCRE2.
+  /// (`stepLimit` beyond), and keeps what it may go back to (`depthLimit` beyond) on half of what
+  /// is left of its thread's stack, 4 MiB at the most, with PCRE 8, and in 4 MiB of memory, kept by
+  /// the thread, with PCRE2.
   [[nodiscard]] int match(const char* subject, int length, int startOffset, int options,
                           int* ovector, int ovecsize) const;
 
