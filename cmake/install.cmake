@@ -18,6 +18,7 @@ if(VU_TOOL)
   install(FILES completion/vu.bash RENAME vu
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES completion/_vu DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+  install(FILES completion/vu.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()
 install(DIRECTORY include/vu ${PROJECT_BINARY_DIR}/include/vu
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
