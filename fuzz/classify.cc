@@ -142,7 +142,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Buffer rows;
   Tally tally;
   const vu::test::ExactCopy copy(text);
-  writer.writeLines(copy.view(), rows, tally);
+  writer.writeLines(copy.view(), {}, rows, tally);
 
   const std::vector<std::string> lines = linesOf(text);
   std::string_view rest = rows.text();

@@ -25,6 +25,10 @@ TEST(Tool, AnswersEveryCommandLine) {
       "// ===BEGIN ICANN DOMAINS===\nxy\n*.ck\n!www.ck\nb\xc3\xbc.xy\n"
       "// ===END ICANN DOMAINS===\nbetween.xy\n// ===BEGIN PRIVATE DOMAINS===\n"
       "blog.xy comment\na.blog.xy\n// ===END PRIVATE DOMAINS===\n");
+  const TemporaryFile parts(
+      "// ===BEGIN ICANN DOMAINS===\nxy\n*.wild\n!www.wild\n// ===END ICANN DOMAINS===\n"
+      "// ===BEGIN PRIVATE DOMAINS===\nblog.xy\n// ===END PRIVATE DOMAINS===\n");
+  const std::string byParts = std::string(" -m public-suffix -s ") + parts.path() + " ";
   const TemporaryFile certified(
       "openssl_conf = a\n[a]\nalg_section = b\n[b]\ndefault_properties = fips=yes\n");
   const std::string s = std::string(" --suffixes ") + suffixes.path() + " ";
@@ -126,6 +130,23 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu classify --columns url,dommain", "", 2, "",
        "dommain is none of status, text, domain, addr"},
       {"vu classify --columns url,url", "", 2, "", "url stands twice"},
+      {"vu classify --explain --columns domain" + s, "x.co.xy\na.b.c\n1.2\n", 0,
+       "x.co.xy\tco.xy\t\nb.c\t\t\n1.2\t\t\n", ""},
+      {"vu classify --explain --with-place --format jsonl --columns domain" + byParts +
+           "a.b.zz -f -",
+       "a.b.blog.xy\n\n", 0,
+       "{\"domain\":\"b.zz\",\"rule\":\"*\",\"section\":null,\"file\":null,\"line\":null}\n"
+       "{\"domain\":\"b.blog.xy\",\"rule\":\"blog.xy\",\"section\":\"private\","
+       "\"file\":\"standard input\",\"line\":1}\n"
+       "{\"domain\":null,\"rule\":null,\"section\":null,\"file\":\"standard input\",\"line\":2}\n",
+       ""},
+      {"vu classify --sections icann --columns domain,line" + byParts, "a.b.blog.xy\na.wild\n", 1,
+       "blog.xy\t1\n\t2\n", ""},
+      {"vu classify --listed-only --columns rule" + byParts, "a.zz\nwww.wild\n", 1, "\n!www.wild\n",
+       ""},
+      {"vu classify -m public-suffix --sections icann" + s, "a.b\n", 1, "",
+       "these suffixes have no sections"},
+      {"vu classify --listed-only a.b", "", 2, "", "are for --match public-suffix"},
       {"vu status nothing 204 3 0", "", 1,
        "204\tCOUNTRY CODE - PURE DOMAIN\n0\tOPERATION SUCCESS\n",
        "no such status: nothing; \"vu status\" lists them all\nvu status: no such status: 3;"},

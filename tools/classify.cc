@@ -40,6 +40,10 @@ struct ClassifyOptions {
   RowWriter::Choices rows;
   std::size_t threads = std::max(1U, std::thread::hardware_concurrency());
   std::size_t top = 0;
+  unsigned int sections = 0;  ///< Of vu_narrowing.
+  bool listedOnly = false;
+  bool explain = false;
+  bool withPlace = false;
   bool summary = false;
   bool allowRefused = false;
 };
@@ -49,7 +53,9 @@ const Words<vu_match> kMatches = {{"shortest", vu_match::shortest},
 const Words<RowColumn> kColumnWords = {
     {"status", RowColumn::status},   {"text", RowColumn::text}, {"domain", RowColumn::domain},
     {"address", RowColumn::address}, {"url", RowColumn::url},   {"subdomain", RowColumn::subdomain},
-    {"suffix", RowColumn::suffix}};
+    {"suffix", RowColumn::suffix},   {"rule", RowColumn::rule}, {"section", RowColumn::section},
+    {"file", RowColumn::file},       {"line", RowColumn::line}};
+const Words<unsigned int> kSections = {{"icann", VU_ICANN_ONLY}, {"all", 0}};
 
 constexpr int kMany = 1 << 20;
 
@@ -86,6 +92,7 @@ class Progress {
 
 /// A block of lines with what became of it.
 struct Batch {
+  UrlPlace place;  ///< Of its first line.
   Buffer lines;
   Buffer rows;
   Tally tally;
@@ -147,11 +154,16 @@ class Classifier {
   void classifyFile(const std::string& path) {
     LineBlocks blocks(path, entryEnd_);
     std::unique_ptr<Batch> batch = emptyBatch();
+    const std::string name = displayName(path);
+    const bool needsLines = writer_.has(RowColumn::line) || writer_.has(RowColumn::file);
+    std::uint64_t line = 1;
     for (bool isFirst = true; blocks.next(batch->lines); isFirst = false) {
       if (isFirst) noteOddities(path, batch->lines.text(), entryEnd_);
+      batch->place = {name, line};
+      if (needsLines) line += linesOf(batch->lines.text(), blocks.skipped());
       if (blocks.skipped() > 0) {
         finishAll();
-        writer_.writeSkipped(blocks.skipped(), batch->rows, batch->tally);
+        writer_.writeSkipped(blocks.skipped(), batch->place, batch->rows, batch->tally);
         finish(*batch);
       } else if (threads_ > 1 && blocks.wasFull()) {
         start(std::move(batch));
@@ -185,7 +197,14 @@ class Classifier {
   }
 
   void writeRows(Batch& batch) const {
-    writer_.writeLines(batch.lines.text(), batch.rows, batch.tally);
+    writer_.writeLines(batch.lines.text(), batch.place, batch.rows, batch.tally);
+  }
+
+  /// How many lines a block has, or stands for.
+  std::uint64_t linesOf(std::string_view block, std::uint64_t skipped) const {
+    if (skipped > 0) return 1;
+    return static_cast<std::uint64_t>(
+        std::count(block.begin(), block.end(), static_cast<char>(entryEnd_)));
   }
 
   void start(std::unique_ptr<Batch> batch) {
@@ -240,6 +259,30 @@ void checkSuffixes(const ClassifyOptions& options) {
   }
 }
 
+/// Takes in what is asked for beside the columns. Throws Refusal where the table cannot tell it,
+/// ValidationError where it makes no sense.
+void addQuestions(ClassifyOptions& options, const vu_cctld& table) {
+  RowWriter::Choices& rows = options.rows;
+  const auto add = [&rows](std::initializer_list<RowColumn> columns) {
+    for (const RowColumn each : columns) {
+      if (std::count(rows.columns.begin(), rows.columns.end(), each) == 0) {
+        rows.columns.push_back(each);
+      }
+    }
+  };
+  if (options.explain) add({RowColumn::rule, RowColumn::section});
+  if (options.withPlace) add({RowColumn::file, RowColumn::line});
+  rows.narrowing = options.sections | (options.listedOnly ? VU_LISTED_ONLY : 0U);
+  if (rows.narrowing != 0 && rows.match != vu_match::publicSuffix) {
+    throw CLI::ValidationError("--sections and --listed-only are for --match public-suffix");
+  }
+  if (options.sections != 0 && table.facts().icann == 0) {
+    throw Refusal(
+        "these suffixes have no sections; take a Public Suffix List, or what \"vu suffixes build "
+        "--compiled\" makes of one");
+  }
+}
+
 /// Classifies the files, those behind one that cannot be read, too. False when there was one.
 bool classifyFiles(Classifier& classifier, const std::vector<std::string>& files) {
   bool areAllRead = true;
@@ -286,6 +329,7 @@ int classify(ClassifyOptions options) {
   }
   checkSuffixes(options);
   const std::unique_ptr<vu_cctld> table = makeTable(options.suffixes, options.defaultDomain);
+  addQuestions(options, *table);
   noteFiles(options.urls);
   options.rows.countDomains = options.summary || options.top > 0;
   options.rows.isSilent = options.top > 0;
@@ -343,7 +387,17 @@ void addClassify(CLI::App& app, int& exitStatus) {
   addRowOptions(*command, options->rows.rows, "status, text, domain, address, url");
   CLI::Option* columns =
       addList(*command, "--columns", options->rows.columns, kColumnWords,
-              "Which columns, in which order; subdomain and suffix\nare there, too");
+              "Which columns, in which order; subdomain, suffix, rule,\nsection, file and line are "
+              "there, too");
+  command->add_flag("--explain", options->explain,
+                    "Two columns more: the rule that decided, \"*\" where\nnone is listed, and its "
+                    "section");
+  addChoice(*command, "--sections", options->sections, kSections,
+            "icann: rules of the list's private section do not\ncount; with --match public-suffix");
+  command->add_flag("--listed-only", options->listedOnly,
+                    "Refuse hosts for which no rule is listed; with\n--match public-suffix");
+  command->add_flag("--with-place", options->withPlace,
+                    "Two columns more: the file and line of a URL");
   command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");
   addNull(*command, options->rows.entryEnd);
   addNumber<std::size_t>(*command, "--top", options->top, 1, 65536,

@@ -22,7 +22,11 @@ const std::array<Column, kRowColumns> kColumns = {{{"status", 6, true},
                                                    {"address", 15},
                                                    {"url", 28},
                                                    {"subdomain", 12},
-                                                   {"suffix", 8}}};
+                                                   {"suffix", 8},
+                                                   {"rule", 12},
+                                                   {"section", 7},
+                                                   {"file", 12},
+                                                   {"line", 4, true}}};
 
 std::vector<Column> columnsOf(const std::vector<RowColumn>& chosen) {
   std::vector<Column> columns;
@@ -96,7 +100,25 @@ Cell suffixOf(const vu_domain& found, std::string_view domain) {
   return domain.substr(dot + 1);
 }
 
+Cell sectionOf(const vu_reason& reason) {
+  switch (reason.section) {
+    case vu_section::icann:
+      return "icann";
+    case vu_section::privateDomains:
+      return "private";
+    default:
+      return {};
+  }
+}
+
 }  // namespace
+
+/// A URL as it was read.
+struct RowWriter::Entry {
+  std::string_view url;
+  bool isTabSafe = false;
+  UrlPlace place;
+};
 
 RowWriter::RowWriter(const vu_cctld& table, Choices choices)
     : table_(table),
@@ -105,6 +127,12 @@ RowWriter::RowWriter(const vu_cctld& table, Choices choices)
   for (std::size_t i = 0; i < numbers_.size(); ++i) numbers_[i] = val2str(countedStatuses[i] + 0U);
   if (rows_.format() != Format::table) makeFronts();
   isUsual_ = inFront_ == 2 && choices_.columns == Choices().columns;
+  explains_ = has(RowColumn::rule) || has(RowColumn::section) || choices_.narrowing != 0;
+}
+
+bool RowWriter::has(RowColumn column) const {
+  const auto& columns = choices_.columns;
+  return std::find(columns.begin(), columns.end(), column) != columns.end();
 }
 
 Cell RowWriter::statusCell(RowColumn column, std::size_t place) const {
@@ -131,18 +159,27 @@ void RowWriter::count(std::string_view domain, std::size_t place, Tally& tally) 
   }
 }
 
+/// A rule costs more to tell than the domain alone.
+vu_reason RowWriter::find(std::string_view url) const {
+  if (explains_) return table_.explain(url, choices_.match, choices_.narrowing);
+  return {table_.classify(url, choices_.match), vu_rule_kind::none, vu_section::none, {}};
+}
+
 void RowWriter::write(std::string_view url, Buffer& out, Tally& tally) const {
-  write(table_.classify(url, choices_.match), url, false, out, tally);
+  write(find(url), {url, false, {}}, out, tally);
 }
 
-void RowWriter::writeSkipped(std::uint64_t length, Buffer& out, Tally& tally) const {
-  vu_domain none{};
-  none.status = VU_MALFORMED_URL;
-  write(none, "(a line of " + std::to_string(length) + " bytes)", true, out, tally);
+void RowWriter::writeSkipped(std::uint64_t length, UrlPlace place, Buffer& out,
+                             Tally& tally) const {
+  vu_reason none{};
+  none.domain.status = VU_MALFORMED_URL;
+  const std::string told = "(a line of " + std::to_string(length) + " bytes)";
+  write(none, {told, true, place}, out, tally);
 }
 
-void RowWriter::write(const vu_domain& found, std::string_view url, bool isTabSafe, Buffer& out,
+void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
                       Tally& tally) const {
+  const vu_domain& found = reason.domain;
   const std::size_t place = placeOf(found.status);
   std::string_view domain = found.domain;
   std::string completed;
@@ -162,8 +199,8 @@ void RowWriter::write(const vu_domain& found, std::string_view url, bool isTabSa
     const char* const end = putDotted(dotted.data(), found.ipAddress());
     cell(RowColumn::address) = {dotted.data(), static_cast<std::size_t>(end - dotted.data())};
   }
-  cell(RowColumn::url) = url;
-  Table::Look look{{}, fronts_[place], inFront_, isTabSafe};
+  cell(RowColumn::url) = entry.url;
+  Table::Look look{{}, fronts_[place], inFront_, entry.isTabSafe};
   if (choices_.colours) look.colour = place == 0 ? colour::green : colour::red;
   if (isUsual_) {
     rows_.append(out, all.data(), choices_.columns.size(), look);
@@ -173,18 +210,28 @@ void RowWriter::write(const vu_domain& found, std::string_view url, bool isTabSa
   cell(RowColumn::text) = statusCell(RowColumn::text, place);
   cell(RowColumn::subdomain) = subdomainOf(found);
   cell(RowColumn::suffix) = suffixOf(found, domain);
+  const std::string rule = reason.text();
+  if (!rule.empty()) cell(RowColumn::rule) = rule;
+  cell(RowColumn::section) = sectionOf(reason);
+  const std::string line = std::to_string(entry.place.line);
+  if (entry.place.line > 0) {
+    cell(RowColumn::file) = entry.place.file;
+    cell(RowColumn::line) = line;
+    look.isTabSafe = false;  // nobody has looked at the name of the file
+  }
   std::vector<Cell> chosen;
   for (const RowColumn each : choices_.columns) chosen.push_back(cell(each));
   rows_.append(out, chosen.data(), chosen.size(), look);
 }
 
-void RowWriter::writeLines(std::string_view block, Buffer& out, Tally& tally) const {
+void RowWriter::writeLines(std::string_view block, UrlPlace place, Buffer& out,
+                           Tally& tally) const {
   EscapeFinder finder(block);
-  while (!block.empty()) {
+  for (; !block.empty(); ++place.line) {
     const std::string_view url = takeLine(block, choices_.entryEnd);
     // Only of lines is known that there is no line end in them.
     const bool isTabSafe = choices_.entryEnd == EntryEnd::line && finder.isClean(url);
-    write(table_.classify(url, choices_.match), url, isTabSafe, out, tally);
+    write(find(url), {url, isTabSafe, place}, out, tally);
   }
 }
 

@@ -17,9 +17,27 @@
 
 namespace vu::tool {
 
-/// What a row may tell of a URL.
-enum class RowColumn { status, text, domain, address, url, subdomain, suffix };
-inline constexpr std::size_t kRowColumns = 7;
+/// What a row may tell of a URL. `rule` and `section` say why, `file` and `line` where it stands.
+enum class RowColumn {
+  status,
+  text,
+  domain,
+  address,
+  url,
+  subdomain,
+  suffix,
+  rule,
+  section,
+  file,
+  line
+};
+inline constexpr std::size_t kRowColumns = 11;
+
+/// Where a URL was read; `line` is 0 for one of the command line.
+struct UrlPlace {
+  std::string_view file;
+  std::uint64_t line = 0;
+};
 
 /// What a batch of URLs came to.
 struct Tally {
@@ -45,6 +63,7 @@ class RowWriter {
     RowOptions rows;
     std::vector<RowColumn> columns = {RowColumn::status, RowColumn::text, RowColumn::domain,
                                       RowColumn::address, RowColumn::url};
+    unsigned int narrowing = 0;  ///< Of vu_narrowing.
     bool onlyFailed = false;
     bool countDomains = false;
     bool isSilent = false;  ///< No rows: they are only counted.
@@ -57,18 +76,24 @@ class RowWriter {
   /// Adds the line of titles, if there is to be one.
   void writeTitles(Buffer& out) const { rows_.appendTitles(out, choices_.colours); }
 
+  /// Whether a row tells this.
+  bool has(RowColumn column) const;
+
   /// Adds the row of one URL to `out` and counts it in `tally`.
   void write(std::string_view url, Buffer& out, Tally& tally) const;
 
   /// Adds the row of a line of `length` bytes that was skipped because of its length.
-  void writeSkipped(std::uint64_t length, Buffer& out, Tally& tally) const;
+  void writeSkipped(std::uint64_t length, UrlPlace place, Buffer& out, Tally& tally) const;
 
-  /// Adds the row of every line of `block`, each with its end, which the last one may lack.
-  void writeLines(std::string_view block, Buffer& out, Tally& tally) const;
+  /// Adds the row of every line of `block`, each with its end, which the last one may lack. The
+  /// first one stands at `place`.
+  void writeLines(std::string_view block, UrlPlace place, Buffer& out, Tally& tally) const;
 
  private:
-  void write(const vu_domain& found, std::string_view url, bool isTabSafe, Buffer& out,
-             Tally& tally) const;
+  struct Entry;
+
+  vu_reason find(std::string_view url) const;
+  void write(const vu_reason& reason, const Entry& entry, Buffer& out, Tally& tally) const;
   /// The number or the text of a status, by its place in `countedStatuses`.
   Cell statusCell(RowColumn column, std::size_t place) const;
   void count(std::string_view domain, std::size_t place, Tally& tally) const;
@@ -82,7 +107,8 @@ class RowWriter {
   std::array<std::string, countedStatuses.size()> numbers_;
   std::array<std::string, countedStatuses.size()> fronts_;
   std::size_t inFront_ = 0;
-  bool isUsual_ = false;  ///< Whether the columns are what they are unless chosen.
+  bool isUsual_ = false;   ///< Whether the columns are what they are unless chosen.
+  bool explains_ = false;  ///< Whether a rule is told, or rules are left out.
 };
 
 }  // namespace vu::tool
