@@ -129,9 +129,12 @@ TEST(Crypto, ChoosesCiphersByNumber) {
         if (round == 1) encipher.initializeCrypto(nullptr, nullptr, 0, 1);
       }
     }
-    vu_crypto null(1, NULL, nullptr, nullptr, 0, 1);  // NOLINT(modernize-use-nullptr)
+    // NULL is like one or the other, by the width of a pointer.
+    vu_crypto null(1, 0, nullptr, nullptr, 0, 1);
+    vu_crypto wideNull(1, 0L, nullptr, nullptr, 0, 1);
     vu_crypto wide(1, 65538UL, nullptr, nullptr, 0, 1);
     EXPECT_EQ(16, null.ciphersize(1));
+    EXPECT_EQ(16, wideNull.ciphersize(1));
     EXPECT_EQ(3, wide.ciphersize(1));
     const CipherLookup lookup;
     EXPECT_EQ(EVP_aes_256_cbc(), lookup(1));
