@@ -159,10 +159,10 @@ enum {
 
 /// Why a URL came to what it did.
 typedef struct vu_explanation {
-  uint32_t status;  ///< As in a record, but for what was narrowed.
-  uint8_t rule;     ///< A vu_kind.
-  uint8_t section;  ///< A vu_section_number.
-  uint8_t reserved[2];
+  uint32_t status;      ///< As in a record, but for what was narrowed.
+  uint8_t rule;         ///< A vu_kind.
+  uint8_t section;      ///< A vu_section_number.
+  uint8_t reserved[2];  ///< Zeros.
   vu_text name;  ///< The rule's name without its mark; lives as long as the table. Null for none.
 } vu_explanation;
 

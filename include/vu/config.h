@@ -251,14 +251,19 @@ class VU_EXPORT vu_config {
   std::unique_ptr<vu::detail::Settings> confMap_;  // null: empty
 };
 
+/// Of letter 'd'.
 template <>
 VU_EXPORT int vu_config::get<int>(const char* name) const;
+/// Of letter 'e'.
 template <>
 VU_EXPORT double vu_config::get<double>(const char* name) const;
+/// Of letter 'l'.
 template <>
 VU_EXPORT unsigned int vu_config::get<unsigned int>(const char* name) const;
+/// Of letter 'p' or 'u'.
 template <>
 VU_EXPORT unsigned short vu_config::get<unsigned short>(const char* name) const;
+/// Of any other letter, but not 0.
 template <>
 VU_EXPORT std::string vu_config::get<std::string>(const char* name) const;
 

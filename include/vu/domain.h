@@ -112,8 +112,8 @@ enum class vu_section : std::uint8_t {
 
 /// What `vu_cctld::explain` finds.
 struct vu_reason {
-  vu_domain domain;  ///< As `classify` finds it, but for what was narrowed.
-  vu_rule_kind rule;
+  vu_domain domain;    ///< As `classify` finds it, but for what was narrowed.
+  vu_rule_kind rule;   ///< The kind of the rule that decided.
   vu_section section;  ///< A rule that stands in both is told of as `icann`.
   /// The rule's name without its mark, in ASCII; in the table, so until that is loaded again or
   /// goes.
@@ -133,11 +133,11 @@ enum vu_narrowing : unsigned {
 
 /// What a table tells of itself.
 struct vu_table_facts {
-  std::string version;  ///< Of the list that it was made of, as that tells it; or "".
-  std::string commit;   ///< The same.
-  std::uint32_t icann;  ///< The number of rules by section, which together are all.
-  std::uint32_t privateDomains;
-  std::uint32_t none;
+  std::string version;           ///< Of the list that it was made of, as that tells it; or "".
+  std::string commit;            ///< The same.
+  std::uint32_t icann;           ///< The number of rules by section, which together are all.
+  std::uint32_t privateDomains;  ///< The same.
+  std::uint32_t none;            ///< The same.
 };
 
 /// A table of domain suffixes and the look-up of URLs in it.

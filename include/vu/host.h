@@ -50,7 +50,7 @@ enum class vu_host_refusal : std::uint8_t {
 
 /// A host as browsers see it. Trivially copyable.
 struct vu_host {
-  vu_host_kind kind = vu_host_kind::none;
+  vu_host_kind kind = vu_host_kind::none;  ///< `none` when there is no host.
   /// `none`, or why there is no host; `kind` is then `none`, `text` empty and `port` -1.
   vu_host_refusal refused = vu_host_refusal::none;
   /// The port; -1 when the URL has none, or its scheme's own.

@@ -34,14 +34,14 @@ typedef struct vu_host_record {
   uint8_t kind;            ///< 0 none, 1 name, 2 IPv4 address, 3 IPv6 address, 4 opaque.
   uint8_t refused;         ///< 0, or the number of a refusal, as in vu_host_refusal.
   uint8_t text_in_buffer;  ///< 1 where the canonical text stands in the buffer, 0 in the URL.
-  uint8_t reserved_byte;
-  int32_t port;  ///< -1 when the URL has none, or its scheme's own.
-  uint32_t source_start;
-  uint32_t source_length;
-  uint32_t text_start;
-  uint32_t text_length;
-  uint8_t address[16];  ///< In network order; an IPv4 address is in the first four bytes.
-  uint32_t reserved[2];
+  uint8_t reserved_byte;   ///< Zero.
+  int32_t port;            ///< -1 when the URL has none, or its scheme's own.
+  uint32_t source_start;   ///< Where the host stands in the URL, as far as it was found.
+  uint32_t source_length;  ///< Its length there.
+  uint32_t text_start;     ///< Where the canonical text begins, in the buffer or the URL.
+  uint32_t text_length;    ///< Its length; 0 when there is no host.
+  uint8_t address[16];     ///< In network order; an IPv4 address is in the first four bytes.
+  uint32_t reserved[2];    ///< Zeros.
 } vu_host_record;
 
 /// How much room holds the canonical text of every host in a URL of so many bytes. 256 bytes hold
