@@ -33,7 +33,7 @@ bool derive(const char* passphrase, const unsigned char* salt, int saltLength, i
             unsigned char* material) {
   if (saltLength < 0 || iterations < 1 || !openSslIsThere()) return false;
   // One that fails on the way has written part of it, which must not become a key.
-  unsigned char made[kMaterial];
+  unsigned char made[kMaterial] = {};
   const auto act = [&] {
     return PKCS5_PBKDF2_HMAC_SHA1(passphrase, static_cast<int>(std::strlen(passphrase)), salt,
                                   saltLength, iterations, kMaterial, made) == 1;
