@@ -40,7 +40,7 @@ class SuffixTable {
 
   /// Takes a block of `size` bytes. Returns "" and has the block, or why it cannot be used ("is cut
   /// off", ...) and is as it was. What is behind the header is bounded, not checked.
-  std::string adopt(BlockOwner block, std::size_t size);
+  std::string adopt(BlockOwner owner, std::size_t size);
 
   /// Whether all bytes are those that were written.
   bool isIntact() const noexcept;
