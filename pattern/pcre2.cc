@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <new>
 
 #include "pattern/engine.h"
@@ -226,7 +227,7 @@ int report(int result, const Regex& regex, const PCRE2_SIZE* offsets, int* ovect
   const int room = ovecsize / 3;
   const int pairs = std::min(room, static_cast<int>(regex.pairs));
   // A group that took no part has the largest offset there is, which becomes -1.
-  std::transform(offsets, offsets + 2 * pairs, ovector,
+  std::transform(offsets, offsets + 2 * std::ptrdiff_t{pairs}, ovector,
                  [](PCRE2_SIZE offset) { return static_cast<int>(offset); });
   return result <= room ? result : 0;
 }
