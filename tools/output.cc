@@ -106,7 +106,7 @@ bool writeBeside(const std::string& target, std::string_view text, Existing exis
   const int number = mkstemp(beside.data());
   if (number < 0) return false;
   Descriptor file(number);
-  // On the disk before it has its name: after a crash the name leads to the old file or the new one.
+  // On the disk before it has its name: after a crash it leads to the old file or the new one.
   if (writeAll(number, text) && fchmod(number, permissionsFor(target)) == 0 && fsync(number) == 0 &&
       file.close() && putIn(beside, target, existing)) {
     return true;
