@@ -63,6 +63,13 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 void* operator new[](std::size_t size) { return operator new(size); }
+// A sanitizer's own forms would not go through the ones above, as the standard library's do.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return vu::test::allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return vu::test::allocate(size);
+}
 void operator delete(void* block) noexcept { vu::test::release(block); }
 void operator delete(void* block, std::size_t /*size*/) noexcept { vu::test::release(block); }
 void operator delete[](void* block) noexcept { vu::test::release(block); }
