@@ -243,15 +243,15 @@ TEST(Pattern, DeepMatchesAreFound) {
   EXPECT_EQ(2, lazy.execute(text.data(), static_cast<int>(text.size()), 0, 0));
 }
 
-/// Found before there are threads: the first call may be a sanitizer's, in a thread that it does not
-/// know yet.
+/// Found before there are threads: the first call may be a sanitizer's, in a thread that it does
+/// not know yet.
 const auto systemsOwn =
     reinterpret_cast<decltype(&pthread_getattr_np)>(dlsym(RTLD_NEXT, "pthread_getattr_np"));
 
 }  // namespace
 
-/// Stands in front of the system's own, and fails where that is counted. The thread sanitizer calls it
-/// where a thread starts, when nothing of its own may run in it.
+/// Stands in front of the system's own, and fails where that is counted. The thread sanitizer calls
+/// it where a thread starts, when nothing of its own may run in it.
 extern "C" __attribute__((no_sanitize("thread"))) int pthread_getattr_np(
     pthread_t thread, pthread_attr_t* attributes) {
   if (asked >= 0) {
