@@ -30,6 +30,7 @@ const std::array<Column, kRowColumns> kColumns = {{{"status", 6, true},
 
 std::vector<Column> columnsOf(const std::vector<RowColumn>& chosen) {
   std::vector<Column> columns;
+  columns.reserve(chosen.size());
   for (const RowColumn each : chosen) columns.push_back(kColumns[static_cast<std::size_t>(each)]);
   return columns;
 }
@@ -144,6 +145,7 @@ void RowWriter::makeFronts() {
   while (inFront_ < columns.size() && columns[inFront_] <= RowColumn::text) ++inFront_;
   for (std::size_t i = 0; inFront_ > 0 && i < fronts_.size(); ++i) {
     std::vector<Cell> cells;
+    cells.reserve(inFront_);
     for (std::size_t j = 0; j < inFront_; ++j) cells.push_back(statusCell(columns[j], i));
     fronts_[i] = rows_.front(cells.data(), cells.size());
   }
@@ -192,7 +194,9 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
 
   // Everything that a row may tell, by RowColumn; then what it is to tell.
   std::array<Cell, kRowColumns> all;
-  const auto cell = [&all](RowColumn column) -> Cell& { return all[static_cast<int>(column)]; };
+  const auto cell = [&all](RowColumn column) -> Cell& {
+    return all[static_cast<std::size_t>(column)];
+  };
   std::array<char, kLongestAddress> dotted;
   if (!domain.empty()) cell(RowColumn::domain) = domain;
   if (found.isAddress()) {
@@ -220,6 +224,7 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
     look.isTabSafe = false;  // nobody has looked at the name of the file
   }
   std::vector<Cell> chosen;
+  chosen.reserve(choices_.columns.size());
   for (const RowColumn each : choices_.columns) chosen.push_back(cell(each));
   rows_.append(out, chosen.data(), chosen.size(), look);
 }
