@@ -10,6 +10,8 @@
 #include <cstring>
 #include <new>
 
+#include "domain/bytes.h"
+#include "domain/table_format.h"
 #include "vu/foundation.h"
 
 namespace vu::detail {
@@ -36,18 +38,34 @@ class Descriptor {
   int number_ = -1;
 };
 
-/// Reads to the end of the file; 0, or what went wrong.
+constexpr std::size_t kFirstRoom = std::size_t{1} << 22;  // a list of 200,000 rules
+constexpr std::size_t kEndlessToken = 1 << 16;            // far more than any form of a table allows
+
+/// Whether bytes of text end in a token that no table could hold, of a file full of zeroes say.
+bool isEndless(std::string_view bytes) {
+  return bytes.size() > kEndlessToken && bytes.substr(0, kTableMagic.size()) != kTableMagic &&
+         std::none_of(bytes.end() - kEndlessToken, bytes.end(), isSpace);
+}
+
+/// Reads to the end of the file, or of what can count; 0, or what went wrong.
 int readAll(int file, std::size_t expected, std::string& bytes) {
   constexpr std::size_t kLeast = 4096;
   std::size_t filled = 0;
-  bytes.resize(std::max(expected + 1, kLeast));  // the byte more meets the end at once
+  // The byte more meets the end at once.
+  bytes.resize(std::clamp(expected + 1, kLeast, kFirstRoom));
   ssize_t count = 0;
+  bool endless = false;
   do {
-    if (filled == bytes.size()) bytes.resize(2 * bytes.size());
+    if (filled == bytes.size()) {
+      endless = isEndless(bytes);
+      if (endless) break;
+      bytes.resize(2 * bytes.size());
+    }
     count = read(file, &bytes[filled], bytes.size() - filled);
     if (count > 0) filled += static_cast<std::size_t>(count);
   } while (count > 0 || (count < 0 && errno == EINTR));
   bytes.resize(filled);
+  if (endless) return EFBIG;
   return count < 0 ? errno : 0;
 }
 
@@ -66,7 +84,7 @@ FileBytes readFileBytes(const char* path) {
   all.error =
       readAll(file.number(), isFile ? static_cast<std::size_t>(before.st_size) : 0, all.bytes);
   // Files in memory of the kernel's own making have no size before they are read.
-  all.changed = isFile && before.st_size != 0 && fstat(file.number(), &after) == 0 &&
+  all.changed = isFile && all.error == 0 && before.st_size != 0 && fstat(file.number(), &after) == 0 &&
                 (before.st_size != after.st_size ||
                  static_cast<std::size_t>(after.st_size) != all.bytes.size() ||
                  !isSameMoment(before.st_mtim, after.st_mtim) ||
