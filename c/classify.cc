@@ -7,6 +7,7 @@
 
 #include "c/table.h"
 #include "domain/host.h"
+#include "domain/record.h"
 #include "vu/c.h"
 
 static_assert(VU_KIND_NONE == static_cast<int>(vu_rule_kind::none) &&
@@ -46,8 +47,15 @@ int classifyInto(const vu_table* table, int rule, const void* urls, size_t count
 
 int vu_classify(const vu_table* table, int rule, const char* url, size_t length, vu_record* record,
                 size_t record_size) {
-  const vu_text text = {url, length};
-  return vu_classify_texts(table, rule, &text, 1, record, record_size);
+  if (table == nullptr || record == nullptr || !isRule(rule) || record_size != sizeof *record) {
+    const vu_text text = {url, length};
+    return vu_classify_texts(table, rule, &text, 1, record, record_size);
+  }
+  // What a caller of this release does, without a detour: engines ask for one row at a time.
+  vu::detail::classifyInto(*record, table->suffixes,
+                           url != nullptr ? std::string_view(url, length) : std::string_view(),
+                           rule == VU_RULE_SERVICE ? vu_match::shortest : vu_match::publicSuffix);
+  return VU_OK;
 }
 
 int vu_classify_offsets32(const vu_table* table, int rule, const char* bytes,
