@@ -51,13 +51,16 @@ bool ruleOf(sqlite3_value* match, int& rule) {
 
 /// A URL and what it came to.
 struct Found {
-  const char* url;
+  const char* url = nullptr;  ///< Null for NULL, which comes to nothing.
   vu_record record;
 };
 
 /// Classifies values[0] by the rule that values[1] names, if there is one. The message is SQLite's
 /// to free; null when all is well.
 char* classify(Connection& connection, int count, sqlite3_value** values, Found& found) {
+  found.url = nullptr;
+  const int type = sqlite3_value_type(values[0]);
+  if (type == SQLITE_NULL) return nullptr;
   int rule = VU_RULE_SERVICE;
   if (count > 1 && !ruleOf(values[1], rule)) {
     return sqlite3_mprintf("vu: the match is 'shortest' or 'public-suffix'");
@@ -67,8 +70,8 @@ char* classify(Connection& connection, int count, sqlite3_value** values, Found&
     if (failure != nullptr) return failure;
   }
   // A value that is no text is read as SQLite reads any number or blob where text is wanted.
-  const bool isBlob = sqlite3_value_type(values[0]) == SQLITE_BLOB;
-  const void* const bytes = isBlob ? sqlite3_value_blob(values[0]) : sqlite3_value_text(values[0]);
+  const void* const bytes =
+      type == SQLITE_BLOB ? sqlite3_value_blob(values[0]) : sqlite3_value_text(values[0]);
   const auto size = static_cast<size_t>(sqlite3_value_bytes(values[0]));
   if (bytes == nullptr && size != 0) return sqlite3_mprintf("out of memory");
   found.url = bytes != nullptr ? static_cast<const char*>(bytes) : "";
@@ -118,7 +121,6 @@ using Part = void (*)(sqlite3_context*, const Found&);
 
 template <Part part>
 void function(sqlite3_context* context, int count, sqlite3_value** values) {
-  if (sqlite3_value_type(values[0]) == SQLITE_NULL) return;
   Found found;
   char* const failure =
       classify(*static_cast<Connection*>(sqlite3_user_data(context)), count, values, found);
@@ -127,12 +129,11 @@ void function(sqlite3_context* context, int count, sqlite3_value** values) {
     sqlite3_free(failure);
     return;
   }
-  part(context, found);
+  if (found.url != nullptr) part(context, found);
 }
 
 /// The rule that decided, as it is listed; NULL when none did.
 void rule(sqlite3_context* context, int count, sqlite3_value** values) {
-  if (sqlite3_value_type(values[0]) == SQLITE_NULL) return;
   auto& connection = *static_cast<Connection*>(sqlite3_user_data(context));
   Found found;
   char* failure = classify(connection, count, values, found);
@@ -141,6 +142,7 @@ void rule(sqlite3_context* context, int count, sqlite3_value** values) {
     sqlite3_free(failure);
     return;
   }
+  if (found.url == nullptr) return;
   int match = VU_RULE_SERVICE;
   if (count > 1) ruleOf(values[1], match);
   vu_explanation why;
@@ -247,7 +249,7 @@ int filter(sqlite3_vtab_cursor* opened, int arguments, const char* /*name*/, int
            sqlite3_value** values) {
   auto* const cursor = static_cast<Cursor*>(opened);
   cursor->done = true;
-  if (arguments == 0 || sqlite3_value_type(values[0]) == SQLITE_NULL) return SQLITE_OK;
+  if (arguments == 0) return SQLITE_OK;
   sqlite3_value_free(cursor->url);
   cursor->url = sqlite3_value_dup(values[0]);
   if (cursor->url == nullptr) return SQLITE_NOMEM;
@@ -259,7 +261,7 @@ int filter(sqlite3_vtab_cursor* opened, int arguments, const char* /*name*/, int
     module->zErrMsg = failure;
     return SQLITE_ERROR;
   }
-  cursor->done = false;
+  cursor->done = cursor->found.url == nullptr;
   return SQLITE_OK;
 }
 
