@@ -1,4 +1,4 @@
-// Hash functions against published values and a telling of the string hash byte by byte; equality
+// Hash functions against published values and a plain telling of the string hash; equality
 // of keys against every difference of a byte.
 
 #include "vu/hash.h"
@@ -7,38 +7,15 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/plain/lookup2.h"
 #include "tests/support.h"
 
 using vu::test::Byte;
 using vu::test::bytes;
 using vu::test::ExactCopy;
+using vu::test::plainHash;
 
 namespace {
-
-/// lookup2 as its author tells it: a byte at a time into one of three words, mixed after twelve.
-unsigned int plainHash(std::string_view key) {
-  if (key.empty()) return 0;
-  unsigned int word[3] = {0x9e3779b9, 0x9e3779b9, 0};
-  const auto mix = [&word] {
-    const int shifts[] = {-13, 8, -13, -12, 16, -5, -3, 10, -15};
-    for (int step = 0; step < 9; ++step) {
-      const unsigned int next = word[(step + 1) % 3];
-      const unsigned int last = word[(step + 2) % 3];
-      const unsigned int shifted = shifts[step] < 0 ? last >> -shifts[step] : last << shifts[step];
-      word[step % 3] = (word[step % 3] - next - last) ^ shifted;
-    }
-  };
-  const std::size_t inBlocks = key.size() / 12 * 12;
-  for (std::size_t i = 0; i < key.size(); ++i) {
-    if (i == inBlocks) word[2] += static_cast<unsigned int>(key.size());
-    const std::size_t place = i < inBlocks || i % 12 < 8 ? i % 12 : i % 12 + 1;
-    word[place / 4] += static_cast<unsigned int>(static_cast<Byte>(key[i])) << (place % 4 * 8);
-    if (i < inBlocks && i % 12 == 11) mix();
-  }
-  if (inBlocks == key.size()) word[2] += static_cast<unsigned int>(key.size());
-  mix();
-  return word[2];
-}
 
 TEST(Hash, GivesThePublishedValues) {
   EXPECT_EQ(0x09237efdU, hashfunctor<unsigned int>()(0x12345678));
