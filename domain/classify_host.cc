@@ -34,18 +34,40 @@ vu_domain passOn(const vu_host& host) noexcept {
   return result;
 }
 
+/// What a name comes to of which `part` was found to be `found`: a domain begins where it does for
+/// what is behind it alone. Whatever is no chain of labels, or one by the service's rule alone,
+/// which skips what is none, is refused.
+vu_domain asName(const vu_host& host, std::string_view part, const vu_domain& found) noexcept {
+  vu_domain result{VU_COUNTRY_CODE_NOT_A_DOMAIN, vu_host_kind::name, host.text, {}, {}};
+  const bool isWhole = part.size() == host.text.size();
+  const bool hasDomain = found.status == VU_SUCCESS && !found.domain.empty();
+  if (found.isAddress() || !(isWhole || hasDomain)) return result;
+  result.status = found.status;
+  result.domain = found.domain;
+  return result;
+}
+
+std::string_view partOf(const vu_host& host, vu_match match) noexcept {
+  return match == vu_match::publicSuffix ? chainAtEnd(host.text) : host.text;
+}
+
 }  // namespace
 
 vu_domain vu_cctld::classify(const vu_host& host, vu_match match) const noexcept {
   if (host.kind != vu_host_kind::name) return passOn(host);
-  vu_domain result = classify(host.text, match);
+  const vu_domain result = classify(host.text, match);
   if (result.status != VU_COUNTRY_CODE_NOT_A_DOMAIN && !result.isAddress()) return result;
-  // Not a chain of labels, or one by the service's rule alone, which skips what is no label.
-  const vu_domain refused{VU_COUNTRY_CODE_NOT_A_DOMAIN, vu_host_kind::name, host.text, {}, {}};
-  if (match != vu_match::publicSuffix) return refused;
-  // Where a domain begins depends on what is behind it alone.
-  result = classify(chainAtEnd(host.text), match);
-  if (result.status != VU_SUCCESS || result.domain.empty()) return refused;
-  result.host = host.text;
-  return result;
+  const std::string_view part = partOf(host, match);
+  return asName(host, part, classify(part, match));
+}
+
+vu_reason vu_cctld::explain(const vu_host& host, vu_match match,
+                            unsigned narrowing) const noexcept {
+  if (host.kind != vu_host_kind::name) {
+    return {passOn(host), vu_rule_kind::none, vu_section::none, {}};
+  }
+  const std::string_view part = partOf(host, match);
+  vu_reason reason = explain(part, match, narrowing);
+  reason.domain = asName(host, part, reason.domain);
+  return reason;
 }

@@ -50,6 +50,7 @@ struct ClassifyOptions {
 
 const Words<vu_match> kMatches = {{"shortest", vu_match::shortest},
                                   {"public-suffix", vu_match::publicSuffix}};
+const Words<HostRule> kHostRules = {{"browser", HostRule::browser}, {"service", HostRule::service}};
 const Words<RowColumn> kColumnWords = {
     {"status", RowColumn::status},   {"text", RowColumn::text}, {"domain", RowColumn::domain},
     {"address", RowColumn::address}, {"url", RowColumn::url},   {"subdomain", RowColumn::subdomain},
@@ -116,7 +117,7 @@ void noteBlanks(const std::string& where) {
 }
 
 /// Tells a person, once a file, what its beginning has that is seldom meant.
-void noteOddities(const std::string& path, std::string_view block, EntryEnd end) {
+void noteOddities(const std::string& path, std::string_view block, HostRule rule, EntryEnd end) {
   const std::string name = displayName(path);
   for (const auto& [beginning, reader] : kCompressed) {
     if (block.substr(0, beginning.size()) != beginning) continue;
@@ -127,6 +128,7 @@ void noteOddities(const std::string& path, std::string_view block, EntryEnd end)
     say("note: " + name + " has NUL bytes in it; with --null they end a URL, instead of line ends");
     return;
   }
+  if (rule == HostRule::browser) return;  // which takes no blank for part of a URL
   for (std::uint64_t number = 1; !block.empty(); ++number) {
     if (!hasBlankAround(takeLine(block, end))) continue;
     noteBlanks(name + ":" + val2str(number));
@@ -137,7 +139,10 @@ void noteOddities(const std::string& path, std::string_view block, EntryEnd end)
 class Classifier {
  public:
   Classifier(const vu_cctld& table, const ClassifyOptions& options)
-      : writer_(table, options.rows), threads_(options.threads), entryEnd_(options.rows.entryEnd) {}
+      : writer_(table, options.rows),
+        threads_(options.threads),
+        rule_(options.rows.host),
+        entryEnd_(options.rows.entryEnd) {}
 
   void writeTitles() const {
     Buffer titles;
@@ -158,7 +163,7 @@ class Classifier {
     const bool needsLines = writer_.has(RowColumn::line) || writer_.has(RowColumn::file);
     std::uint64_t line = 1;
     for (bool isFirst = true; blocks.next(batch->lines); isFirst = false) {
-      if (isFirst) noteOddities(path, batch->lines.text(), entryEnd_);
+      if (isFirst) noteOddities(path, batch->lines.text(), rule_, entryEnd_);
       batch->place = {name, line};
       if (needsLines) line += linesOf(batch->lines.text(), blocks.skipped());
       if (blocks.skipped() > 0) {
@@ -243,6 +248,7 @@ class Classifier {
 
   RowWriter writer_;
   std::size_t threads_;
+  HostRule rule_;
   EntryEnd entryEnd_;
   std::vector<std::unique_ptr<Batch>> spare_;
   std::deque<Working> working_;
@@ -313,9 +319,9 @@ void writeTop(const Summary& summary, const ClassifyOptions& options) {
 }
 
 /// Tells a person who has named a file of URLs, or standard input, like a URL.
-void noteFiles(const std::vector<std::string>& urls) {
+void noteFiles(const std::vector<std::string>& urls, HostRule rule) {
   for (const std::string& url : urls) {
-    if (hasBlankAround(url)) noteBlanks("\"" + url + "\"");
+    if (rule == HostRule::service && hasBlankAround(url)) noteBlanks("\"" + url + "\"");
     if (url == "-") say("note: - is taken for a URL; without any, standard input is read");
     struct stat status {};
     if (stat(url.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
@@ -330,7 +336,7 @@ int classify(ClassifyOptions options) {
   checkSuffixes(options);
   const std::unique_ptr<vu_cctld> table = makeTable(options.suffixes, options.defaultDomain);
   addQuestions(options, *table);
-  noteFiles(options.urls);
+  noteFiles(options.urls, options.rows.host);
   options.rows.countDomains = options.summary || options.top > 0;
   options.rows.isSilent = options.top > 0;
   options.rows.colours = showsColours(STDOUT_FILENO);
@@ -380,6 +386,9 @@ void addClassify(CLI::App& app, int& exitStatus) {
       ->check([](const std::string& domain) {
         return vu::detail::isHostName(domain) ? "" : "not a domain name: " + domain;
       });
+  addChoice(*command, "--host", options->rows.host, kHostRules,
+            "browser: the host that a browser goes to (default).\nservice: what reputation was "
+            "always kept by, byte for\nbyte, but misled by \"google.com:80@evil.example\"");
   addChoice(
       *command, "-m,--match", options->rows.match, kMatches,
       "shortest: the service's own rule, by the shortest\nlisted suffix of two labels or more "

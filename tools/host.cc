@@ -5,13 +5,13 @@
 #include <CLI/CLI.hpp>
 
 #include "tools/command.h"
+#include "tools/host_reader.h"
 #include "tools/input.h"
 #include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
 #include "tools/table.h"
 #include "vu/foundation.h"
-#include "vu/url.h"
 
 namespace vu::tool {
 namespace {
@@ -47,15 +47,12 @@ class HostRows {
   explicit HostRows(const HostOptions& options)
       : table_({{"kind", 6}, {"host", 30}, {"port", 5, true}, {"refused", 25}, {"url"}},
                options.rows),
-        how_(options.isStrict ? vu_url_text::url : vu_url_text::typed),
+        hosts_(options.isStrict ? vu_url_text::url : vu_url_text::typed),
         entryEnd_(options.entryEnd) {
     table_.appendTitles(out_);
   }
 
-  void write(std::string_view url) {
-    room_.resize(browserHostBound(url.size()));
-    write(browserHost(url, room_.data(), room_.size(), how_), url);
-  }
+  void write(std::string_view url) { write(hosts_.read(url), url); }
 
   void writeFile(const std::string& path) {
     LineBlocks blocks(path, entryEnd_);
@@ -91,10 +88,9 @@ class HostRows {
   }
 
   Table table_;
-  vu_url_text how_;
+  HostReader hosts_;
   EntryEnd entryEnd_;
   Buffer out_;
-  std::string room_;
   bool hasRefused_ = false;
 };
 

@@ -161,14 +161,21 @@ void RowWriter::count(std::string_view domain, std::size_t place, Tally& tally) 
   }
 }
 
-/// A rule costs more to tell than the domain alone.
-vu_reason RowWriter::find(std::string_view url) const {
-  if (explains_) return table_.explain(url, choices_.match, choices_.narrowing);
-  return {table_.classify(url, choices_.match), vu_rule_kind::none, vu_section::none, {}};
+/// A rule costs more to tell than the domain alone. An empty line is no URL that somebody refuses.
+vu_reason RowWriter::find(std::string_view url, HostReader& hosts) const {
+  const vu_match match = choices_.match;
+  if (choices_.host == HostRule::service || url.empty()) {
+    if (explains_) return table_.explain(url, match, choices_.narrowing);
+    return {table_.classify(url, match), vu_rule_kind::none, vu_section::none, {}};
+  }
+  const vu_host host = hosts.read(url);
+  if (explains_) return table_.explain(host, match, choices_.narrowing);
+  return {table_.classify(host, match), vu_rule_kind::none, vu_section::none, {}};
 }
 
 void RowWriter::write(std::string_view url, Buffer& out, Tally& tally) const {
-  write(find(url), {url, false, {}}, out, tally);
+  HostReader hosts(vu_url_text::typed);
+  write(find(url, hosts), {url, false, {}}, out, tally);
 }
 
 void RowWriter::writeSkipped(std::uint64_t length, UrlPlace place, Buffer& out,
@@ -186,7 +193,10 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
   std::string_view domain = found.domain;
   std::string completed;
   if (found.status == VU_SUCCESS && domain.data() == nullptr) {
-    completed.append(found.host).append(".").append(table_.defaultDomain());
+    completed = found.host;
+    // The service's own rule doubles a dot at the end.
+    if (choices_.host == HostRule::browser && completed.back() == '.') completed.pop_back();
+    completed.append(".").append(table_.defaultDomain());
     domain = completed;
   }
   count(domain, place, tally);
@@ -199,7 +209,9 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
   };
   std::array<char, kLongestAddress> dotted;
   if (!domain.empty()) cell(RowColumn::domain) = domain;
-  if (found.isAddress()) {
+  if (found.kind == vu_host_kind::ipv6) {
+    cell(RowColumn::address) = domain.substr(1, domain.size() - 2);  // without its brackets
+  } else if (found.isAddress()) {
     const char* const end = putDotted(dotted.data(), found.ipAddress());
     cell(RowColumn::address) = {dotted.data(), static_cast<std::size_t>(end - dotted.data())};
   }
@@ -232,11 +244,12 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
 void RowWriter::writeLines(std::string_view block, UrlPlace place, Buffer& out,
                            Tally& tally) const {
   EscapeFinder finder(block);
+  HostReader hosts(vu_url_text::typed);
   for (; !block.empty(); ++place.line) {
     const std::string_view url = takeLine(block, choices_.entryEnd);
     // Only of lines is known that there is no line end in them.
     const bool isTabSafe = choices_.entryEnd == EntryEnd::line && finder.isClean(url);
-    write(find(url), {url, isTabSafe, place}, out, tally);
+    write(find(url, hosts), {url, isTabSafe, place}, out, tally);
   }
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tools/buffer.h"
+#include "tools/host_reader.h"
 #include "tools/input.h"
 #include "tools/table.h"
 #include "vu/domain.h"
@@ -32,6 +33,9 @@ enum class RowColumn {
   line
 };
 inline constexpr std::size_t kRowColumns = 11;
+
+/// By which rule the host of a URL is found.
+enum class HostRule { browser, service };
 
 /// Where a URL was read; `line` is 0 for one of the command line.
 struct UrlPlace {
@@ -59,6 +63,7 @@ inline constexpr std::array<vu_status, 6> countedStatuses = {VU_SUCCESS,
 class RowWriter {
  public:
   struct Choices {
+    HostRule host = HostRule::browser;
     vu_match match = vu_match::shortest;
     RowOptions rows;
     std::vector<RowColumn> columns = {RowColumn::status, RowColumn::text, RowColumn::domain,
@@ -92,7 +97,7 @@ class RowWriter {
  private:
   struct Entry;
 
-  vu_reason find(std::string_view url) const;
+  vu_reason find(std::string_view url, HostReader& hosts) const;
   void write(const vu_reason& reason, const Entry& entry, Buffer& out, Tally& tally) const;
   /// The number or the text of a status, by its place in `countedStatuses`.
   Cell statusCell(RowColumn column, std::size_t place) const;

@@ -246,6 +246,10 @@ class VU_EXPORT vu_cctld {
   [[nodiscard]] vu_reason explain(std::string_view url, vu_match match = vu_match::shortest,
                                   unsigned narrowing = 0) const noexcept;
 
+  /// The same for a host as browsers see it, of which only a name has a rule.
+  [[nodiscard]] vu_reason explain(const vu_host& host, vu_match match = vu_match::shortest,
+                                  unsigned narrowing = 0) const noexcept;
+
   /// What the table tells of itself. Throws std::bad_alloc only.
   vu_table_facts facts() const;
 
