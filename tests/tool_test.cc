@@ -112,7 +112,8 @@ TEST(Tool, AnswersEveryCommandLine) {
        "1003\tMALFORMED URL\t\t\t(a line of 70000000 bytes)\n0\tOPERATION SUCCESS\tx.y", ""},
       {"vu classify --host service" + s, "a.b\n c.d\n", 0, "\t c.d\n",
        "in standard input:2, are taken for part"},
-      {"gzip | vu classify --allow-refused" + s, "a.b\n", 0, "202\t", "is compressed; zcat makes"},
+      {"gzip -n | vu classify --allow-refused" + s, "a.b\n", 0, "202\t",
+       "is compressed; zcat makes"},
       {"vu classify --top 1 --columns url", "", 2, "", "excludes --top"},
       {"vu help clasify", "", 2, "", "vu: there is no command clasify; did you mean classify?\n"},
       {"vu help --list suffixes build", "", 0,
@@ -162,6 +163,43 @@ TEST(Tool, AnswersEveryCommandLine) {
        ""},
       {"vu classify -m public-suffix --sections icann" + s, "a.b\n", 1, "",
        "these suffixes have no sections"},
+      {"vu classify --host service --field url --columns status,domain" + s,
+       "id,url\r\n1,\"a.b.xy/\"\"\r\n,\"\r\n2\r\n3,a.xy,b\r\n4, a.xy\r\n5,\"a\".xy", 1,
+       "id,url,status,domain\r\n1,\"a.b.xy/\"\"\r\n,\",0,b.xy\r\n2,,201,\r\n3,a.xy,b,1003,\r\n"
+       "4, a.xy,0,a.xy\r\n5,\"a\".xy,0,a.xy\n",
+       "fields in standard input:4: 1, in its first row: 2\nvu classify: note: blanks around a "
+       "URL, "
+       "as in standard input:6,"},
+      {"vu classify --field 2 --with-place --columns domain" + s, "a.b\tc.d,e\n\tx.b.c\n", 1,
+       "a.b\tc.d,e\t\tstandard input\t1\n\tx.b.c\tb.c\tstandard input\t2\n", ""},
+      {"vu classify --field 1 --header --top 1 --format jsonl" + s, "url\na.b.xy\nb.xy\n", 0,
+       "{\"count\":2,\"domain\":\"b.xy\"}\n", ""},
+      {"vu classify --field 1 --only-failed" + s, "co.xy,1\na.b,\"\n", 1,
+       "co.xy,1,204,COUNTRY CODE - PURE DOMAIN,,\n", "standard input:2: quotes begin in this row"},
+      {"(echo a.b,c; head -c 70000000 /dev/zero | tr '\\0' a) | vu classify --field 2 --columns "
+       "status" +
+           s,
+       "", 1, "a.b,c,203\n,(a line of 70000000 bytes),1003\n", ""},
+      {"(echo '\"'; yes '\"\"' | head -c 70000000) | vu classify --field 1" + s, "", 1, "",
+       "input:1: quotes begin in this row that nothing closes within 64 MiB"},
+      {"vu classify --field urll" + s, "\xef\xbb\xbfurl,x\n", 1, "",
+       "no field urll in its first row: url, x; did you mean url?"},
+      {"vu classify --field 3" + s, "url,x\n", 1, "",
+       "no field 3: its first row ends with field 2"},
+      {"vu classify --format tsv --field 1 --columns domain" + s, "b.xy/,\n", 0, "b.xy/,\tb.xy\n",
+       ""},
+      {"(echo a; echo 1.2) >f.tmp; vu classify --field a --columns url -f f.tmp - f.tmp" + s +
+           "; rm f.tmp",
+       "b,a\n,3.4\n", 0, "a,url\n1.2,1.2\n1.2,1.2\n",
+       "has other titles in its first row than the first file\n"},
+      {"vu classify --field 1 a.b", "", 2, "", "is for rows of files, not for a.b"},
+      {"vu classify --field 1 --format jsonl", "", 2, "", "rows of csv or tsv and keeps their"},
+      {"vu classify -m public-suffix --explain --columns domain a.b.co.xy a.blog.xy -s - -s " +
+           std::string(parts.path()),
+       "b.co.xy 4\n", 0, "a.b.co.xy\tb.co.xy\t\na.blog.xy\tblog.xy\tprivate\n", ""},
+      {"cat | vu classify a.b -s - -s /dev/stdin", "", 1, "", "can be read once only"},
+      {"vu classify a.b -s " + std::string(broken.path()) + s, "", 1, "",
+       "[2]-th record; \"vu suffixes check"},
       {"vu classify --listed-only a.b", "", 2, "", "are for --match public-suffix"},
       {"vu status nothing 204 3 0", "", 1,
        "204\tCOUNTRY CODE - PURE DOMAIN\n0\tOPERATION SUCCESS\n",
@@ -411,6 +449,25 @@ TEST(Tool, RowsStayInOrder) {
     EXPECT_TRUE(expected == run("cat | vu classify" + options, input).out) << threads;
     EXPECT_TRUE(expected == run("vu classify" + options + " --file " + file.path()).out) << threads;
   }
+}
+
+/// The same rows, and the field that was asked for, in the eyes of another reader of csv.
+TEST(Tool, ReadsCsvAsPythonDoes) {
+  if (run("python3 -c ''").status != 0) GTEST_SKIP() << "no Python here";
+  const Result result = run("python3 - " VU_TOOL, R"(
+import csv, io, random, subprocess, sys
+pick = random.Random(1).choice
+field = lambda: "".join(pick('ab.,"\n\r/ ') for _ in range(pick(range(9))))
+rows = [["x", "the url", "y"]] + [[field() for _ in range(3)] for _ in range(30000)]
+text = io.StringIO(newline="")
+csv.writer(text).writerows(rows)
+for threads in "1", "3":
+    call = [sys.argv[1], "classify", "--field", "the url", "--columns", "url", "-j", threads]
+    out = subprocess.run(call, input=text.getvalue().encode(), stdout=subprocess.PIPE).stdout
+    seen = list(csv.reader(io.StringIO(out.decode(), newline="")))
+    print(seen[0][3:] == ["url"] and seen[1:] == [row + row[1:2] for row in rows[1:]])
+)");
+  EXPECT_EQ("True\nTrue\n", result.out) << result.err;
 }
 
 /// The largest memory, in KiB, of a shell command line and its children.

@@ -10,14 +10,17 @@
 #include <future>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "domain/host.h"
 #include "tools/command.h"
+#include "tools/fields.h"
 #include "tools/input.h"
 #include "tools/messages.h"
 #include "tools/options.h"
@@ -35,8 +38,11 @@ using Clock = std::chrono::steady_clock;
 struct ClassifyOptions {
   std::vector<std::string> urls;
   std::vector<std::string> files;
-  std::string suffixes;
+  std::vector<std::string> suffixes;
   std::string defaultDomain;
+  std::string field;
+  FieldForm fieldForm = FieldForm::none;
+  bool haveTitles = false;  ///< Rows with such a field.
   RowWriter::Choices rows;
   std::size_t threads = std::max(1U, std::thread::hardware_concurrency());
   std::size_t top = 0;
@@ -93,10 +99,12 @@ class Progress {
 
 /// A block of lines with what became of it.
 struct Batch {
-  UrlPlace place;  ///< Of its first line.
+  UrlPlace place;    ///< Of its first line.
+  FieldShape shape;  ///< Of its lines, where a field of them has the URL.
   Buffer lines;
   Buffer rows;
   Tally tally;
+  OddRows odd;
 };
 
 /// What a file begins with that is compressed, and what reads it.
@@ -106,19 +114,12 @@ constexpr std::pair<std::string_view, std::string_view> kCompressed[] = {
     {"\xFD\x37zXZ", "xzcat"},
     {"BZh", "bzcat"}};
 
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
-
-bool hasBlankAround(std::string_view url) {
-  return !url.empty() && (isBlank(url.front()) || isBlank(url.back()));
-}
-
 void noteBlanks(const std::string& where) {
   say("note: blanks around a URL, as in " + where + ", are taken for part of it");
 }
 
 /// Tells a person, once a file, what its beginning has that is seldom meant.
-void noteOddities(const std::string& path, std::string_view block, HostRule rule, EntryEnd end) {
-  const std::string name = displayName(path);
+void noteOddities(const std::string& name, std::string_view block, EntryEnd end, bool seesBlanks) {
   for (const auto& [beginning, reader] : kCompressed) {
     if (block.substr(0, beginning.size()) != beginning) continue;
     say("note: " + name + " is compressed; " + std::string(reader) + " makes lines of it");
@@ -128,8 +129,7 @@ void noteOddities(const std::string& path, std::string_view block, HostRule rule
     say("note: " + name + " has NUL bytes in it; with --null they end a URL, instead of line ends");
     return;
   }
-  if (rule == HostRule::browser) return;  // which takes no blank for part of a URL
-  for (std::uint64_t number = 1; !block.empty(); ++number) {
+  for (std::uint64_t number = 1; seesBlanks && !block.empty(); ++number) {
     if (!hasBlankAround(takeLine(block, end))) continue;
     noteBlanks(name + ":" + val2str(number));
     return;
@@ -139,38 +139,64 @@ void noteOddities(const std::string& path, std::string_view block, HostRule rule
 class Classifier {
  public:
   Classifier(const vu_cctld& table, const ClassifyOptions& options)
-      : writer_(table, options.rows),
-        threads_(options.threads),
-        rule_(options.rows.host),
-        entryEnd_(options.rows.entryEnd) {}
+      : table_(table), options_(options), entryEnd_(options.rows.entryEnd) {
+    if (options.field.empty()) writer_.emplace(table, options.rows);
+  }
 
+  /// Above all rows, but for those of fields, whose titles go on those of the first file.
   void writeTitles() const {
+    if (!writer_) return;
     Buffer titles;
-    writer_.writeTitles(titles);
+    writer_->writeTitles(titles);
     writeOut(titles.text());
   }
 
   void classify(const std::string& url) {
     Batch batch;
-    writer_.write(url, batch.rows, batch.tally);
+    writer_->write(url, {}, batch.rows, batch.tally);
     finish(batch);
   }
 
+  /// Throws Refusal once the rows in front of what cannot be read are done.
   void classifyFile(const std::string& path) {
-    LineBlocks blocks(path, entryEnd_);
-    std::unique_ptr<Batch> batch = emptyBatch();
     const std::string name = displayName(path);
-    const bool needsLines = writer_.has(RowColumn::line) || writer_.has(RowColumn::file);
-    std::uint64_t line = 1;
+    try {
+      classifyNamed(path, name);
+    } catch (const Refusal&) {
+      finishAll();
+      throw;
+    }
+  }
+
+  Summary& summary() { return summary_; }
+  void clearProgress() { progress_.clear(); }
+
+ private:
+  struct Working {
+    std::unique_ptr<Batch> batch;
+    std::future<void> done;
+  };
+
+  void classifyNamed(const std::string& path, const std::string& name) {
+    RowBlocks blocks(path, entryEnd_, options_.fieldForm);
+    std::unique_ptr<Batch> batch = emptyBatch();
+    const bool areUrls = options_.field.empty();
+    const bool needsLines = !areUrls || writer_->has(RowColumn::line);
+    UrlPlace place{name, 1};
+    told_ = OddRows();
     for (bool isFirst = true; blocks.next(batch->lines); isFirst = false) {
-      if (isFirst) noteOddities(path, batch->lines.text(), rule_, entryEnd_);
-      batch->place = {name, line};
-      if (needsLines) line += linesOf(batch->lines.text(), blocks.skipped());
+      if (isFirst) {
+        noteOddities(name, batch->lines.text(), entryEnd_, areUrls && seesBlanks());
+        if (!areUrls) beginFields(blocks, *batch, place);
+      }
+      batch->place = place;
+      batch->shape = shape_;
+      if (needsLines) place.line += linesOf(batch->lines.text(), blocks.skipped());
       if (blocks.skipped() > 0) {
         finishAll();
-        writer_.writeSkipped(blocks.skipped(), batch->place, batch->rows, batch->tally);
+        writeSkipped(blocks.skipped(), *batch);
         finish(*batch);
-      } else if (threads_ > 1 && blocks.wasFull()) {
+      } else if (options_.threads > 1 && blocks.wasFull()) {
         start(std::move(batch));
         batch = emptyBatch();
       } else {
@@ -184,14 +210,38 @@ class Classifier {
     spare_.push_back(std::move(batch));
   }
 
-  Summary& summary() { return summary_; }
-  void clearProgress() { progress_.clear(); }
+  /// Learns from the first row of a file where its URLs are. The titles of the first file are
+  /// written with ours behind them; those of the others must be the same.
+  void beginFields(const RowBlocks& blocks, Batch& batch, UrlPlace& place) {
+    const std::string name(place.file);
+    if (blocks.skipped() > 0) throw Refusal(name + " begins with too long a row");
+    if (!writer_) {
+      form_ = blocks.form();
+      RowWriter::Choices choices = options_.rows;
+      choices.rows.format = form_ == FieldForm::csv ? Format::csv : Format::tsv;
+      choices.rows.header = options_.haveTitles;
+      writer_.emplace(table_, choices);
+      fields_.emplace(form_, *writer_);
+    }
+    if (blocks.form() != form_) throw Refusal(name + " is not of the form of the first file");
+    std::string_view block = batch.lines.text();
+    shape_ = fields_->shape(block, options_.field, name);
+    if (!options_.haveTitles) return;
+    const std::string_view titles = fields_->takeTitles(block);
+    place.line += linesOf(titles, 0);
+    if (titles_.empty()) {
+      titles_ = titles;
+      if (options_.top == 0) fields_->writeTitles(titles, batch.rows);
+    } else if (titles != titles_) {
+      throw Refusal(name + " has other titles in its first row than the first file");
+    }
+    Buffer rows;
+    rows += block;
+    batch.lines = std::move(rows);
+  }
 
- private:
-  struct Working {
-    std::unique_ptr<Batch> batch;
-    std::future<void> done;
-  };
+  /// A browser takes no blank for part of a URL.
+  bool seesBlanks() const { return options_.rows.host != HostRule::browser; }
 
   /// Batches are used again: touching fresh memory costs more than writing the rows.
   std::unique_ptr<Batch> emptyBatch() {
@@ -202,7 +252,20 @@ class Classifier {
   }
 
   void writeRows(Batch& batch) const {
-    writer_.writeLines(batch.lines.text(), batch.place, batch.rows, batch.tally);
+    if (fields_) {
+      fields_->write(batch.lines.text(), batch.place, batch.shape, batch.rows, batch.tally,
+                     batch.odd);
+    } else {
+      writer_->writeLines(batch.lines.text(), batch.place, batch.rows, batch.tally);
+    }
+  }
+
+  void writeSkipped(std::uint64_t length, Batch& batch) const {
+    if (fields_) {
+      fields_->writeSkipped(length, batch.place, batch.shape, batch.rows, batch.tally);
+    } else {
+      writer_->writeSkipped(length, batch.place, batch.rows, batch.tally);
+    }
   }
 
   /// How many lines a block has, or stands for.
@@ -213,7 +276,7 @@ class Classifier {
   }
 
   void start(std::unique_ptr<Batch> batch) {
-    if (working_.size() == threads_) finishFirst();
+    if (working_.size() == options_.threads) finishFirst();
     const auto work = [this, mine = batch.get()] { writeRows(*mine); };
     std::future<void> done;
     try {
@@ -237,30 +300,56 @@ class Classifier {
     while (!working_.empty()) finishFirst();
   }
 
+  /// Tells of the first row of each kind in a file that is seldom meant so.
+  void noteOdd(const Batch& batch) {
+    const auto isNew = [](std::uint64_t line, std::uint64_t& told) {
+      return line > 0 && std::exchange(told, line) == 0;
+    };
+    const std::string where = std::string(batch.place.file) + ":";
+    if (isNew(batch.odd.uneven, told_.uneven)) {
+      say("note: fields in " + where + val2str(batch.odd.uneven) + ": " +
+          std::to_string(batch.odd.unevenCount) +
+          ", in its first row: " + std::to_string(batch.shape.count));
+    }
+    if (seesBlanks() && isNew(batch.odd.blanks, told_.blanks))
+      noteBlanks(where + val2str(batch.odd.blanks));
+  }
+
   void finish(Batch& batch) {
     summary_.add(batch.tally);
+    if (fields_) noteOdd(batch);
     progress_.show(summary_.urls());
     writeOut(batch.rows.text());
     batch.lines.clear();
     batch.rows.clear();
     batch.tally = Tally();
+    batch.odd = OddRows();
   }
 
-  RowWriter writer_;
-  std::size_t threads_;
-  HostRule rule_;
+  const vu_cctld& table_;
+  const ClassifyOptions& options_;
   EntryEnd entryEnd_;
+  std::optional<RowWriter> writer_;  ///< Of fields, once their form is known.
+  std::optional<FieldRows> fields_;  ///< Only where a field of a row has the URL.
+  FieldForm form_ = FieldForm::none;
+  FieldShape shape_;    ///< Of the rows of the file that is read.
+  std::string titles_;  ///< Of the first file.
+  OddRows told_;        ///< Of the file that is read.
   std::vector<std::unique_ptr<Batch>> spare_;
   std::deque<Working> working_;
   Summary summary_;
   Progress progress_;
 };
 
-/// Throws Refusal where the suffixes take the bytes that are meant for URLs.
+/// Throws Refusal where the suffixes take the bytes that are meant for URLs, or for other suffixes.
 void checkSuffixes(const ClassifyOptions& options) {
-  for (const std::string& path : options.files) {
-    if (!options.suffixes.empty() && isSameStream(path, options.suffixes)) {
-      throw Refusal(displayName(path) + " cannot be both the suffixes and the URLs");
+  for (auto suffixes = options.suffixes.begin(); suffixes != options.suffixes.end(); ++suffixes) {
+    const auto isTheSame = [&](const std::string& path) { return isSameStream(path, *suffixes); };
+    if (std::any_of(options.files.begin(), options.files.end(), isTheSame)) {
+      throw Refusal(displayName(*suffixes) + " cannot be both the suffixes and the URLs");
+    }
+    if (std::any_of(options.suffixes.begin(), suffixes, isTheSame)) {
+      throw Refusal(displayName(*suffixes) + " can be read once only");
     }
   }
 }
@@ -289,6 +378,23 @@ void addQuestions(ClassifyOptions& options, const vu_cctld& table) {
   }
 }
 
+/// Takes in that a field of each row has its URL. Throws ValidationError where that makes no sense.
+void addField(ClassifyOptions& options, bool isFormGiven, bool areColumnsGiven) {
+  const RowOptions& form = options.rows.rows;
+  options.fieldForm = FieldForm::byContent;
+  if (options.top == 0 && isFormGiven) {
+    if (form.format != Format::csv && form.format != Format::tsv) {
+      throw CLI::ValidationError("--field adds columns to rows of csv or tsv and keeps their form");
+    }
+    options.fieldForm = form.format == Format::csv ? FieldForm::csv : FieldForm::tsv;
+  }
+  if (!options.urls.empty()) {
+    throw CLI::ValidationError("--field is for rows of files, not for " + options.urls.front());
+  }
+  options.haveTitles = form.header || !isFieldNumber(options.field);
+  if (!areColumnsGiven) options.rows.columns.pop_back();  // the row has the URL
+}
+
 /// Classifies the files, those behind one that cannot be read, too. False when there was one.
 bool classifyFiles(Classifier& classifier, const std::vector<std::string>& files) {
   bool areAllRead = true;
@@ -296,7 +402,7 @@ bool classifyFiles(Classifier& classifier, const std::vector<std::string>& files
     try {
       classifier.classifyFile(path);
     } catch (const Refusal& refusal) {
-      const bool mayBeUrl = path != files.front() && access(path.c_str(), F_OK) != 0;
+      const bool mayBeUrl = path != files.front() && path != "-" && access(path.c_str(), F_OK) != 0;
       say(refusal.what() + std::string(mayBeUrl ? "; URLs stand in front of --file" : ""));
       areAllRead = false;
     }
@@ -375,8 +481,12 @@ void addClassify(CLI::App& app, int& exitStatus) {
   command
       ->add_option(
           "-s,--suffixes", options->suffixes,
-          "File of suffixes in any form; otherwise VU_SUFFIXES\nnames it, or the system has one")
+          "File of suffixes in any form; may stand more than\nonce, as with a list and additions. "
+          "Otherwise\nVU_SUFFIXES names it, or the system has one")
       ->option_text("FILE")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->check(isNotEmpty);
   command
       ->add_option(
@@ -409,6 +519,13 @@ void addClassify(CLI::App& app, int& exitStatus) {
                     "Two columns more: the file and line of a URL");
   command->add_flag("--only-failed", options->rows.onlyFailed, "Only the rows of refused URLs");
   addNull(*command, options->rows.entryEnd);
+  command
+      ->add_option("--field", options->field,
+                   "Read rows of csv or tsv, and add columns to each for the\nURL in this field: "
+                   "its title in the first row, or its\nnumber; with --header if there are titles")
+      ->option_text("FIELD")
+      ->check(isNotEmpty)
+      ->excludes("--null");
   addNumber<std::size_t>(*command, "--top", options->top, 1, 65536,
                          "In place of the rows, the N most frequent domains,\neach with its count")
       ->excludes(columns);
@@ -423,7 +540,12 @@ void addClassify(CLI::App& app, int& exitStatus) {
   command->footer(
       "Exit status: 0 done, 1 a URL was refused or an input could not be read, 2 wrong usage.\n"
       "A line of more than 64 MiB is no URL: its row, of status 1003, tells its length.");
-  command->callback([options, &exitStatus] { exitStatus = classify(*options); });
+  command->callback([options, command, columns, &exitStatus] {
+    if (!options->field.empty()) {
+      addField(*options, command->count("--format") > 0, columns->count() > 0);
+    }
+    exitStatus = classify(*options);
+  });
 }
 
 }  // namespace vu::tool

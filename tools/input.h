@@ -61,6 +61,12 @@ inline std::string_view takeLine(std::string_view& block, EntryEnd end = EntryEn
   return line;
 }
 
+/// Blanks around a URL are taken for part of it, which is seldom meant.
+inline bool hasBlankAround(std::string_view url) {
+  const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
+  return !url.empty() && (isBlank(url.front()) || isBlank(url.back()));
+}
+
 /// Throws Refusal when `path` names a file that cannot be opened or is a directory.
 void checkReadable(const std::string& path);
 

@@ -173,17 +173,21 @@ vu_reason RowWriter::find(std::string_view url, HostReader& hosts) const {
   return {table_.classify(host, match), vu_rule_kind::none, vu_section::none, {}};
 }
 
-void RowWriter::write(std::string_view url, Buffer& out, Tally& tally) const {
+void RowWriter::write(std::string_view url, UrlPlace place, Buffer& out, Tally& tally) const {
   HostReader hosts(vu_url_text::typed);
-  write(find(url, hosts), {url, false, {}}, out, tally);
+  write(find(url, hosts), {url, false, place}, out, tally);
+}
+
+void RowWriter::writeMalformed(std::string_view text, UrlPlace place, Buffer& out,
+                               Tally& tally) const {
+  vu_reason none{};
+  none.domain.status = VU_MALFORMED_URL;
+  write(none, {text, false, place}, out, tally);
 }
 
 void RowWriter::writeSkipped(std::uint64_t length, UrlPlace place, Buffer& out,
                              Tally& tally) const {
-  vu_reason none{};
-  none.domain.status = VU_MALFORMED_URL;
-  const std::string told = "(a line of " + std::to_string(length) + " bytes)";
-  write(none, {told, true, place}, out, tally);
+  writeMalformed("(a line of " + std::to_string(length) + " bytes)", place, out, tally);
 }
 
 void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,

@@ -85,7 +85,10 @@ class RowWriter {
   bool has(RowColumn column) const;
 
   /// Adds the row of one URL to `out` and counts it in `tally`.
-  void write(std::string_view url, Buffer& out, Tally& tally) const;
+  void write(std::string_view url, UrlPlace place, Buffer& out, Tally& tally) const;
+
+  /// The same for what cannot be a URL, whatever its host: it has status 1003.
+  void writeMalformed(std::string_view text, UrlPlace place, Buffer& out, Tally& tally) const;
 
   /// Adds the row of a line of `length` bytes that was skipped because of its length.
   void writeSkipped(std::uint64_t length, UrlPlace place, Buffer& out, Tally& tally) const;

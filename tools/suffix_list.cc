@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <tuple>
+#include <utility>
 
+#include "domain/load.h"
 #include "domain/table_builder.h"
 #include "tools/command.h"
 #include "tools/input.h"
@@ -81,6 +84,11 @@ void openSystemList(vu_cctld& table) {
   table.openBytes(std::move(compiled), kSystemList);
 }
 
+[[noreturn]] void refuseSuffixes(const std::string& path, const std::string& why) {
+  throw Refusal(displayName(path) + ": " + why + "; \"vu suffixes check " + path +
+                "\" tells in which line, \"vu suffixes build\" makes a good file of a list");
+}
+
 void openNamed(vu_cctld& table, const std::string& path) {
   checkReadable(path);
   try {
@@ -90,9 +98,31 @@ void openNamed(vu_cctld& table, const std::string& path) {
       table.open(path.c_str());
     }
   } catch (const vu_exception& failure) {
-    throw Refusal(displayName(path) + ": " + failure.what() + "; \"vu suffixes check " + path +
-                  "\" tells in which line");
+    refuseSuffixes(path, failure.what());
   }
+}
+
+/// The rules of all files in one table, which goes by what the first one tells of its list.
+void openTogether(vu_cctld& table, const std::vector<std::string>& paths) {
+  vu::detail::TableBuilder builder;
+  int maxLabels = 0;
+  std::string info;
+  for (const std::string& path : paths) {
+    checkReadable(path);
+    const vu::detail::LoadedTable loaded = vu::detail::loadAny(readFile(path), displayName(path));
+    if (!loaded.error.empty()) refuseSuffixes(path, loaded.error);
+    maxLabels = std::max(maxLabels, loaded.maxLabels);
+    if (info.empty()) info = loaded.table->info();
+    for (const SpelledRule& rule : rulesOf(*loaded.table)) {
+      // A rule may stand in both sections of a list, or in none.
+      const unsigned icann = rule.sections & vu::detail::kIcannRules;
+      builder.add(rule.text, icann);
+      if (icann != rule.sections) builder.add(rule.text, vu::detail::kPrivateRules);
+    }
+  }
+  std::string block = builder.finish({maxLabels, info});
+  vu::detail::seal(block);
+  table.openBytes(std::move(block), "--suffixes");
 }
 
 }  // namespace
@@ -145,11 +175,32 @@ std::string_view shorterSuffix(const std::set<std::string, std::less<>>& suffixe
   return found;
 }
 
-std::unique_ptr<vu_cctld> makeTable(const std::string& path, const std::string& defaultDomain) {
+std::vector<SpelledRule> rulesOf(const vu::detail::SuffixTable& table) {
+  namespace detail = vu::detail;
+  static constexpr std::tuple<detail::Listing, detail::Listing, const char*> kinds[] = {
+      {detail::kSuffix, detail::kRule, ""},
+      {detail::kWildcardAsIs, detail::kWildcard, "*."},
+      {detail::kExceptionAsIs, detail::kException, "!"},
+      {detail::kOther, detail::kRule, ""}};
+  std::vector<SpelledRule> rules;
+  for (std::size_t i = 0; i < table.ruleCount(); ++i) {
+    const detail::RuleView rule = table.rule(i);
+    for (const auto& [spelled, kind, mark] : kinds) {
+      if ((rule.listings() & spelled) == 0) continue;
+      rules.push_back({std::string(mark).append(table.nameOf(rule)), rule.sections(kind)});
+    }
+  }
+  return rules;
+}
+
+std::unique_ptr<vu_cctld> makeTable(const std::vector<std::string>& paths,
+                                    const std::string& defaultDomain) {
   auto table = std::make_unique<vu_cctld>(nullptr, defaultDomain.c_str());
   const char* const named = std::getenv("VU_SUFFIXES");
-  if (!path.empty()) {
-    openNamed(*table, path);
+  if (paths.size() > 1) {
+    openTogether(*table, paths);
+  } else if (!paths.empty()) {
+    openNamed(*table, paths.front());
   } else if (named != nullptr && *named != '\0') {
     openNamed(*table, named);
   } else if (access(vu_table_system_path(), R_OK) == 0) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "domain/suffix_list.h"
+#include "domain/suffix_table.h"
 #include "vu/domain.h"
 
 namespace vu::tool {
@@ -35,10 +36,18 @@ std::string compiledTable(const RuleList& list);
 std::string_view shorterSuffix(const std::set<std::string, std::less<>>& suffixes,
                                std::string_view suffix);
 
-/// The table of the file at `path`, in any form; with an empty path the one that VU_SUFFIXES names,
-/// the one of the system, or that of the system's Public Suffix List, which is kept compiled in the
+/// A rule of a table as it is spelled, with the bits of its sections.
+struct SpelledRule {
+  std::string text;
+  unsigned sections;
+};
+std::vector<SpelledRule> rulesOf(const vu::detail::SuffixTable& table);
+
+/// The table of all these files, each in any form; without any the one that VU_SUFFIXES names, the
+/// one of the system, or that of the system's Public Suffix List, which is kept compiled in the
 /// user's cache. Throws Refusal.
-std::unique_ptr<vu_cctld> makeTable(const std::string& path, const std::string& defaultDomain);
+std::unique_ptr<vu_cctld> makeTable(const std::vector<std::string>& paths,
+                                    const std::string& defaultDomain);
 
 }  // namespace vu::tool
 

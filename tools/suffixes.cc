@@ -5,7 +5,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <tuple>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -215,33 +215,20 @@ void check(const std::string& path) {
 }
 
 /// Every rule of a file as it is spelled, with its section.
-std::map<std::string, std::string> rulesOf(const std::string& path) {
-  namespace detail = vu::detail;
-  const std::unique_ptr<SuffixTable> table = readTable(path, readFile(path));
+std::map<std::string, std::string> readRules(const std::string& path) {
   std::map<std::string, std::string> rules;
-  const std::tuple<detail::Listing, detail::Listing, const char*> kinds[] = {
-      {detail::kSuffix, detail::kRule, ""},
-      {detail::kWildcardAsIs, detail::kWildcard, "*."},
-      {detail::kExceptionAsIs, detail::kException, "!"},
-      {detail::kOther, detail::kRule, ""}};
-  for (std::size_t i = 0; i < table->ruleCount(); ++i) {
-    const detail::RuleView rule = table->rule(i);
-    for (const auto& [spelled, kind, mark] : kinds) {
-      if ((rule.listings() & spelled) == 0) continue;
-      const unsigned sections = rule.sections(kind);
-      rules[std::string(mark).append(table->nameOf(rule))] = (sections & detail::kIcannRules) != 0
-                                                                 ? "icann"
-                                                             : sections != 0 ? "private"
-                                                                             : "-";
-    }
+  for (SpelledRule& rule : rulesOf(*readTable(path, readFile(path)))) {
+    rules[std::move(rule.text)] = (rule.sections & vu::detail::kIcannRules) != 0 ? "icann"
+                                  : rule.sections != 0                           ? "private"
+                                                                                 : "-";
   }
   return rules;
 }
 
 /// A line for each rule that only one of two files has, or each in another section, by name.
 void diff(const std::string& before, const std::string& after) {
-  const auto left = rulesOf(before);
-  const auto right = rulesOf(after);
+  const auto left = readRules(before);
+  const auto right = readRules(after);
   std::string lines;
   const auto add = [&lines](const char* mark, const auto& rule) {
     lines += std::string(mark) + "\t" + visible(rule.first) + "\t" + rule.second + "\n";
