@@ -11,6 +11,7 @@
 // beginning on and gives up at the first item that it does not know: so it gets each pattern behind
 // a group that is repeated no times, which changes nothing else.
 
+#define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #ifndef VU_BENCH_PCRE2_BARE_PCRE_H_
 #define VU_BENCH_PCRE2_BARE_PCRE_H_
 
+#define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
 #include <string>
