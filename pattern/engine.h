@@ -5,6 +5,7 @@
 #ifndef VU_PATTERN_ENGINE_H_
 #define VU_PATTERN_ENGINE_H_
 
+#include <cstddef>
 #include <memory>
 
 #include "vu/pattern.h"
@@ -16,6 +17,9 @@ using StudyPtr = std::unique_ptr<Study, EngineDelete>;
 
 /// Name and release, "PCRE 8.39".
 std::string engineName();
+
+/// Bytes of stack that it takes to compile a pattern without groups.
+extern const std::size_t kCompileStack;
 
 /// Throws vu_exception "PCRE Compile Error [" + offset + "] " + the engine's text.
 RegexPtr compileRegex(const char* pattern, int options);

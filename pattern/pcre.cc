@@ -5,9 +5,14 @@
 #include <new>
 
 #include "pattern/engine.h"
+#include "pattern/stack_room.h"
 #include "vu/pattern.h"
 
 namespace {
+
+/// What is taken for granted to compile a pattern where nobody knows how large the stack is: most
+/// are the first thread's, in a process that may not ask.
+constexpr std::size_t kUnknownStack = std::size_t{64} << 10;
 
 int vectorSize(int pairs) {
   if (pairs < 0 || pairs > std::numeric_limits<int>::max() / 3) throw std::bad_array_new_length();
@@ -23,6 +28,10 @@ int vectorSize(int pairs) {
 vu_pcre::vu_pcre(const char* pattern, int pairs, int options) : pattern_(pattern), ovecsize_(0) {
   if (pattern_ == nullptr) fail("vu_pcre: Empty Regular Expression");
   if (options < 0) options = dotAll;
+  if (vu::detail::stackRoom(kUnknownStack) <
+      vu::detail::kCompileStack + vu::detail::groupStack(pattern_)) {
+    fail("PCRE Compile Error [0] not enough stack");
+  }
   regex_ = vu::detail::compileRegex(pattern_, options);
   extra_ = vu::detail::studyRegex(*regex_, pattern_, options);
   ovecsize_ = vectorSize(pairs);

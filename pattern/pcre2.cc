@@ -37,6 +37,8 @@ struct Study {
   std::size_t jitFrame;  ///< How much of the thread's stack the just-in-time code may take.
 };
 
+const std::size_t kCompileStack = std::size_t{26} << 10;
+
 namespace {
 
 constexpr std::uint32_t kJitSteps = 1'000'000;

@@ -39,6 +39,8 @@ struct Study {
   bool isDirect = false;     ///< Whether that code may be entered directly.
 };
 
+const std::size_t kCompileStack = std::size_t{10} << 10;
+
 namespace {
 
 constexpr unsigned long kJitSteps = 1'000'000;

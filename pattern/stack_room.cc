@@ -7,11 +7,10 @@
 #include <pthread.h>
 
 #include <cstdint>
+#include <string_view>
 
 namespace vu::detail {
 namespace {
-
-constexpr std::size_t kUnknown = std::size_t{16} << 10;
 
 struct Stack {
   std::uintptr_t low;
@@ -36,10 +35,17 @@ void findStack() noexcept {
 
 }  // namespace
 
-std::size_t stackRoom() noexcept {
+std::size_t stackRoom(std::size_t unknown) noexcept {
   if (stack.high == 0) findStack();
   const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-  return here > stack.low && here <= stack.high ? here - stack.low : kUnknown;
+  return here > stack.low && here <= stack.high ? here - stack.low : unknown;
+}
+
+std::size_t groupStack(const char* pattern) noexcept {
+  constexpr std::size_t kDeepest = 250, kLevel = 1024, kLongest = 6000, kReference = 512;
+  const std::string_view text = pattern;
+  const auto groups = static_cast<std::size_t>(std::count(text.begin(), text.end(), '('));
+  return std::min(groups, kDeepest) * kLevel + std::min(groups, kLongest) * kReference;
 }
 
 }  // namespace vu::detail

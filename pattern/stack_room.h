@@ -8,9 +8,9 @@
 
 namespace vu::detail {
 
-/// Bytes between here and the end of the thread's stack; 16 KiB where that is not known, as on a
-/// stack that the program has switched to by itself. Asks the system once a thread.
-std::size_t stackRoom() noexcept;
+/// Bytes between here and the end of the thread's stack; `unknown` where the system cannot tell, as
+/// on a stack that the program has switched to by itself. Asks the system once a thread.
+std::size_t stackRoom(std::size_t unknown = std::size_t{16} << 10) noexcept;
 
 /// How much of it just-in-time code may take for a pattern of so many compiled bytes. Its frame has
 /// at most two words for each item of the pattern and each offset, an item has two bytes or more,
@@ -20,6 +20,11 @@ constexpr std::size_t jitFrame(std::size_t compiledBytes) {
   constexpr std::size_t kSpare = std::size_t{4} << 10;
   return std::min(compiledBytes * 2 * sizeof(void*), kLargest) + kSpare;
 }
+
+/// How much of it an engine may take to compile `pattern`, beside what it takes for any. It
+/// recurses for groups inside of each other, of which neither engine allows more than 250, and less
+/// deeply along a chain of references from group to group; there is room for 6000 in what compiles.
+std::size_t groupStack(const char* pattern) noexcept;
 
 }  // namespace vu::detail
 

@@ -263,7 +263,9 @@ TEST(Failures, Streams) {
 
 TEST(Failures, Pattern) {
   const auto make = making<vu_pcre>("(a+)(b)", 3, -1);
-  static const vu_pcre back("(a)\\1", 1, -1);
+  static std::string groups = "(a)\\1";  // more than a thread keeps room for
+  while (groups.size() < 80) groups += "()";
+  static const vu_pcre back(groups.c_str(), 1, -1);
   static NvalPcre nval("(a)=(b)");
   const auto insert = [](Pairs& list) { insertNV2List(list, nval, "a=b a=b a=b", 0); };
   survives({

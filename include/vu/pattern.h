@@ -15,7 +15,8 @@
 // Lifetime: nothing is copied: results point into the caller's subject. An object owns its compiled
 //           pattern and is not copied.
 // Limits:   a hostile subject ends in a negative code, not in a crash: see `match`. On a stack that
-//           the program has switched to by itself, such as a fiber's, 16 KiB must be free.
+//           the program has switched to by itself, such as a fiber's, 16 KiB must be free to
+//           search, 64 KiB to compile.
 // Engine:   the library is built with PCRE 8 or with PCRE2. Options, results and vectors are those
 //           of PCRE 8 with either: what is here needs no header of theirs. docs/patterns.md tells
 //           where the two differ.
@@ -119,6 +120,8 @@ class VU_EXPORT vu_pcre {
   ///   "vu_pcre: Empty Regular Expression"                              for a null pattern;
   ///   "PCRE Compile Error [" + offset + "] " + the engine's own text   when it does not compile
   ///       or the engine does not know an option;
+  ///   "PCRE Compile Error [0] not enough stack"   when the thread has too little left for it:
+  ///       32 KiB do for some groups with PCRE 8, 64 KiB with PCRE2, 4 MiB for all that compiles;
   ///   "PCRE Compile Study Error " + the engine's own text              when it cannot be studied.
   /// Each thread that makes a pattern or searches gets some 70 KiB for its searches, kept to its
   /// end; the first one to do so on it asks the system for the bounds of its stack. So make a
