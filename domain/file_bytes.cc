@@ -39,7 +39,7 @@ class Descriptor {
 };
 
 constexpr std::size_t kFirstRoom = std::size_t{1} << 22;  // a list of 200,000 rules
-constexpr std::size_t kEndlessToken = 1 << 16;            // far more than any form of a table allows
+constexpr std::size_t kEndlessToken = 1 << 16;  // far more than any form of a table allows
 
 /// Whether bytes of text end in a token that no table could hold, of a file full of zeroes say.
 bool isEndless(std::string_view bytes) {
@@ -84,7 +84,8 @@ FileBytes readFileBytes(const char* path) {
   all.error =
       readAll(file.number(), isFile ? static_cast<std::size_t>(before.st_size) : 0, all.bytes);
   // Files in memory of the kernel's own making have no size before they are read.
-  all.changed = isFile && all.error == 0 && before.st_size != 0 && fstat(file.number(), &after) == 0 &&
+  all.changed = isFile && all.error == 0 && before.st_size != 0 &&
+                fstat(file.number(), &after) == 0 &&
                 (before.st_size != after.st_size ||
                  static_cast<std::size_t>(after.st_size) != all.bytes.size() ||
                  !isSameMoment(before.st_mtim, after.st_mtim) ||
