@@ -2,7 +2,8 @@
  *
  * Each backend has the table that the setting vu.suffixes names, opened by the first call that needs
  * it; preloaded, backends share the one that the postmaster has opened. It is looked at again when
- * the setting is made again, as every reload of the configuration does. No user's files and no
+ * the setting is made again, as every reload of the configuration does: in the postmaster at once, so
+ * that the workers of a parallel query start from the list that sessions have. No user's files and no
  * environment are read: without the setting it is the system's table. */
 
 /* clang-format off: the server's own header comes first, always */
@@ -11,6 +12,7 @@
 
 #include <sys/stat.h>
 
+#include "access/parallel.h"
 #include "fmgr.h"
 #include "funcapi.h"
 #include "miscadmin.h"
@@ -27,9 +29,10 @@ static char* tablePath = NULL; /* the setting */
 static vu_table* table = NULL; /* what is open */
 static struct stat tableFile;  /* the file that it came from */
 static bool lookAgain = true;  /* whether the setting was made since */
+static bool isPreloaded = false;
 
-static const char* wantedPath(void) {
-  return tablePath != NULL && *tablePath != '\0' ? tablePath : vu_table_system_path();
+static const char* orSystems(const char* path) {
+  return path != NULL && *path != '\0' ? path : vu_table_system_path();
 }
 
 static bool isSameFile(const struct stat* a, const struct stat* b) {
@@ -37,12 +40,11 @@ static bool isSameFile(const struct stat* a, const struct stat* b) {
          a->st_mtim.tv_sec == b->st_mtim.tv_sec && a->st_mtim.tv_nsec == b->st_mtim.tv_nsec;
 }
 
-/* Opens the table that the setting names, unless it is open. A table that does not open is told at
+/* Opens the table at `path`, unless it is open. A table that does not open is told at
  * `level`; below ERROR the one that was open stays, if it is from the same path. */
-static void openTable(int failedFirst, int failedAgain) {
+static void openTable(const char* path, int failedFirst, int failedAgain) {
   char message[MAXPGPATH + 256];
   struct stat file;
-  const char* path = wantedPath();
   vu_table* fresh = NULL;
   const bool samePath = table != NULL && strcmp(vu_table_path(table), path) == 0;
   const bool there = stat(path, &file) == 0;
@@ -63,16 +65,19 @@ static void openTable(int failedFirst, int failedAgain) {
   lookAgain = false;
 }
 
-static void tablePathIsSet(const char* path, void* extra) { lookAgain = true; }
+static void tablePathIsSet(const char* path, void* extra) {
+  lookAgain = true;
+  if (isPreloaded && !IsUnderPostmaster) openTable(orSystems(path), WARNING, WARNING);
+}
 
 void _PG_init(void) {
+  isPreloaded = process_shared_preload_libraries_in_progress;
   DefineCustomStringVariable("vu.suffixes", "The file of the table of suffixes.",
                              "Empty: the system's.", &tablePath, "", PGC_SUSET, 0, NULL,
                              tablePathIsSet, NULL);
 #if PG_VERSION_NUM >= 150000
   MarkGUCPrefixReserved("vu");
 #endif
-  if (process_shared_preload_libraries_in_progress) openTable(WARNING, WARNING);
 }
 
 typedef struct Found {
@@ -93,7 +98,10 @@ static Found classify(FunctionCallInfo fcinfo) {
   Found found;
   const text* url = PG_GETARG_TEXT_PP(0);
   const int rule = ruleOf(PG_GETARG_TEXT_PP(1));
-  if (unlikely(lookAgain)) openTable(ERROR, WARNING);
+  /* What fails again in a worker, its session has told. */
+  if (unlikely(lookAgain)) {
+    openTable(orSystems(tablePath), ERROR, IsParallelWorker() ? DEBUG1 : WARNING);
+  }
   found.url = VARDATA_ANY(url);
   vu_classify(table, rule, found.url, VARSIZE_ANY_EXHDR(url), &found.record, sizeof found.record);
   return found;
