@@ -8,10 +8,10 @@
 #include <nlohmann/json.hpp>
 
 #include "fuzz/support.h"
-#include "tests/plain/rows.h"
 #include "tools/input.h"
 #include "tools/rows.h"
 #include "tools/summary.h"
+#include "vu/domain.h"
 
 using vu::fuzz::check;
 using vu::fuzz::expectEqual;
@@ -24,11 +24,8 @@ namespace {
 
 const vu_cctld& table() {
   static const auto made = [] {
-    const vu::fuzz::MemoryFile file;
-    file.rewrite("co.xy 3\nb.co.xy 4\n*.ck 3\n!www.ck 2\n");
-    auto loaded = std::make_unique<vu_cctld>(nullptr, "corp.xy");
-    loaded->initSet(file.path().c_str());
-    return loaded;
+    const vu::test::TemporaryFile file("co.xy 3\nb.co.xy 4\n*.ck 3\n!www.ck 2\n");
+    return std::make_unique<vu_cctld>(file.path(), "corp.xy");
   }();
   return *made;
 }
@@ -46,7 +43,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 /// What the tool's reader gives, block by block.
 std::string readBack(const std::string& text) {
-  static const vu::fuzz::MemoryFile file;
+  static const vu::test::TemporaryFile file;
   file.rewrite(text);
   vu::tool::LineBlocks blocks(file.path());
   std::string all;
@@ -88,40 +85,56 @@ void checkCsv(const std::string& row, const std::string& url, const vu_domain& f
   expectEqual(url, fields[4], "URL");
 }
 
+/// The domain that a row shows.
+std::string shownDomain(const vu_domain& found) {
+  const bool isCompleted = found.status == VU_SUCCESS && found.domain.data() == nullptr;
+  return isCompleted ? std::string(found.host) + "." + table().defaultDomain()
+                     : std::string(found.domain);
+}
+
 /// The same object, as another writer has it.
 void checkJson(const std::string& row, const std::string& url, const vu_domain& found) {
   using Json = nlohmann::ordered_json;
-  const auto textOrNull = [](const std::string& text) {
-    return text.empty() ? Json() : Json(text);
-  };
-  std::string domain(found.domain);
-  if (found.status == VU_SUCCESS && found.domain.data() == nullptr) {
-    domain = std::string(found.host) + "." + table().defaultDomain();
-  }
+  const std::string domain = shownDomain(found);
   const Json object = {{"status", static_cast<unsigned>(found.status)},
                        {"text", statusText(found.status)},
-                       {"domain", textOrNull(domain)},
+                       {"domain", domain.empty() ? Json() : Json(domain)},
                        {"address", Json::parse(row).at("address")},
                        {"url", url}};
   expectEqual(object.dump(-1, ' ', false, Json::error_handler_t::replace), row, "row");
   expectEqual(found.isAddress(), object.at("address").is_string(), "address");
 }
 
+std::string tabSafe(std::string_view text) {
+  std::string safe;
+  for (const char c : text) {
+    const std::size_t kind = std::string_view("\t\n\r\\").find(c);
+    safe += kind == std::string_view::npos ? std::string(1, c) : std::string("\\") + "tnr\\"[kind];
+  }
+  return safe;
+}
+
+void checkTsv(const std::string& row, const std::string& url, const vu_domain& found) {
+  std::string address;
+  for (int shift = 24; found.isAddress() && shift >= 0; shift -= 8) {
+    address += std::to_string(found.ipAddress() >> shift & 255U) + (shift > 0 ? "." : "");
+  }
+  expectEqual(std::to_string(found.status) + "\t" + statusText(found.status) + "\t" +
+                  tabSafe(shownDomain(found)) + "\t" + address + "\t" + tabSafe(url),
+              row, "row");
+}
+
 void checkRow(const RowWriter::Choices& wanted, const std::string& row, const std::string& url,
               const vu_domain& found) {
   switch (wanted.rows.format) {
     case Format::tsv:
-      expectEqual(vu::test::plainRow(table(), url, wanted.match), row + "\n", "row");
-      break;
+      return checkTsv(row, url, found);
     case Format::csv:
-      checkCsv(row, url, found);
-      break;
+      return checkCsv(row, url, found);
     case Format::jsonl:
-      checkJson(row, url, found);
-      break;
+      return checkJson(row, url, found);
     case Format::table:
       check(isPrintable(row), "a terminal obeys nothing in a row");
-      break;
   }
 }
 

@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <random>
 
 #include "fuzz/seeds.h"
 #include "fuzz/support.h"
@@ -28,7 +27,7 @@ void tryAll(const std::filesystem::path& path) {
   if (std::filesystem::is_directory(path)) {
     for (const auto& each : std::filesystem::directory_iterator(path)) tryAll(each.path());
   } else if (path.extension() == ".txt") {
-    for (const auto& seed : vu::fuzz::readSeeds(path)) {
+    for (const auto& seed : vu::fuzz::Seeds(path).all) {
       std::cout << path.string() << ":" << seed.line << std::endl;
       tryOut(seed.bytes);
     }
@@ -37,61 +36,6 @@ void tryAll(const std::filesystem::path& path) {
     tryOut(vu::test::contentOf(path));
   }
 }
-
-/// Seeds, changed a few times: the same inputs in every run.
-class Inventor {
- public:
-  explicit Inventor(const std::string& seeds) {
-    for (const auto& seed : vu::fuzz::readSeeds(seeds)) seeds_.push_back(seed.bytes);
-  }
-
-  /// Words that inputs are likely to have: a dictionary of the fuzzer.
-  void readWords(const std::string& dictionary) {
-    for (const auto& word : vu::fuzz::readSeeds(dictionary)) {
-      words_.push_back(word.bytes.substr(1, word.bytes.size() - 2));
-    }
-  }
-
-  std::string next() {
-    std::string input = anyOf(seeds_);
-    for (auto changes = random_() % (random_() % 8 == 0 ? 60 : 10); changes > 0; --changes) {
-      change(input);
-    }
-    return input;
-  }
-
- private:
-  const std::string& anyOf(const Texts& texts) { return texts[random_() % texts.size()]; }
-
-  std::string pieceOf(const std::string& text) {
-    return text.substr(random_() % (text.size() + 1), random_() % 16);
-  }
-
-  void change(std::string& input) {
-    const std::size_t at = random_() % (input.size() + 1);
-    const std::size_t few = random_() % 8;
-    switch (random_() % 8) {
-      case 0:
-        input.erase(at, few == 0 ? std::string::npos : few);
-        break;
-      case 1:
-        input.replace(at, few % 2, 1, static_cast<char>(random_()));
-        break;
-      case 2:  // another choice, of which most inputs have some in front
-        if (few < input.size()) input[few] = static_cast<char>('0' + random_() % 16);
-        break;
-      case 3:
-        input.insert(at, pieceOf(anyOf(seeds_)));
-        break;
-      default:
-        input.insert(at, words_.empty() ? anyOf(seeds_) : anyOf(words_));
-    }
-  }
-
-  Texts seeds_;
-  Texts words_;
-  std::mt19937 random_;
-};
 
 /// Says which input ends the process. Little can go wrong further in one that does.
 void tellInput(int signal) {
@@ -108,9 +52,8 @@ int main(int argc, char** argv) {
     std::signal(signal, tellInput);
   }
   try {
-    if (words.size() >= 3 && words[0] == "--invent") {
-      Inventor inventor(words[2]);
-      if (words.size() > 3) inventor.readWords(words[3]);
+    if (words.size() == 3 && words[0] == "--invent") {
+      vu::fuzz::Inventor inventor{vu::fuzz::Seeds(words[2])};
       for (int i = std::stoi(words[1]); i > 0; --i) {
         setitimer(ITIMER_PROF, &kMost, nullptr);
         tryOut(inventor.next());
@@ -120,7 +63,7 @@ int main(int argc, char** argv) {
       for (const std::string& each : words) tryAll(each);
     } else {
       std::cerr << "Usage: fuzz_NAME LIST.txt|FILE|FOLDER...\n"
-                   "       fuzz_NAME --invent COUNT SEEDS.txt [DICTIONARY.txt]\n";
+                   "       fuzz_NAME --invent COUNT LIST.txt\n";
       return 2;
     }
   } catch (const std::exception& failure) {

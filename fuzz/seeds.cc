@@ -1,6 +1,6 @@
-// Between lists of inputs and files with one input each, which fuzzers want.
+// Between lists of inputs and what fuzzers want: files with one input each, and dictionaries.
 //
-// Usage: fuzz_seeds unpack LIST.txt FOLDER     a file for each line
+// Usage: fuzz_seeds unpack LIST.txt FOLDER     a file for each line, and FOLDER.dict
 //        fuzz_seeds line FILE...               each file as a line
 
 #include "fuzz/seeds.h"
@@ -10,14 +10,28 @@
 
 #include "tests/support.h"
 
+namespace {
+
+void unpack(const std::string& list, const std::string& folder) {
+  const vu::fuzz::Seeds seeds(list);
+  for (const auto& seed : seeds.all) {
+    std::ofstream(folder + "/seed-" + std::to_string(seed.line), std::ios::binary) << seed.bytes;
+  }
+  std::ofstream words(folder + ".dict");
+  for (const std::string& word : seeds.words) {
+    words << '"' << std::hex;
+    for (const unsigned char c : word) words << "\\x" << c / 16 << c % 16;
+    words << "\"\n";
+  }
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   const std::vector<std::string> words(argv + 1, argv + argc);
   try {
     if (words.size() == 3 && words[0] == "unpack") {
-      for (const auto& seed : vu::fuzz::readSeeds(words[1])) {
-        std::ofstream(words[2] + "/seed-" + std::to_string(seed.line), std::ios::binary)
-            << seed.bytes;
-      }
+      unpack(words[1], words[2]);
       return 0;
     }
     if (words.size() >= 2 && words[0] == "line") {

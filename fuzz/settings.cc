@@ -65,20 +65,6 @@ std::vector<std::string> takeArguments(vu::fuzz::Input& input, const std::string
   return all;
 }
 
-/// All that a store holds of a table: its values and where they come from.
-std::string contentsOf(const vu_config& store, const vu_opt_helper* table) {
-  std::string all;
-  for (const vu_opt_helper* row = table; row->name != nullptr; ++row) {
-    char type = 0;
-    const std::string& text = store.getParam(row->name, type);
-    expectEqual(row->type == 'b' ? 'd' : row->type, type, "a type letter");
-    expectEqual(vu::test::itemPlainly(text, type), vu::test::itemOf(store, row->name),
-                "a converted value");
-    all += vu::test::recordText(row->name, text, store.origin(row->name));
-  }
-  return all;
-}
-
 /// A file that is read by a call, up to a bad line.
 void tryFile(const std::string& path, const vu_opt_helper* table) {
   PlainSettings plain(table);
@@ -94,19 +80,19 @@ void tryReload(const Arguments& arguments, const vu_opt_helper* table, const std
   vu_config store;
   store.initConfig(0, nullptr, table);
   store.setParam(table->name, "0x7", table->type == 'b' ? 'd' : table->type);
-  const std::string before = contentsOf(store, table);
+  const std::string before = vu::test::contentsOf(store, table);
   const std::string message =
       messageOf([&] { store.reload(arguments.count(), arguments.vector(), table); });
   const std::string complaint = outcome == plain.records() ? plain.complaint() : outcome;
   if (outcome != "usage") expectEqual(complaint, message, "reloading");
-  expectEqual(message.empty() ? plain.records("0x7") : before, contentsOf(store, table),
+  expectEqual(message.empty() ? plain.records("0x7") : before, vu::test::contentsOf(store, table),
               "the store behind a reload");
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const vu::fuzz::MemoryFile file;
+  static const vu::test::TemporaryFile file;
   vu::fuzz::Input input(data, size);
   const std::size_t which = input.choice(3);
   const OptionTable own(which == 0 ? "" : which == 1 ? kWords : input.piece());
@@ -140,7 +126,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string message =
       messageOf([&] { store.initConfig(third.count(), third.vector(), table); });
   if (message.empty()) {
-    expectEqual(plain.records(), contentsOf(store, table), "the store");
+    expectEqual(plain.records(), vu::test::contentsOf(store, table), "the store");
   } else {
     expectEqual("Unknown Get Parameter [" + std::string(table->name) + "]",
                 messageOf([&] { store.getParam(table->name); }), "a store without anything");

@@ -1,11 +1,8 @@
-// What the fuzz targets share: inputs cut into choices and texts, checks that end the process, and
-// files in memory.
+// What the fuzz targets share: inputs cut into choices and texts, and checks that end the
+// process.
 
 #ifndef VU_FUZZ_SUPPORT_H_
 #define VU_FUZZ_SUPPORT_H_
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -26,8 +23,6 @@ class Input {
  public:
   Input(const std::uint8_t* data, std::size_t size)
       : rest_(reinterpret_cast<const char*>(data), size < kLongest ? size : kLongest) {}
-
-  bool empty() const { return rest_.empty(); }
 
   /// One byte as a number below `count`. The digit 0 means 0, so that people can write inputs.
   std::size_t choice(std::size_t count) {
@@ -75,30 +70,6 @@ inline bool isInside(const char* view, std::size_t size, std::string_view text) 
   return size > 0 && size <= text.size() && view >= text.data() &&
          view - text.data() <= static_cast<std::ptrdiff_t>(text.size() - size);
 }
-
-/// A file in memory, opened by its path.
-class MemoryFile {
- public:
-  MemoryFile() : number_(memfd_create("vu-fuzz", MFD_CLOEXEC)) {
-    check(number_ >= 0, "there are files in memory");
-    path_ = "/proc/self/fd/" + std::to_string(number_);
-  }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  ~MemoryFile() { close(number_); }
-
-  void rewrite(std::string_view content) const {
-    const bool good =
-        ftruncate(number_, 0) == 0 &&
-        pwrite(number_, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size());
-    check(good, "a file in memory can be written");
-  }
-  const std::string& path() const { return path_; }
-
- private:
-  int number_;
-  std::string path_;
-};
 
 }  // namespace vu::fuzz
 

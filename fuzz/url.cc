@@ -1,7 +1,7 @@
 // Hosts as browsers see them: the ordinary way beside the general one, and texts that stand for
 // themselves.
 //
-// Input: the text, as a URL and as typed.
+// Input: whether "http://" is in front; the text, as a URL and as typed.
 
 #include "vu/url.h"
 
@@ -56,7 +56,8 @@ void checkHost(const std::string& text, vu_url_text how) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text = vu::fuzz::Input(data, size).rest();
+  vu::fuzz::Input input(data, size);
+  const std::string text = (input.choice(2) == 1 ? "http://" : "") + input.rest();
   checkHost(text, vu_url_text::url);
   checkHost(text, vu_url_text::typed);
   return 0;

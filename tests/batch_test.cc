@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "fuzz/seeds.h"
 #include "tests/allocations.h"
 #include "tests/support.h"
 #include "vu/domain.h"
@@ -40,25 +41,11 @@ struct Records {
 TEST(Batch, AgreesWithSingleLookUps) {
   const vu::test::TemporaryFile file("co.uk 3\n*.ck 3\n!www.ck 2\nCO.xy 3\n");
   const vu_cctld table(file.path(), "corp.xy");
-  std::mt19937 random(20);
-  const std::vector<std::string> pieces = {"http://",
-                                           "a",
-                                           "www.",
-                                           "co.uk",
-                                           "ck",
-                                           ".",
-                                           "CO.xy",
-                                           "7",
-                                           "254.",
-                                           "/p?q",
-                                           ":80",
-                                           "@",
-                                           std::string(1, '\0'),
-                                           "-"};
+  vu::fuzz::Inventor inventor{vu::fuzz::Seeds(VU_SOURCE "/fuzz/seeds/table.txt")};
   std::string bytes = "skipped";
   std::vector<std::int32_t> narrow = {static_cast<std::int32_t>(bytes.size())};
   for (int i = 0; i < 20000; ++i) {
-    bytes += vu::test::randomText(random, pieces, 8);
+    bytes += inventor.next();
     narrow.push_back(static_cast<std::int32_t>(bytes.size()));
   }
   const vu::test::ExactCopy copy(bytes);

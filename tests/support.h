@@ -3,6 +3,7 @@
 #ifndef VU_TESTS_SUPPORT_H_
 #define VU_TESTS_SUPPORT_H_
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -69,7 +70,13 @@ class TemporaryFile {
     if (getpid() == owner_) unlink(path_.c_str());
   }
 
-  void rewrite(std::string_view content) { std::ofstream(path_, std::ios::binary) << content; }
+  /// Never empty in between: some file systems wait for the disk then.
+  void rewrite(std::string_view content) const {
+    const int file = open(path_.c_str(), O_WRONLY | O_CLOEXEC);
+    const auto size = static_cast<off_t>(content.size());
+    const bool good = pwrite(file, content.data(), content.size(), 0) == size;
+    if (ftruncate(file, size) + close(file) != 0 || !good) throw std::runtime_error(path_);
+  }
   const char* path() const { return path_.c_str(); }
 
  private:
@@ -96,14 +103,6 @@ class ExactCopy {
   std::unique_ptr<char[]> bytes_;
   std::size_t size_;
 };
-
-/// Joins up to `most` random pieces.
-inline std::string randomText(std::mt19937& random, const std::vector<std::string>& pieces,
-                              std::size_t most) {
-  std::string text;
-  for (std::size_t n = random() % (most + 1); n > 0; --n) text += pieces[random() % pieces.size()];
-  return text;
-}
 
 /// Runs `action` in a child process, up to the end of its static objects. Its failures are printed.
 template <typename Action>

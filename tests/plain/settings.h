@@ -112,6 +112,19 @@ inline std::string itemPlainly(const std::string& text, char type) {
   }
 }
 
+/// All that a store holds of a table.
+inline std::string contentsOf(const vu_config& store, const vu_opt_helper* table = opt_helper) {
+  std::string all;
+  for (const vu_opt_helper* row = table; row->name != nullptr; ++row) {
+    char type = 0;
+    std::string text = store.getParam(row->name, type);
+    const bool isSame = itemPlainly(text, type) == itemOf(store, row->name);
+    if (!isSame || type != (row->type == 'b' ? 'd' : row->type)) text += ", converted wrongly,";
+    all += recordText(row->name, text, store.origin(row->name));
+  }
+  return all;
+}
+
 /// The records that a command line leads to, or its message, "usage" for the usage text.
 inline std::string recordsOf(const Arguments& arguments, const vu_opt_helper* table) {
   std::string all;
