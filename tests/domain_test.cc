@@ -26,6 +26,7 @@ using vu::test::TemporaryFile;
 
 namespace {
 
+/// What fscanf decides is compared with it by a fuzz target.
 TEST(Table, LoadsRecords) {
   const std::string longest(1023, 'a');
   const struct {
@@ -34,24 +35,9 @@ TEST(Table, LoadsRecords) {
     int maxLabels;
     std::size_t badRecord;  // 0: it loads
   } rows[] = {
-      {"co.xy 3\nltd.co.xy 5\n", 2, 5, 0},
-      {"co.xy 3 ltd.co.xy\t5", 2, 5, 0},
-      {"\n\n co.xy\n3\n\n\n", 1, 3, 0},
-      {"co.xy 3\nCO.XY 3\nco.xy 4\n", 2, 4, 0},
-      {"a.b -4\nc.d 2\n", 2, 2, 0},
-      {"a.b 70000\n", 1, 70000 - 65536, 0},
-      {"a.b 65535\n", 1, 2, 0},
       {"a.b 4294967299\n", 1, 2, 0},  // held at 2^31 - 1
-      {"a.b 3x 4\n", 2, 4, 0},
-      {"a.b 3", 1, 3, 0},
-      {longest + " 3\n", 1, 3, 0},
-      {longest + "a 3\nc.d 3\n", 0, 2, 1},
-      {"", 0, 2, 1},
-      {" \n", 0, 2, 1},
-      {"# comment\n", 0, 2, 1},
-      {"a.b 3\nc.d 4\ne.f\n", 2, 4, 3},
-      {"a.b 3\na.b 4\ne.f +\n", 1, 4, 2},
-      {"a.b 3\n" + longest + "a 4\n", 1, 3, 2},
+      {longest + " 3\n", 1, 3, 0},      {longest + "a 3\nc.d 3\n", 0, 2, 1},      {"", 0, 2, 1},
+      {"a.b 3\nc.d 4\ne.f\n", 2, 4, 3}, {"a.b 3\n" + longest + "a 4\n", 1, 3, 2},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.content.substr(0, 40));
@@ -196,38 +182,27 @@ TEST(Table, HoldsDeepSuffixes) {
   }
 }
 
+/// As told plainly, by a fuzz target; these hold the plain telling itself.
 TEST(Lookup, WorkedExamples) {
   const TemporaryFile file("co.xy 3\n");
-  const std::string ill = "Ill-formed domain name [";
-  const std::string notADomain = "vu_cctld::lookup: Not a URL domain name ";
   const struct {
     const char* url;
     const char* defaultDomain;
     std::string expected;
   } rows[] = {
-      {"shop.xy", "", " | 0 7 0 | shop.xy 0"},
       {"ftp://mail.shop.co.xy:21/a", "", " | 11 10 0 | shop.co.xy 0"},
-      {"shop.co.xy", "", " | 0 10 0 | shop.co.xy 0"},
-      {"http://co.xy/a", "", ill + "co.xy/a] - Pure domain record | -1 0 0 | unchanged 0"},
-      {"10.1.2.3/x", "", " | 0 8 167838211 | 10.1.2.3 167838211"},
+      {"http://co.xy/a", "",
+       "Ill-formed domain name [co.xy/a] - Pure domain record | -1 0 0 | unchanged 0"},
       {"010.1.1.254", "", " | 0 11 167838206 | 010.1.1.254 167838206"},
       {"10.1.2.255", "", " | 5 5 0 | 2.255 0"},
       {"1.2.3.4.5", "", " | 0 9 33752069 | 1.2.3.4.5 33752069"},
-      {"1.2.3.", "", " | 0 6 66051 | 1.2.3 66051"},
-      {"1.2?x", "", notADomain + "1.2?x | -1 0 258 | unchanged 258"},
-      {"mail.shop.xy.", "", " | 5 8 0 | shop.xy 0"},
-      {"-shop..xy", "", " | 1 8 0 | shop..xy 0"},
-      {"intranet/page", "", ill + "intranet/page] - record too short 1 | -1 0 0 | unchanged 0"},
-      {"ftp://intranet/", "corp.xy", " | -1 8 0 | intranet.corp.xy 0"},
+      {"1.2?x", "", "vu_cctld::lookup: Not a URL domain name 1.2?x | -1 0 258 | unchanged 258"},
+      {"intranet/page", "",
+       "Ill-formed domain name [intranet/page] - record too short 1 | -1 0 0 | unchanged 0"},
       {"intranet.", "corp.xy", " | -1 9 0 | intranet..corp.xy 0"},
-      {"shop.xy?q=1", "", notADomain + "shop.xy?q=1 | -1 0 0 | unchanged 0"},
       {"Mail.Shop.CO.XY", "", " | 10 5 0 | CO.XY 0"},
-      {"a.bc/?u=ftp://y.zz", "", " | 14 4 0 | y.zz 0"},
       {"a234567890.bcd://y.zz", "", " | 17 4 0 | y.zz 0"},
-      {"a234567890.bcde://y.zz", "", " | 0 15 0 | a234567890.bcde 0"},
-      {"", "", " | 0 0 0 | Internal lookup return NULLunchanged 0"},
       {"ftp:///x", "", " | 6 0 0 | Internal lookup return NULLunchanged 0"},
-      {"", "corp.xy", " | 0 0 0 | .corp.xy 0"},
       {".", "corp.xy", " | 0 1 0 |  0"},
   };
   for (const auto& row : rows) {
@@ -257,11 +232,7 @@ std::string plainHost(const std::string& url) {
 }
 
 TEST(Lookup, TellsOrdinaryHostsAtAGlance) {
-  EXPECT_EQ("www.shop.xy shop.xy xy",
-            plainHost("http://www.shop.xy/a-very-long?path=of_no_interest"));
-  EXPECT_EQ("a.b1-_.xy b1-_.xy xy", plainHost("a.b1-_.xy"));
-  EXPECT_EQ("y.zz y.zz zz", plainHost("a234567890.bcd://y.zz"));
-  EXPECT_EQ("a234567890.bcde a234567890.bcde bcde", plainHost("a234567890.bcde://y.zz"));
+  EXPECT_EQ("a.b1-_.xy b1-_.xy xy", plainHost("http://a.b1-_.xy/a-very-long?path=of_no_interest"));
   for (const char* other : {"", "shop", "shop.", "1.2.3", "a.1b", "-a.b", ".a.b", "a?b.cc",
                             "http:/", "http:///", "a.b.."}) {
     EXPECT_EQ("", plainHost(other)) << other;
@@ -371,58 +342,6 @@ TEST(Lookup, HostileHostsTakeTimeInProportion) {
       const std::clock_t took = std::clock() - begin;
       EXPECT_LT(took, 2 * CLOCKS_PER_SEC) << host.substr(0, 10);  // a quadratic way takes minutes
     }
-  }
-}
-
-TEST(PublicSuffix, FollowsTheRules) {
-  const TemporaryFile file(
-      "com 2\nuk 2\nco.uk 3\nck 2\n*.ck 3\n!www.ck 2\nJp 2\nkobe.jp 3\n*.KOBE.jp 4\n!city.kobe.jp "
-      "3\n"
-      "x.CITY.uk 4\ny.CITY.uk 4\n*.deep.x 4\nb.a.deep.x 5\n!one 1\n");
-  const vu_cctld table(file.path());
-  const struct {
-    const char* host;
-    vu_status status;
-    const char* domain;
-  } rows[] = {
-      {"www.shop.com", VU_SUCCESS, "shop.com"},
-      {"Www.Shop.Co.Uk.", VU_SUCCESS, "Shop.Co.Uk"},
-      {"co.uk", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
-      {"com", VU_COUNTRY_CODE_TOO_SHORT, ""},
-      {"unlisted.top", VU_SUCCESS, "unlisted.top"},
-      {"a.unlisted.top", VU_SUCCESS, "unlisted.top"},
-      {"x.ck", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
-      {"a.x.ck", VU_SUCCESS, "a.x.ck"},
-      {"www.ck", VU_SUCCESS, "www.ck"},
-      {"a.www.ck", VU_SUCCESS, "www.ck"},
-      {"kobe.jp", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
-      {"a.kobe.JP", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
-      {"b.a.kobe.jp", VU_SUCCESS, "b.a.kobe.jp"},
-      {"c.b.a.kobe.jp", VU_SUCCESS, "b.a.kobe.jp"},
-      {"a.city.kobe.jp", VU_SUCCESS, "city.kobe.jp"},
-      {"deep.x", VU_SUCCESS, "deep.x"},  // "*.deep.x" needs a label
-      {"a.deep.x", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
-      {"b.a.deep.x", VU_COUNTRY_CODE_PURE_DOMAIN, ""},
-      {"c.b.a.deep.x", VU_SUCCESS, "c.b.a.deep.x"},
-      {"c.b.z.deep.x", VU_SUCCESS, "b.z.deep.x"},
-      {"a.b.y.city.uk", VU_SUCCESS, "b.y.city.uk"},
-      {"a.y.CITY.uk", VU_SUCCESS, "a.y.CITY.uk"},
-      {"one", VU_COUNTRY_CODE_TOO_SHORT, ""},
-      {"1.2.3.4", VU_SUCCESS, "1.2.3.4"},
-      {"a@b.com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
-      {"\xc3\xa9oogle.com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
-      {"http://%70aypal.com/", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
-      {"http://[::1]/", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
-      {"a..com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
-      {"a.com..", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
-      {".a.com", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
-      {".", VU_COUNTRY_CODE_NOT_A_DOMAIN, ""},
-      {"http:///", VU_SUCCESS, ""},
-  };
-  for (const auto& row : rows) {
-    const vu_domain found = table.classify(row.host, vu_match::publicSuffix);
-    EXPECT_EQ(row.status, found.status) << row.host;
-    EXPECT_EQ(row.domain, found.domain) << row.host;
   }
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <map>
 
 #include <gtest/gtest.h>
 #include <unicode/uidna.h>
