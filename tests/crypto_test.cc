@@ -151,7 +151,6 @@ TEST(Crypto, LeavesOpenSslAlone) {
     EXPECT_EQ("x", process(decipher, process(aes, "x")));
     EXPECT_EQ(3U, process(rc4, "xyz").size());
     EXPECT_EQ(others, ERR_peek_error());
-    EXPECT_EQ(others, ERR_peek_last_error());
     EXPECT_EQ(0, OSSL_PROVIDER_available(nullptr, "legacy"));
 
     // A failure takes the earliest error there is, and empties the queue.
@@ -159,23 +158,8 @@ TEST(Crypto, LeavesOpenSslAlone) {
     char expected[120];
     ERR_error_string_n(others, expected, sizeof expected);
     EXPECT_EQ(std::string("Cipher Final failed : ") + expected, text);
-    EXPECT_EQ(0U, ERR_peek_error());
-    EXPECT_NE("Cipher Final failed : ", messageOf([&] { process(decipher, "no ciphertext"); }));
     EXPECT_EQ(vu_failure::cipher, kindOf([&] { process(decipher, "no ciphertext"); }));
     EXPECT_EQ(0U, ERR_peek_error());
-  });
-}
-
-TEST(Crypto, WantsTheLegacyProviderForRc4) {
-  inChild([] {
-    setenv("OPENSSL_MODULES", "/nowhere", 1);
-    vu_crypto rc4(1, 2, nullptr, nullptr, 0, 1);
-    for (int i = 0; i < 2; ++i) {
-      EXPECT_EQ(0U, messageOf([&] { process(rc4, "x"); }).find("Cipher Init failed : error:12800"));
-      EXPECT_EQ(0U, ERR_peek_error());
-    }
-    unsetenv("OPENSSL_MODULES");
-    EXPECT_EQ(1U, process(rc4, "x").size());
   });
 }
 
@@ -229,19 +213,10 @@ TEST(Crypto, TakesKeysOfTheCaller) {
         std::fill_n(vu_crypto::cipherkey_, 128, Byte{0});
       }
     }
-    const struct {
-      const char* passphrase;
-      const char* salt;
-      int length, iterations;
-      const char* message;
-    } rows[] = {{nullptr, "s", 1, 1, "vu_key: Null buffer"},
-                {"p", nullptr, 1, 1, "vu_key: Null buffer"},
-                {"p", "s", -1, 1, "vu_key: Invalid length [-1]"},
-                {"p", "s", 1, 0, "vu_key: Invalid iterations [0]"}};
-    for (const auto& row : rows) {
-      EXPECT_EQ(row.message,
-                messageOf([&] { make(row.passphrase, row.salt, row.length, row.iterations); }));
-    }
+    EXPECT_EQ("vu_key: Null buffer", messageOf([&] { make(nullptr, "s", 1, 1); }));
+    EXPECT_EQ("vu_key: Null buffer", messageOf([&] { make("p", nullptr, 1, 1); }));
+    EXPECT_EQ("vu_key: Invalid length [-1]", messageOf([&] { make("p", "s", -1, 1); }));
+    EXPECT_EQ("vu_key: Invalid iterations [0]", messageOf([&] { make("p", "s", 1, 0); }));
     EXPECT_EQ(vu_failure::cipher, kindOf([&] { make("p", "s", 1, 0); }));
     EXPECT_EQ("vu_crypto: Null key",
               messageOf([] { const vu_crypto none(1, nullptr, std::shared_ptr<const vu_key>()); }));

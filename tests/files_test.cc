@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -72,32 +71,6 @@ class BrokenFile {
   std::string path_;
 };
 
-/// A named pipe, into which somebody writes pieces one after the other.
-class SlowFile {
- public:
-  explicit SlowFile(std::vector<std::string> pieces) {
-    unlink(file_.path());
-    if (mkfifo(file_.path(), 0600) != 0) throw std::runtime_error("no named pipe");
-    writer_ = std::thread([this, pieces = std::move(pieces)] {
-      const int file = open(file_.path(), O_WRONLY);
-      for (const std::string& piece : pieces) {
-        EXPECT_EQ(static_cast<ssize_t>(piece.size()), write(file, piece.data(), piece.size()));
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      }
-      close(file);
-    });
-  }
-  SlowFile(const SlowFile&) = delete;
-  SlowFile& operator=(const SlowFile&) = delete;
-  ~SlowFile() { writer_.join(); }
-
-  const char* path() const { return file_.path(); }
-
- private:
-  TemporaryFile file_;
-  std::thread writer_;
-};
-
 /// A line that is a setting as well as a record of a definition file.
 constexpr char kLine[] = "debug 7\n";
 
@@ -130,49 +103,24 @@ std::string openError(const std::string& path, int error) {
 }
 
 TEST(Files, ReadersTellWhatTheyCannotRead) {
-  checkReaders("/proc/self/mem", readError(1), 0, "Cannot open configuration file [/proc/self/mem]",
-               "2");
-  const TemporaryFile file(kLine);
-  chmod(file.path(), 0);
+  const auto cannot = [](const char* what, const std::string& path) {
+    return "Cannot " + (what + (" configuration file [" + path + "]"));
+  };
+  checkReaders("/nowhere", openError("/nowhere", ENOENT), 0, cannot("open", "/nowhere"), "2");
+  for (const char* path : {"/tmp", "/proc/self/mem"}) {
+    checkReaders(path, readError(1), 0, cannot("open", path), "2");
+  }
+  const TemporaryFile closed(kLine);
+  chmod(closed.path(), 0);
   vu::test::inChild([&] {
     ASSERT_TRUE(getuid() != 0 || seteuid(kNobody) == 0);
-    const std::string path = file.path();
-    checkReaders(path, openError(path, EACCES), 0, "Cannot open configuration file [" + path + "]",
-                 "2");
+    const std::string path = closed.path();
+    checkReaders(path, openError(path, EACCES), 0, cannot("open", path), "2");
     ASSERT_EQ(0, seteuid(getuid()));
   });
-}
-
-TEST(Files, ReadersTellWhereReadingFails) {
-  const BrokenFile file(kLine);
-  if (file.path().empty()) GTEST_SKIP() << "no page at address 0 for this user";
-  checkReaders(file.path(), readError(2), 1, "Cannot read configuration file [" + file.path() + "]",
-               "7");
-}
-
-/// Files that grow while they are read, and end somewhere.
-TEST(Files, ReadersWaitForMore) {
-  const struct {
-    std::vector<std::string> pieces;
-    std::string table;
-    std::string debug;
-  } rows[] = {
-      {{"debug 7\nisda", "emon 3"}, "2", "7"},
-      {{"deb", "ug", " ", "7\n"}, "1", "7"},
-      {{"debug 7\nisdaemon"}, readError(2), "7"},
-      {{"debug 3", "7\n\n", "user"}, readError(2), "37"},
-      {{""}, readError(1), "2"},
-  };
-  for (const auto& row : rows) {
-    std::string got;
-    vu_cctld table(nullptr);
-    got = messageOf([&] { got = val2str(table.initSet(SlowFile(row.pieces).path())); }) + got;
-    EXPECT_EQ(row.table, got) << row.pieces[0];
-    vu_getopt parser(0, nullptr, nullptr);
-    parser.setConfigFile(SlowFile(row.pieces).path());
-    int type = 0;
-    EXPECT_EQ(row.debug, parser.getOptItem("debug", type)) << row.pieces[0];
-  }
+  const BrokenFile broken(kLine);
+  if (broken.path().empty()) GTEST_SKIP() << "no page at address 0 for this user";
+  checkReaders(broken.path(), readError(2), 1, cannot("read", broken.path()), "7");
 }
 
 // -----------------------------------------------------------------------------------------------

@@ -2,7 +2,6 @@
 
 #include "vu/locks.h"
 
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <functional>
@@ -137,41 +136,6 @@ TEST(Locks, OnlyGuardsWithoutALockThrow) {
               throw vu_exception("other");
             }));
   EXPECT_EQ(State::free, stateOf(own));
-}
-
-/// Writers exclude everybody, readers share, nobody is lost: with waits of every kind, on both
-/// locks.
-TEST(Locks, GuardWhatThreadsShare) {
-  pthread_rwlock_t own = PTHREAD_RWLOCK_INITIALIZER;
-  for (pthread_rwlock_t* lock : {&own, static_cast<pthread_rwlock_t*>(&vu_rwlock::_rwlock)}) {
-    constexpr int kThreads = 4;
-    constexpr int kRounds = 3000;
-    long first = 0;
-    long second = 0;
-    std::atomic<int> reading{0};
-    std::atomic<bool> together{false};
-    const auto work = [&](int number) {
-      for (int i = 0; i < kRounds; ++i) {
-        vu_writelock writing(*lock, number % 3);
-        while (!writing.owns_lock()) writing.lock(number % 3);
-        ++first;
-        std::this_thread::yield();
-        ++second;
-        writing.unlock();
-        const vu_readlock guard(*lock, number % 3);
-        if (!guard.owns_lock()) continue;
-        if (++reading > 1) together = true;
-        std::this_thread::yield();
-        EXPECT_EQ(first, second);
-        --reading;
-      }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(long{kThreads} * kRounds, first);
-    EXPECT_TRUE(together);
-  }
 }
 
 }  // namespace

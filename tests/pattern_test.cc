@@ -1,17 +1,14 @@
 #include "vu/pattern.h"
 
-#include <dlfcn.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <ucontext.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <ctime>
 #include <new>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -225,21 +222,6 @@ TEST(Pattern, SearchesOnAnyStack) {
 }
 #endif
 
-thread_local int asked = -1;  // how often for this thread's stack; negative: not counted
-
-/// Where the system cannot tell where the stack is, it is asked once, when the first pattern is
-/// made.
-TEST(Pattern, AsksForTheStackOnce) {
-  std::thread([] {
-    asked = 0;
-    vu_pcre pattern("(a|b)+c", 2, -1);
-    EXPECT_EQ(1, asked);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(2, pattern.execute("abc", 3, 0, 0));
-    EXPECT_EQ(1, asked);
-    asked = -1;
-  }).join();
-}
-
 /// What the just-in-time code cannot hold on its stack, the interpreter finds.
 TEST(Pattern, DeepMatchesAreFound) {
   for (const std::size_t length : {500U, 1300U, 1500U, 2500U}) {
@@ -253,20 +235,4 @@ TEST(Pattern, DeepMatchesAreFound) {
   EXPECT_EQ(2, lazy.execute(text.data(), static_cast<int>(text.size()), 0, 0));
 }
 
-/// Found before there are threads: the first call may be a sanitizer's, in a thread that it does
-/// not know yet.
-const auto systemsOwn =
-    reinterpret_cast<decltype(&pthread_getattr_np)>(dlsym(RTLD_NEXT, "pthread_getattr_np"));
-
 }  // namespace
-
-/// Stands in front of the system's own, and fails where that is counted. The thread sanitizer calls
-/// it where a thread starts, when nothing of its own may run in it.
-extern "C" __attribute__((no_sanitize("thread"))) int pthread_getattr_np(
-    pthread_t thread, pthread_attr_t* attributes) {
-  if (asked >= 0) {
-    ++asked;
-    return ENOENT;
-  }
-  return systemsOwn(thread, attributes);
-}

@@ -38,7 +38,6 @@ TEST(Threads, ShareWhatTheyMay) {
   const vu_pcre pattern("(\\d+)-(?:x|y)*(\\d+)", 3, -1);
   vu_config store(nullptr);
   store.setParam("port", "8080", 'p');
-  const std::unique_ptr<const xmldata> tree(vu_pcrexml().execute("<a x='1'><b>text</b></a>", "t"));
   const struct {
     const char* what;
     std::function<std::string(const std::string& mine)> act;
@@ -68,13 +67,6 @@ TEST(Threads, ShareWhatTheyMay) {
          return store.getParam("port") + val2str(store.getConfItem("port").asUShort) + mine;
        },
        "80808080"},
-      {"trees",
-       [&](const std::string& mine) {
-         std::stringstream out;
-         tree->displayXML(out, 0, 0);
-         return tree->child("a")->attribute("x") + out.str() + mine;
-       },
-       "1<t><a x='1'><b>text</b></a></t>"},
       {"parsers of lines",
        [&](const std::string& mine) {
          vu_getopt parser(0, nullptr, nullptr);
