@@ -136,6 +136,8 @@ TEST(CommandLine, ReadsTables) {
   EXPECT_EQ("Null configuration file definition",
             messageOf([&] { parser.setOptions('c', nullptr); }));
   EXPECT_EQ("NULL\n", testing::internal::GetCapturedStdout());
+  const TemporaryFile bad("key none\n");
+  EXPECT_EQ("bad conversion [none]", messageOf([&] { parser.setConfigFile(bad.path()); }));
   parser.parseConfigLine("level 5");
   EXPECT_EQ("set by program", parser.origin(1));
   for (const int index : {6, -1}) EXPECT_NE("", messageOf([&] { parser.origin(index); }));

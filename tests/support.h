@@ -46,6 +46,13 @@ vu_failure kindOf(Action action) {
   throw std::runtime_error("nothing was thrown");
 }
 
+/// By how much less is done under a sanitizer, where it takes longer.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int kLess = 5;
+#else
+constexpr int kLess = 1;
+#endif
+
 using Byte = unsigned char;
 
 inline const Byte* bytes(std::string_view text) {

@@ -366,7 +366,7 @@ TEST(Tool, CipherFilesAppearWholeOrNotAtAll) {
 TEST(Tool, RowsStayInOrder) {
   std::string input;
   std::string expected;
-  for (int i = 0; i < 100000; ++i) {
+  for (int i = 0; i < 100000 / vu::test::kLess; ++i) {
     const std::string domain = "shop" + std::to_string(i) + ".xy";
     input += "http://www." + domain + "/\n";
     expected += "0\tOPERATION SUCCESS\t" + domain + "\t\thttp://www." + domain + "/\n";

@@ -202,7 +202,7 @@ bool hasIdleAceLabel(const std::string& ascii) {
 TEST(Url, NamesBeyondAsciiAsIcuHasThem) {
   const vu::fuzz::Seeds seeds(VU_SOURCE "/fuzz/seeds/url.txt");
   std::mt19937 random;
-  for (int i = 0; i < 50000; ++i) {
+  for (int i = 0; i < 50000 / vu::test::kLess; ++i) {
     std::string name;
     for (auto pieces = 1 + random() % 6; pieces > 0; --pieces) {
       name += seeds.words[random() % seeds.words.size()];
@@ -249,7 +249,7 @@ TEST(Url, AgreesWithNode) {
   if (vu::test::run("node --version").status != 0) GTEST_SKIP() << "Node is not there";
   const char* const wanted = std::getenv("VU_TEST_URLS");
   vu::fuzz::Inventor inventor{vu::fuzz::Seeds(VU_SOURCE "/fuzz/seeds/url.txt")};
-  std::vector<std::string> urls(wanted != nullptr ? std::stoul(wanted) : 100000);
+  std::vector<std::string> urls(wanted != nullptr ? std::stoul(wanted) : 100000 / vu::test::kLess);
   for (std::string& url : urls) {
     url = inventor.next();
     if (!url.empty()) url = (url[0] % 2 != 0 ? "http://" : "") + url.substr(1);
@@ -284,7 +284,7 @@ TEST(Url, AgreesWithNode) {
 TEST(Url, TimeInProportion) {
   const auto repeated = [](const std::string& piece) {
     std::string text;
-    while (text.size() < 300000) text += piece;
+    while (text.size() < 300000 / vu::test::kLess) text += piece;
     return text;
   };
   for (const std::string host :

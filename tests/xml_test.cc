@@ -82,7 +82,7 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
 
 std::string repeated(const std::string& text, int times) {
   std::string all;
-  for (int i = 0; i < times; ++i) all += text;
+  for (int i = 0; i < times / vu::test::kLess; ++i) all += text;
   return all;
 }
 
@@ -112,17 +112,17 @@ TEST(Xml, TakesTimeInProportionToTheText) {
     std::string message;
   } rows[] = {
       {"a feed", feed, ""},
-      {"nested 300,000 deep", nested(300000, "x"), ""},
-      {"nested, nothing inside", nested(300000, "<"), none},
+      {"nested 300,000 deep", nested(300000 / vu::test::kLess, "x"), ""},
+      {"nested, nothing inside", nested(300000 / vu::test::kLess, "<"), none},
       {"never closed", repeated("<a>", 1000000), none},
       {"closed in the wrong order", repeated("<a><b></a></b>", 300000), none},
       {"closed by shorter names", repeated("<ab>x</a>", 300000), ""},
-      {"a long name closed by a shorter one", "<" + std::string(3000000, 'a') + ">x</a>", ""},
+      {"a long name closed by a shorter one", "<" + repeated("a", 3000000) + ">x</a>", ""},
       {"blanks behind a name closed by a shorter one",
        repeated("<ab" + std::string(500, ' ') + ">" + std::string(500, 'x') + "</a>", 3000), ""},
       {"long names among many that they begin with",
        "<x>" + repeated("<" + std::string(3000, 'a') + ">", 300) + "</x>" + longNames, limit},
-      {"attributes without end", "<a " + std::string(3000000, '='), none},
+      {"attributes without end", "<a " + repeated("=", 3000000), none},
       {"beginnings of attributes", repeated("<a x='", 500000), none},
   };
   vu_pcrexml parser;
@@ -132,7 +132,7 @@ TEST(Xml, TakesTimeInProportionToTheText) {
     EXPECT_EQ(row.message, messageOf([&] { tree.reset(parser.execute(row.text.c_str(), "t")); }))
         << row.what;
     if (row.text.data() == feed.data()) {
-      EXPECT_EQ(200000U, tree->child("feed")->_children.size());
+      EXPECT_EQ(200000U / vu::test::kLess, tree->child("feed")->_children.size());
     }
     tree.reset();
     EXPECT_GT(20, (std::clock() - start) / CLOCKS_PER_SEC) << row.what;
