@@ -63,7 +63,7 @@ def page_lines(path, lines):
                     line += " {#" + name + "}"
             if at == 1 and name_of_page(path) != "index":
                 line = "[TOC]"
-            line = re.sub(r"!\[(.*?)\]\(img/", r"![\1](", line)
+            line = re.sub(r"!\[(.*?)\]\((docs/)?img/", r"![\1](", line)
             line = re.sub(r"(?<!!)\[([^\]]+)\]\(([^)\s]+)\)", link, line)
             line = re.sub(r"<code>.*?</code>", lambda code: code[0].replace("\\", "\\\\"), line)
             line = re.sub(r"\*\*(.*?)\*\*", r"<b>\1</b>", line)
