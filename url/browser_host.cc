@@ -1,12 +1,11 @@
-// What libvu-url offers: the host of a URL, by the ordinary way or the general one.
+// What libvu-url offers, but for the ordinary way: the host of any URL, and the texts of refusals.
+
+#include "url/browser_host.h"
 
 #include <array>
 #include <new>
 
 #include "url/authority.h"
-#include "url/host_parser.h"
-#include "url/plain_url.h"
-#include "vu/url.h"
 
 namespace vu::detail {
 namespace {
@@ -18,8 +17,8 @@ vu_host refused(vu_host_refusal why, std::string_view source) {
   return host;
 }
 
-/// The general way: any bytes at all.
-vu_host parseAny(std::string_view url, Room room, vu_url_text how) {
+/// Any bytes at all. Throws std::bad_alloc.
+vu_host parse(std::string_view url, Room room, vu_url_text how) {
   const Authority authority = findAuthority(url, how);
   vu_host host;
   if (!authority.host.empty()) host = parseHost(authority.host, authority.isSpecial, room);
@@ -72,18 +71,16 @@ const Refusal& find(vu_host_refusal refusal) {
 }
 
 }  // namespace
-}  // namespace vu::detail
 
-vu_host browserHost(std::string_view url, char* buffer, std::size_t size,
-                    vu_url_text how) noexcept {
-  vu_host host;
-  if (vu::detail::findPlainUrl(url, how, host)) return host;
+vu_host hostOfAny(std::string_view url, Room room, vu_url_text how) noexcept {
   try {
-    return vu::detail::parseAny(url, {buffer, size}, how);
+    return parse(url, room, how);
   } catch (const std::bad_alloc&) {
-    return vu::detail::refused(vu_host_refusal::noMemory, {});
+    return refused(vu_host_refusal::noMemory, {});
   }
 }
+
+}  // namespace vu::detail
 
 const char* refusalName(vu_host_refusal refusal) noexcept { return vu::detail::find(refusal).name; }
 

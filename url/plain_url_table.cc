@@ -1,9 +1,9 @@
-// A byte at a time, up to the first that is not plain: what stands behind it is asked by nobody.
+// A byte at a time, up to the first that is not plain.
 
 #include <algorithm>
 #include <array>
 
-#include "url/plain_bytes.h"
+#include "url/plain_url.h"
 
 namespace vu::detail {
 namespace {
@@ -18,9 +18,7 @@ constexpr std::array<bool, 256> makePlain() {
 
 constexpr std::array<bool, 256> kPlain = makePlain();
 
-}  // namespace
-
-PlainBytes findPlainBytes(const char* text, std::size_t length) noexcept {
+inline PlainBytes findBytes(const char* text, std::size_t length) noexcept {
   PlainBytes all{0, 0};
   length = std::min<std::size_t>(length, 64);
   for (std::size_t i = 0; i < length && kPlain[static_cast<unsigned char>(text[i])]; ++i) {
@@ -30,4 +28,10 @@ PlainBytes findPlainBytes(const char* text, std::size_t length) noexcept {
   return all;
 }
 
+}  // namespace
 }  // namespace vu::detail
+
+vu_host browserHost(std::string_view url, char* buffer, std::size_t size,
+                    vu_url_text how) noexcept {
+  return vu::detail::findHost<vu::detail::findBytes>(url, {buffer, size}, how);
+}
