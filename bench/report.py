@@ -62,7 +62,8 @@ def cost_text(name, value):
 class Row:
     """A target beside what was measured."""
 
-    def __init__(self, job, ours, peer, kind, target, costs):
+    def __init__(self, job, ours, peers, kind, target, costs):
+        peer = next((each for each in peers.split("|") if each in costs), peers)
         self.job, self.ours, self.peer, self.kind, self.target = job, ours, peer, kind, target
         self.measured = ours in costs and peer in costs
         if not self.measured:

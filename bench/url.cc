@@ -4,10 +4,12 @@
 
 #include "vu/url.h"
 
+#include <dlfcn.h>
 #include <idn2.h>
 #include <libpsl.h>
 
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -62,6 +64,70 @@ void hostAlone(benchmark::State& state) {
 }
 
 void serviceCut(benchmark::State& state) { measureEach(state, urls(), classifyOnly); }
+
+// ---------------------------------------------------------------------------------------------
+// ada, whose functions for C Node's own library has: Debian's nodejs brings it, VU_LIBNODE names
+// another
+
+struct AdaText {
+  const char* data;
+  std::size_t length;
+};
+
+class Ada {
+  void* library_ = open();  // never closed; the functions are looked up in it
+
+ public:
+  bool isThere() const { return library_ != nullptr; }
+
+  void* (*parse)(const char* url, std::size_t length) = find<decltype(parse)>("ada_parse");
+  bool (*canParse)(const char* url, std::size_t length) = find<decltype(canParse)>("ada_can_parse");
+  AdaText (*hostOf)(void* parsed) = find<decltype(hostOf)>("ada_get_hostname");
+  void (*release)(void* parsed) = find<decltype(release)>("ada_free");
+
+ private:
+  static void* open() {
+    const char* const named = std::getenv("VU_LIBNODE");
+    for (const char* name : {named != nullptr ? named : "", "libnode.so.115", "libnode.so.108"}) {
+      void* const library = *name != '\0' ? dlopen(name, RTLD_NOW | RTLD_LOCAL) : nullptr;
+      if (library != nullptr) return library;
+    }
+    return nullptr;
+  }
+
+  template <typename Function>
+  Function find(const char* name) const {
+    return isThere() ? reinterpret_cast<Function>(dlsym(library_, name)) : nullptr;
+  }
+};
+
+const Ada& ada() {
+  static const Ada opened;
+  return opened;
+}
+
+/// The length of the host, which is in a record that goes at once.
+std::size_t parseByAda(std::string_view url) {
+  void* const parsed = ada().parse(url.data(), url.size());
+  const std::size_t length = ada().hostOf(parsed).length;
+  ada().release(parsed);
+  return length;
+}
+
+void adaParse(benchmark::State& state) {
+  char buffer[256];
+  for (const std::string_view url : urls()) {
+    require(parseByAda(url) == browserHost(url, buffer).text.size(),
+            "wrong host of " + std::string(url));
+  }
+  measureEach(state, urls(), parseByAda);
+}
+
+void adaCheck(benchmark::State& state) {
+  const auto check = [](std::string_view url) { return ada().canParse(url.data(), url.size()); };
+  for (const std::string_view url : urls()) require(check(url), "refused: " + std::string(url));
+  measureEach(state, urls(), check);
+}
 
 // ---------------------------------------------------------------------------------------------
 // Names beyond ASCII
@@ -132,7 +198,11 @@ void wide(benchmark::State& state, WideDomain domainOf) {
 void registerUrl() {
   add("url/browser/vu", browser);
   add("url/browser/service", serviceCut);
-  add("url/browser/host-alone", hostAlone);
+  add("url/host/vu", hostAlone);
+  if (ada().isThere()) {
+    add("url/host/ada-parse", adaParse);
+    add("url/host/ada-can-parse", adaCheck);
+  }
   add("url/idn/vu", [](benchmark::State& state) { wide(state, wideByUs); });
   add("url/idn/icu-and-libpsl", [](benchmark::State& state) { wide(state, wideByIcu); });
   add("url/idn/libidn2-and-libpsl", [](benchmark::State& state) { wide(state, wideByIdn2); });
