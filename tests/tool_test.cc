@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "tests/shell.h"
@@ -344,6 +346,33 @@ TEST(Tool, EnciphersAsOpensslDoes) {
   EXPECT_EQ("", result.out + result.err);
 }
 
+/// The example that keeps a list fresh leaves the table alone when anything is wrong.
+TEST(Tool, SuffixesAreRenewedWholeOrNotAtAll) {
+  const Result result = run("PATH=$(dirname " VU_TOOL "):$PATH; e=" VU_SOURCE
+                            "/examples"
+                            R"sh(
+    d=$(mktemp -d); cd $d
+    sh -c 'trap "echo told" HUP; echo $$ >pid; while :; do sleep 0.1; done' &
+    while ! [ -s pid ]; do sleep 0.1; done
+    renewed() {
+      status=0
+      $e/renew_suffixes.sh table pid "$@" || status=$?
+      sleep 0.3
+      echo $status $(vu suffixes check table | grep distinct)
+    }
+    rules() { echo co.uk; seq -f 'x%.0f' $1; }
+    rules 1000 >list; renewed cat list; renewed cat list
+    renewed false; renewed echo '#'; renewed seq -f 'x%.0f' 2000
+    rules 400 >list; renewed cat list
+    rules 900 >list; renewed cat list
+    kill $!; ls -A | xargs; rm -r $d)sh");
+  const std::string stays = " distinct suffixes: 1,001\n";
+  EXPECT_EQ("told\n0" + stays + "0" + stays + "1" + stays + "1" + stays + "1" + stays + "1" +
+                stays + "told\n0 distinct suffixes: 901\nlist pid table\n",
+            result.out)
+      << result.err;
+}
+
 TEST(Tool, CipherFilesAppearWholeOrNotAtAll) {
   const Result result = run(R"(
     d=$(mktemp -d); cd $d; ulimit -f 8; echo old >old
@@ -351,7 +380,7 @@ TEST(Tool, CipherFilesAppearWholeOrNotAtAll) {
     echo | vu decipher --force - old; ln -s nothing link; echo | vu encipher - link
     ls -A; cat old
     vu encipher --force old /dev/stdout >same; vu encipher old >other; cmp same other
-    mkfifo pipe; cat pipe & vu encipher old pipe; wait; ls -l pipe | head -c 1; rm -r $d)");
+    mkfifo pipe; timeout 60 cat pipe & vu encipher old pipe; wait; ls -l pipe | head -c 1; rm -r $d)");
   EXPECT_EQ("link\nold\nold\n", result.out.substr(0, 13));
   EXPECT_EQ(13U + 16U + 1U, result.out.size());
   EXPECT_EQ('p', result.out.back());
@@ -376,9 +405,16 @@ TEST(Tool, RowsStayInOrder) {
   expected += "0\tOPERATION SUCCESS\ta.b\t\t" + longLine + "\n";
   const TemporaryFile file(input);
   for (const char* threads : {"1", "7"}) {
-    const std::string options = std::string(" --format tsv --threads ") + threads;
-    EXPECT_TRUE(expected == run("cat | vu classify" + options, input).out) << threads;
-    EXPECT_TRUE(expected == run("vu classify" + options + " --file " + file.path()).out) << threads;
+    const std::string call = std::string("vu classify --format tsv --threads ") + threads;
+    for (const std::string& way : {"cat | " + call, call + " --file " + file.path()}) {
+      const Result result = run(way, input);
+      const auto differs =
+          std::mismatch(expected.begin(), expected.end(), result.out.begin(), result.out.end());
+      EXPECT_TRUE(result.out == expected && result.status == 0)
+          << way << ": status " << result.status << ", " << result.err << ", " << result.out.size()
+          << " bytes of " << expected.size() << ", other ones from byte "
+          << differs.first - expected.begin() << " on";
+    }
   }
 }
 
