@@ -24,6 +24,11 @@ constexpr bool contains(const CharacterSet& set, char c) {
   return set[static_cast<unsigned char>(c)];
 }
 
+inline int skip(const char* text, int at, int end, const CharacterSet& which) {
+  while (at < end && contains(which, text[at])) ++at;
+  return at;
+}
+
 /// Letters, digits and "_": what names are made of.
 inline constexpr CharacterSet kNameCharacters = characterSet([](char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '_';

@@ -22,8 +22,8 @@ std::string_view commonPrefix(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-ClosingTags::ClosingTags(std::string_view text) {
-  for (std::size_t at = text.find("</"); at != std::string_view::npos;
+ClosingTags::ClosingTags(std::string_view text, std::size_t begin) {
+  for (std::size_t at = text.find("</", begin); at != std::string_view::npos;
        at = text.find("</", at + 2)) {
     std::size_t end = at + 2;
     while (end < text.size() && contains(kNameCharacters, text[end])) ++end;

@@ -10,11 +10,11 @@
 
 namespace vu::detail {
 
-/// Every "</name>" of a text. Whoever asks goes through the text once, from its beginning to its
-/// end, so that each closing tag is passed by once, however deep elements are nested.
+/// Every "</name>" of a text from `begin` on. Whoever asks goes through the text once, from there to
+/// its end, so that each closing tag is passed by once, however deep elements are nested.
 class ClosingTags {
  public:
-  explicit ClosingTags(std::string_view text);
+  ClosingTags(std::string_view text, std::size_t begin);
 
   /// Where the first "</name>" stands between `begin` and `end`, or -1. `begin` must not be less
   /// than in any call before.

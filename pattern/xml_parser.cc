@@ -6,18 +6,24 @@
 // back the name's last characters, one by one, to the attributes: the longest beginning of the name
 // that is closed is the tag then. Nothing else matches. So an index of closing tags answers all
 // that backtracking would try, in one pass over the text; by the expression itself, "<a><a><a>..."
-// takes time that grows with the square of its length, and "<ab    >...</a>" with its cube.
+// takes time that grows with the square of its length, and "<ab    >...</a>" with its cube. Ordinary
+// texts do without the index.
 
 #include <climits>
-#include <cstring>
 #include <string_view>
 #include <vector>
 
-#include "pattern/characters.h"
 #include "pattern/closing_tags.h"
+#include "pattern/node_memory.h"
+#include "pattern/xml_stack.h"
+#include "pattern/xml_tag.h"
 #include "vu/pattern.h"
 
 namespace {
+
+using vu::detail::findSign;
+using vu::detail::NodeMaker;
+using vu::detail::Span;
 
 constexpr char kElement[] = R"(<(\w+)\s*([-'\w\s=]*?)>(.*?)</\1>|<(\w+)\s*([-'\w\s=]*?)/>)";
 constexpr int kWithBody = 4;  // PCRE's results for the two forms of an element
@@ -26,13 +32,6 @@ constexpr int kWithoutBody = 6;
 constexpr unsigned long long kSteps = 1'000'000;
 constexpr unsigned long long kStepsPerByte = 16;
 
-/// A piece of the text, by its offsets.
-struct Span {
-  int begin;
-  int end;
-  int length() const { return end - begin; }
-};
-
 struct Element {
   Span tag;
   Span attrs;
@@ -40,13 +39,6 @@ struct Element {
   int sign;   ///< Where the first "<" of the body stands; the body's end when it has none.
   int end;
 };
-
-/// Where the first "<" stands; `end` when there is none.
-int findSign(const char* text, int begin, int end) {
-  if (begin == end) return end;
-  const void* const found = std::memchr(text + begin, '<', static_cast<std::size_t>(end - begin));
-  return found != nullptr ? static_cast<int>(static_cast<const char*>(found) - text) : end;
-}
 
 /// The element of a match, in either of the two ways to match.
 Element elementOf(const char* text, const int* ovector, int rc) {
@@ -60,11 +52,8 @@ Element elementOf(const char* text, const int* ovector, int rc) {
 
 /// Adds the node of an element to `parent`, with its text when that is all its body has. Whether
 /// there are elements in it, `element.sign` tells.
-xmldata* addNode(xmldata* parent, const char* text, const Element& element) {
-  auto owner = std::make_unique<xmldata>(text + element.tag.begin, element.tag.length(),
-                                         text + element.attrs.begin, element.attrs.length());
-  parent->addData(owner.get());
-  xmldata* const node = owner.release();
+xmldata* addNode(NodeMaker& nodes, xmldata& parent, const char* text, const Element& element) {
+  xmldata* const node = nodes.add(parent, element.tag.of(text), element.attrs.of(text));
   if (element.sign == element.body.end) {
     node->setContext(text + element.body.begin, element.body.length());
   }
@@ -80,8 +69,13 @@ xmldata* addNode(xmldata* parent, const char* text, const Element& element) {
 /// One pass over a text, in which the levels that are not finished stand on a stack of their own.
 class Walk {
  public:
-  Walk(const char* text, int length)
-      : text_(text), length_(length), closings_({text, static_cast<std::size_t>(length)}) {}
+  /// `begin`: 0, or where the last of the elements ends that have been found.
+  Walk(const char* text, int begin, int length, NodeMaker& nodes)
+      : text_(text),
+        begin_(begin),
+        length_(length),
+        nodes_(nodes),
+        closings_({text, static_cast<std::size_t>(length)}, static_cast<std::size_t>(begin)) {}
 
   /// Adds the elements of the text to `parent`, with all below them.
   void run(xmldata* parent);
@@ -101,17 +95,13 @@ class Walk {
   bool next(Level& level, Element& element);
   void noteSkipped(const Level& level, const Element& element);
   void noteRest(const Level& level);
-  int endOfProlog() const;
   bool elementAt(int at, int end, Element& element);
   std::string_view shorterName(std::string_view name, int body, int end);
-  bool isClosing(int at, int end, std::string_view name) const;
-  int skip(int at, int end, const vu::detail::CharacterSet& which) const {
-    while (at < end && vu::detail::contains(which, text_[at])) ++at;
-    return at;
-  }
 
   const char* text_;
+  int begin_;
   int length_;
+  NodeMaker& nodes_;
   vu::detail::ClosingTags closings_;
   std::vector<Level> levels_;
   unsigned long long steps_ = 0;
@@ -119,7 +109,7 @@ class Walk {
 };
 
 void Walk::run(xmldata* parent) {
-  levels_.push_back({parent, {0, 0}, {0, length_}, false});
+  levels_.push_back({parent, {0, 0}, {begin_, length_}, begin_ > 0});
   Element element{};
   while (!levels_.empty()) {
     Level& level = levels_.back();
@@ -127,7 +117,7 @@ void Walk::run(xmldata* parent) {
       if (!level.found) noteSkipped(level, element);
       level.found = true;
       level.rest.begin = element.end;
-      xmldata* const node = addNode(level.node, text_, element);
+      xmldata* const node = addNode(nodes_, *level.node, text_, element);
       const Span body = element.body;
       if (element.sign != body.end) {
         levels_.push_back({node, {body.begin, element.sign}, {element.sign, body.end}, false});
@@ -146,29 +136,15 @@ void Walk::run(xmldata* parent) {
 /// What stands in front of a level's first element is lost.
 void Walk::noteSkipped(const Level& level, const Element& element) {
   const int begin = element.tag.begin - 1;
-  const int prolog = level.rest.begin == 0 ? endOfProlog() : level.rest.begin;
+  const int prolog =
+      level.rest.begin == 0 ? vu::detail::endOfProlog(text_, length_) : level.rest.begin;
   if (begin != prolog && stop_ < 0) stop_ = begin < prolog ? level.rest.begin : prolog;
 }
 
 /// What stands behind a level's last element is lost, but for blanks.
 void Walk::noteRest(const Level& level) {
-  const int end = skip(level.rest.begin, level.rest.end, vu::detail::kBlanks);
+  const int end = vu::detail::skip(text_, level.rest.begin, level.rest.end, vu::detail::kBlanks);
   if (end != level.rest.end && stop_ < 0) stop_ = level.rest.begin;
-}
-
-/// Where the blanks, declarations and comments end that stand in front of the text's elements.
-int Walk::endOfProlog() const {
-  const std::string_view text(text_, static_cast<std::size_t>(length_));
-  for (int at = 0;;) {
-    at = skip(at, length_, vu::detail::kBlanks);
-    const std::string_view rest = text.substr(static_cast<std::size_t>(at));
-    const bool isComment = rest.substr(0, 4) == "<!--";
-    if (!isComment && rest.substr(0, 2) != "<?") return at;
-    const std::string_view close = isComment ? "-->" : "?>";
-    const std::size_t end = rest.find(close, isComment ? 4 : 2);
-    if (end == std::string_view::npos) return at;
-    at += static_cast<int>(end + close.size());
-  }
 }
 
 /// The level's next element: the first may stand anywhere in it, any other at its beginning.
@@ -185,22 +161,20 @@ bool Walk::next(Level& level, Element& element) {
 
 /// Whether an element begins with the "<" at `at` and ends before `end`.
 bool Walk::elementAt(int at, int end, Element& element) {
-  const Span tag{at + 1, skip(at + 1, end, vu::detail::kNameCharacters)};
-  if (tag.length() == 0) return false;
-  const int attrs = skip(tag.end, end, vu::detail::kBlanks);
-  const int mark = skip(attrs, end, vu::detail::kAttributeCharacters);
-  if (end - mark >= 2 && text_[mark] == '/' && text_[mark + 1] == '>') {
-    element = {tag, {attrs, mark}, {0, 0}, 0, mark + 2};
+  const vu::detail::OpeningTag open = vu::detail::readOpeningTag(text_, at, end);
+  if (!open.isThere()) return false;
+  const Span tag = open.name;
+  if (open.isEmpty) {
+    element = {tag, open.attrs, {0, 0}, 0, open.end};
     return true;
   }
-  if (mark == end || text_[mark] != '>') return false;
-
-  const int body = mark + 1;
-  const std::string_view name(text_ + tag.begin, static_cast<std::size_t>(tag.length()));
+  const int body = open.end;
+  const std::string_view name = tag.of(text_);
   const int sign = findSign(text_, body, end);
-  const int close = isClosing(sign, end, name) ? sign : closings_.find(name, body, end);
+  const int close =
+      vu::detail::isClosingTag(text_, sign, end, name) ? sign : closings_.find(name, body, end);
   if (close >= 0) {
-    element = {tag, {attrs, mark}, {body, close}, sign, close + tag.length() + 3};
+    element = {tag, open.attrs, {body, close}, sign, close + tag.length() + 3};
     return true;
   }
   const auto kept = static_cast<int>(shorterName(name, body, end).size());
@@ -209,7 +183,7 @@ bool Walk::elementAt(int at, int end, Element& element) {
   const int shorterClose =
       closings_.find(name.substr(0, static_cast<std::size_t>(kept)), body, end);
   element = {{tag.begin, attrsBegin},
-             {attrsBegin, mark},
+             {attrsBegin, open.attrs.end},
              {body, shorterClose},
              sign,
              shorterClose + kept + 3};
@@ -224,13 +198,6 @@ std::string_view Walk::shorterName(std::string_view name, int body, int end) {
   if (steps_ > kSteps + kStepsPerByte * static_cast<unsigned int>(length_))
     failWith(vu_pcre::stepLimit);
   return shorter;
-}
-
-/// Whether "</name>" stands at `at` and ends before `end`.
-bool Walk::isClosing(int at, int end, std::string_view name) const {
-  if (end - at < static_cast<int>(name.size()) + 3 || text_[at + 1] != '/') return false;
-  const char* const found = text_ + at + 2;
-  return found[name.size()] == '>' && std::memcmp(found, name.data(), name.size()) == 0;
 }
 
 int lengthOf(std::string_view text) {
@@ -267,10 +234,15 @@ void vu_pcrexml::subpattern(xmldata* parent, const char* subject, int len) {
   stoppedAt_ = 0;
   if (parent == nullptr) fail("vu_pcrexml: Empty XML Data");
   checkSubject(*_pcre, subject, len);
-  Walk walk(subject, len);
-  walk.run(parent);
-  usedAll_ = walk.stop() == len;
-  stoppedAt_ = static_cast<std::size_t>(walk.stop());
+  NodeMaker nodes(static_cast<std::size_t>(len));
+  int stop = vu::detail::addOrdinaryElements(*parent, subject, len, nodes);
+  if (stop != len || len == 0) {
+    Walk walk(subject, stop, len, nodes);
+    walk.run(parent);
+    stop = walk.stop();
+  }
+  usedAll_ = stop == len;
+  stoppedAt_ = static_cast<std::size_t>(stop);
 }
 
 void vu_pcrexml::composeXmldata(xmldata* parent, const char* subject, int len, int* ovector,
@@ -281,7 +253,8 @@ void vu_pcrexml::composeXmldata(xmldata* parent, const char* subject, int len, i
   if (parent == nullptr) fail("vu_pcrexml: Empty XML Data");
   checkSubject(*_pcre, subject, len);
   const Element element = elementOf(subject, ovector, rc);
-  xmldata* const node = addNode(parent, subject, element);
+  NodeMaker nodes(0);
+  xmldata* const node = addNode(nodes, *parent, subject, element);
   const Span body = element.body;
   if (element.sign == body.end) return;
   subpattern(node, subject + element.sign, body.end - element.sign);

@@ -2,10 +2,13 @@
 // allows.
 
 #include <cstring>
+#include <new>
+#include <optional>
 #include <sstream>
 #include <string_view>
 #include <vector>
 
+#include "pattern/node_memory.h"
 #include "vu/pattern.h"
 
 namespace {
@@ -158,24 +161,29 @@ stringLen::stringLen(const char* str, int len) : _str(str), _len(len) {
 std::string stringLen::getString() const { return std::string(view(*this)); }
 
 xmldata::xmldata(const char* tag, int tagLen, const char* attrs, int attrsLen) : _tag(tag, tagLen) {
-  if (attrs != nullptr && attrsLen != 0) _attrs = &ownAttrs_.emplace(attrs, attrsLen);
+  if (attrs != nullptr && attrsLen != 0) _attrs = ::new (&ownAttrs_) stringLen(attrs, attrsLen);
 }
 
 xmldata::~xmldata() {
+  if (_children.empty()) return;
   // Every node gives its children up before it goes.
-  while (!_children.empty()) {
-    const std::unique_ptr<xmldata> node(_children.front());
+  vu::detail::NodeRemains remains;
+  do {
+    xmldata* const node = _children.front();
     _children.pop_front();
-    if (node != nullptr) _children.splice(_children.begin(), node->_children);
-  }
+    if (node == nullptr) continue;
+    _children.splice(_children.begin(), node->_children);
+    node->~xmldata();
+    remains.add(node);
+  } while (!_children.empty());
 }
 
 void xmldata::addData(xmldata* child) { _children.push_back(child); }
 
 void xmldata::setContext(const char* text, int len) {
   if (text != nullptr && len != 0) {
-    ownContext_ = stringLen(text, len);
-    _context = &*ownContext_;
+    const stringLen piece(text, len);  // may be refused
+    _context = ::new (&ownContext_) stringLen(piece);
   } else {
     _context = nullptr;
   }

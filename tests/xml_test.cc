@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ctime>
 #include <iomanip>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -36,6 +37,7 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
       {"<a>x<b/>y<c/></a> z", "<a>x<b/></a>", 8},
       {"<ab>x</a>", "<a b>x</a>", 9},
       {"<a/><a", "<a/>", 4},
+      {"<a/><b>x</b><c><d/></d></c> ", "<a/><b>x</b><c><d/></c>", 19},
       {"<>", none, 0},
       {"", "vu_pcrexml::execute Empty Context", 0},
   };
@@ -78,6 +80,28 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
             messageOf([&] { parser.composeXmldata(nullptr, "<d />", 5, empty, 6); }));
   EXPECT_EQ("vu_pcrexml: composeXmldata: Unknown PCRE retcode",
             messageOf([&] { parser.composeXmldata(nullptr, nullptr, -1, empty, 5); }));
+}
+
+/// In a name and among attributes, near the text's end and far from it, where bytes are read many at
+/// a time.
+TEST(Xml, TellsEveryByteApart) {
+  vu::test::PlainParser plain;
+  vu_pcrexml parser;
+  for (int c = 0; c < 256; ++c) {
+    const char byte = static_cast<char>(c);
+    for (const std::string tail :
+         {"/>", "/>                ", ">some text of a body</a></abcdefghi>"}) {
+      for (const std::string front :
+           {"<", "<abcdefghi", "<abcdefghi x='1'", "<a x='some long value' "}) {
+        const vu::test::ExactCopy text(front + byte + tail);
+        xmldata root("data", 4, nullptr, 0);
+        const int length = static_cast<int>(text.view().size());
+        const std::string message =
+            messageOf([&] { parser.subpattern(&root, text.view().data(), length); });
+        EXPECT_EQ(plain.parse(text.view()), message.empty() ? dump(root) : message) << text.view();
+      }
+    }
+  }
 }
 
 std::string repeated(const std::string& text, int times) {
@@ -230,6 +254,35 @@ TEST(XmlTree, HoldsViews) {
   EXPECT_EQ("", xmldata("t", 1, "", 0).text());
   EXPECT_EQ(nullptr, node.child("a"));
   EXPECT_EQ(nullptr, node.child(nullptr));
+}
+
+/// Nodes of a parser and of a caller, in each other's trees, deleted in any order and thread.
+TEST(XmlTree, GivesItsNodesAway) {
+  const std::string text = "<a>" + repeated("<b x='1'>text</b>", 1000) + "</a>";
+  Tree parsed(vu_pcrexml().execute(text, "data"));
+  Tree others[] = {std::make_unique<xmldata>("even", 4, nullptr, 0),
+                   Tree(new (std::nothrow) xmldata("odd", 3, nullptr, 0))};
+  std::list<xmldata*>& from = parsed->_children.front()->_children;
+  for (std::size_t i = 0; i < 900; ++i) {
+    others[i % 2]->addData(from.front());
+    from.pop_front();
+    if (i % 3 == 0) parsed->addData(new xmldata("own", 3, nullptr, 0));
+  }
+  delete from.back();
+  from.pop_back();
+  EXPECT_EQ(99U, from.size());
+  EXPECT_EQ(301U, parsed->children().size());
+  parsed.reset();
+  std::vector<std::thread> threads;
+  for (Tree& each : others) {
+    threads.emplace_back([&each] {
+      EXPECT_EQ(450U * 17U, dump(*each, 2).size());
+      each.reset();
+    });
+  }
+  for (std::thread& each : threads) each.join();
+  EXPECT_EQ("stringLen: Zero string length",
+            messageOf([] { delete new (std::nothrow) xmldata("x", 0, nullptr, 0); }));
 }
 
 /// A chain made by hand, deeper than any stack.
