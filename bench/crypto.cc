@@ -134,6 +134,21 @@ void refused(benchmark::State& state) {
   countBytes(state);
 }
 
+/// An engine that is made for one message of 64 bytes.
+template <int number>
+void engineForOne(benchmark::State& state) {
+  static const vu_crypto firstOfTheProcess = makeEngine(kEncipher);
+  const Bytes in = makeMessage(64);
+  Bytes out(in.size() + 2 * kBlock);
+  const auto run = [&] {
+    vu_crypto engine(kEncipher, number, nullptr, nullptr, 0, 1000);
+    return engine.cipheranalyse(in.data(), static_cast<int>(in.size()), out.data(),
+                                static_cast<int>(out.size()));
+  };
+  require(run() == (number == 1 ? 64 + kBlock : 64), "a message of another length");
+  measureCall(state, run);
+}
+
 void addSizes(const char* name, void (*job)(benchmark::State&)) {
   auto* const sizes = add(name, job);
   for (const int size : {16, 64, 256, 1024, 4096, 16384, 65536, 1 << 20}) sizes->Arg(size);
@@ -149,6 +164,8 @@ void registerCrypto() {
   addSizes("crypto/decipher/evp-message", evpMessage<kDecipher>);
   addSizes("crypto/decipher/evp-update", evpUpdate<kDecipher>);
   add("crypto/refused/vu", refused)->Arg(16384);
+  add("crypto/engine/aes", engineForOne<1>);
+  add("crypto/engine/rc4", engineForOne<2>);
 }
 
 }  // namespace vu::bench

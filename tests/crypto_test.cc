@@ -213,6 +213,17 @@ TEST(Crypto, TakesKeysOfTheCaller) {
         std::fill_n(vu_crypto::cipherkey_, 128, Byte{0});
       }
     }
+    // The next key beside the one that it renews, which lives on in engines alone.
+    const auto next = make("password", "salt", 4, 3);
+    vu_crypto last(1, nullptr, std::exchange(mine, next));
+    vu_crypto behind(0, nullptr, next);
+    EXPECT_EQ("Cipher Final failed : ",
+              messageOf([&] { process(behind, process(last, "some text")); }).substr(0, 22));
+    alignas(vu_key) Byte place[sizeof(vu_key)];
+    auto* const gone = new (place) vu_key("password", bytes("salt"), 4, 1);
+    EXPECT_EQ("0c60c80f961f0e71", hex(gone->bytes(), 8));
+    gone->~vu_key();
+    EXPECT_EQ(std::string(256, '0'), hex(place, 128));
     EXPECT_EQ("vu_key: Null buffer", messageOf([&] { make(nullptr, "s", 1, 1); }));
     EXPECT_EQ("vu_key: Null buffer", messageOf([&] { make("p", nullptr, 1, 1); }));
     EXPECT_EQ("vu_key: Invalid length [-1]", messageOf([&] { make("p", "s", -1, 1); }));

@@ -94,7 +94,10 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
       VU_ANNOTATE(acquire_shared_capability(_rwlock));
   /// Acquires `lock`, which must outlive the guard; all else as above.
   [[nodiscard]] explicit vu_readlock(vu_rwlock_t& lock, int timeout = 0)
-      VU_ANNOTATE(acquire_shared_capability(lock));
+      VU_ANNOTATE(acquire_shared_capability(lock)) VU_ANNOTATE(no_thread_safety_analysis)
+      : vu_rwlock(&lock) {
+    begin(acquireNow(&lock, timeout));
+  }
   /// Acquires nothing yet, nor is a lock chosen: the first acquisition takes the shared one.
   [[nodiscard]] explicit vu_readlock(std::defer_lock_t /*defer*/)
       VU_ANNOTATE(locks_excluded(_rwlock))
@@ -115,6 +118,16 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_readlock : public vu_rwlock {
   int lock(int timeout = 0) VU_ANNOTATE(try_acquire_shared_capability(false));
   /// Releases before the end of the scope. Returns 0, or EPERM when the guard holds nothing.
   int unlock() VU_ANNOTATE(release_generic_capability());
+
+ private:
+  // What both ways to acquire do, where they are called. A lock that is free needs no clock: POSIX
+  // has the timed call take it whatever the deadline, even one that is no time at all. Whatever
+  // else the try returns, the timed call decides.
+  static int acquireNow(pthread_rwlock_t* lock, int timeout) {
+    if (timeout <= 0) return pthread_rwlock_rdlock(lock);
+    return pthread_rwlock_tryrdlock(lock) == 0 ? 0 : acquireLater(lock, timeout);
+  }
+  static int acquireLater(pthread_rwlock_t* lock, int timeout);
 };
 
 /// Holds a lock for writing, alone. All as for reading.
@@ -124,7 +137,10 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_writelock : public vu_rwlock {
   [[nodiscard]] explicit vu_writelock(int timeout = 0) VU_ANNOTATE(acquire_capability(_rwlock));
   /// Acquires `lock`, which must outlive the guard.
   [[nodiscard]] explicit vu_writelock(vu_rwlock_t& lock, int timeout = 0)
-      VU_ANNOTATE(acquire_capability(lock));
+      VU_ANNOTATE(acquire_capability(lock)) VU_ANNOTATE(no_thread_safety_analysis)
+      : vu_rwlock(&lock) {
+    begin(acquireNow(&lock, timeout));
+  }
   /// Acquires nothing yet, nor is a lock chosen: the first acquisition takes the shared one.
   [[nodiscard]] explicit vu_writelock(std::defer_lock_t /*defer*/)
       VU_ANNOTATE(locks_excluded(_rwlock))
@@ -145,6 +161,14 @@ class VU_EXPORT VU_ANNOTATE(scoped_lockable) vu_writelock : public vu_rwlock {
   int lock(int timeout = 0) VU_ANNOTATE(try_acquire_capability(false));
   /// Releases before the end of the scope. Returns 0, or EPERM when the guard holds nothing.
   int unlock() VU_ANNOTATE(release_generic_capability());
+
+ private:
+  // What both ways to acquire do, where they are called. As for reading.
+  static int acquireNow(pthread_rwlock_t* lock, int timeout) {
+    if (timeout <= 0) return pthread_rwlock_wrlock(lock);
+    return pthread_rwlock_trywrlock(lock) == 0 ? 0 : acquireLater(lock, timeout);
+  }
+  static int acquireLater(pthread_rwlock_t* lock, int timeout);
 };
 
 #endif  // VU_LOCKS_H_
