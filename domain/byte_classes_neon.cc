@@ -2,10 +2,8 @@
 
 #include <arm_neon.h>
 
-#include <algorithm>
-#include <iterator>
-
 #include "domain/byte_classes.h"
+#include "domain/plain_host_core.h"
 
 namespace vu::detail {
 namespace {
@@ -32,28 +30,27 @@ std::uint64_t bits(const uint8x16_t (&found)[4]) {
   return vgetq_lane_u64(vreinterpretq_u64_u8(vpaddq_u8(eighths, eighths)), 0);
 }
 
+inline ByteClasses classesOf(const char* text) {
+  uint8x16_t beginnings[4];
+  uint8x16_t dots[4];
+  uint8x16_t others[4];
+  for (std::size_t i = 0; i < 4; ++i) {
+    const uint8x16_t bytes = vld1q_u8(reinterpret_cast<const unsigned char*>(text) + i * kBlock);
+    const uint8x16_t letters = between(vorrq_u8(bytes, vdupq_n_u8(0x20)), 'a', 'z');
+    beginnings[i] = vorrq_u8(letters, between(bytes, '0', '9'));
+    dots[i] = equal(bytes, '.');
+    const uint8x16_t marks = vorrq_u8(equal(bytes, '-'), equal(bytes, '_'));
+    others[i] = vmvnq_u8(vorrq_u8(vorrq_u8(beginnings[i], marks), dots[i]));
+  }
+  return {bits(beginnings), bits(dots), bits(others)};
+}
+
 }  // namespace
 
-ByteClasses classifyBytes(const char* text, std::size_t length) noexcept {
-  unsigned char padded[4 * kBlock];
-  const unsigned char* from = reinterpret_cast<const unsigned char*>(text);
-  if (length < sizeof padded) {
-    std::fill(std::copy_n(from, length, padded), std::end(padded), 0);  // a NUL is of no class
-    from = padded;
-  }
-  uint8x16_t name[4];
-  uint8x16_t marks[4];
-  uint8x16_t dots[4];
-  uint8x16_t ends[4];
-  for (std::size_t i = 0; i < 4; ++i) {
-    const uint8x16_t bytes = vld1q_u8(from + i * kBlock);
-    const uint8x16_t letters = between(vorrq_u8(bytes, vdupq_n_u8(0x20)), 'a', 'z');
-    marks[i] = vorrq_u8(equal(bytes, '-'), equal(bytes, '_'));
-    dots[i] = equal(bytes, '.');
-    ends[i] = vorrq_u8(equal(bytes, '/'), equal(bytes, ':'));
-    name[i] = vorrq_u8(vorrq_u8(letters, between(bytes, '0', '9')), vorrq_u8(marks[i], dots[i]));
-  }
-  return {bits(name), bits(marks), bits(dots), bits(ends)};
+ByteClasses classifyByNeon(const char* text) noexcept { return classesOf(text); }
+
+PlainHost findPlainHostByNeon(const char* text, std::size_t size) noexcept {
+  return findIn(classesOf(text), text, size);
 }
 
 }  // namespace vu::detail

@@ -2,9 +2,8 @@
 
 #include <emmintrin.h>
 
-#include <algorithm>
-
 #include "domain/byte_classes.h"
+#include "domain/plain_host_core.h"
 
 namespace vu::detail {
 namespace {
@@ -13,46 +12,39 @@ constexpr std::size_t kBlock = 16;
 
 /// Bytes from `low` to `high`, as all ones: moved to the lower end of the signed range, they are
 /// those below a bound.
-__m128i between(__m128i bytes, char low, char high) {
+inline __m128i between(__m128i bytes, char low, char high) {
   const __m128i moved = _mm_add_epi8(bytes, _mm_set1_epi8(static_cast<char>(-128 - low)));
   return _mm_cmplt_epi8(moved, _mm_set1_epi8(static_cast<char>(-128 + (high - low) + 1)));
 }
 
-__m128i equal(__m128i bytes, char c) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)); }
+inline __m128i equal(__m128i bytes, char c) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)); }
 
-std::uint64_t bits(__m128i found) { return static_cast<std::uint32_t>(_mm_movemask_epi8(found)); }
+inline std::uint64_t bits(__m128i found) {
+  return static_cast<std::uint32_t>(_mm_movemask_epi8(found));
+}
 
-/// Adds the classes of 16 bytes, the first of which is at bit `place`.
-void add(ByteClasses& all, const char* text, std::size_t place) {
-  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-  const __m128i letters = between(_mm_or_si128(bytes, _mm_set1_epi8(0x20)), 'a', 'z');
-  const __m128i marks = _mm_or_si128(equal(bytes, '-'), equal(bytes, '_'));
-  const __m128i dots = equal(bytes, '.');
-  const __m128i ends = _mm_or_si128(equal(bytes, '/'), equal(bytes, ':'));
-  const __m128i labels = _mm_or_si128(_mm_or_si128(letters, between(bytes, '0', '9')), marks);
-  all.name |= bits(_mm_or_si128(labels, dots)) << place;
-  all.marks |= bits(marks) << place;
-  all.dots |= bits(dots) << place;
-  all.ends |= bits(ends) << place;
+inline ByteClasses classesOf(const char* text) {
+  ByteClasses all{};
+  for (std::size_t at = 0; at < kStride; at += kBlock) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));
+    const __m128i letters = between(_mm_or_si128(bytes, _mm_set1_epi8(0x20)), 'a', 'z');
+    const __m128i beginnings = _mm_or_si128(letters, between(bytes, '0', '9'));
+    const __m128i marks = _mm_or_si128(equal(bytes, '-'), equal(bytes, '_'));
+    const __m128i dots = equal(bytes, '.');
+    all.beginnings |= bits(beginnings) << at;
+    const __m128i name = _mm_or_si128(_mm_or_si128(beginnings, marks), dots);
+    all.others |= (bits(name) ^ 0xFFFF) << at;
+    all.dots |= bits(dots) << at;
+  }
+  return all;
 }
 
 }  // namespace
 
-ByteClasses classifyBytes(const char* text, std::size_t length) noexcept {
-  ByteClasses all{};
-  if (length >= kBlock) {
-    // Always four blocks, which overlap in a short text: no branch depends on the length.
-    const std::size_t last = std::min<std::size_t>(length, 64) - kBlock;
-    for (const std::size_t at :
-         {std::size_t{0}, std::min(kBlock, last), std::min(2 * kBlock, last), last}) {
-      add(all, text + at, at);
-    }
-  } else {
-    char padded[kBlock] = {};
-    for (std::size_t i = 0; i < length; ++i) padded[i] = text[i];
-    add(all, padded, 0);
-  }
-  return all;
+ByteClasses classifyBySse2(const char* text) noexcept { return classesOf(text); }
+
+PlainHost findPlainHostBySse2(const char* text, std::size_t size) noexcept {
+  return findIn(classesOf(text), text, size);
 }
 
 }  // namespace vu::detail

@@ -5,15 +5,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace vu::detail {
 
-/// `Count` bytes, the first lowest; compilers make one load of it where the machine allows.
+constexpr bool kLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+
+/// `Count` bytes, the first lowest.
 template <std::size_t Count>
 std::uint64_t loadBytes(const char* bytes) noexcept {
   std::uint64_t number = 0;
-  for (std::size_t i = 0; i < Count; ++i) {
-    number |= std::uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
+  if constexpr (kLittleEndian) {
+    std::memcpy(&number, bytes, Count);
+  } else {
+    for (std::size_t i = 0; i < Count; ++i) {
+      number |= std::uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
+    }
   }
   return number;
 }

@@ -1,4 +1,4 @@
-// The table of domain suffixes: loading, and the look-ups that throw.
+// The table of domain suffixes: loading it, and what it tells of itself.
 
 #include <algorithm>
 #include <cstring>
@@ -13,23 +13,6 @@ using vu::detail::LoadedTable;
 using vu::detail::SuffixTable;
 
 namespace {
-
-/// Throws what a refusal by `lookup` says; `text` is the URL from its host on.
-[[noreturn]] void refuse(vu_status status, const char* text) {
-  constexpr vu_failure kind = vu_failure::domain;
-  switch (status) {
-    case VU_COUNTRY_CODE_NOT_A_DOMAIN:
-      throw vu_exception(kind, std::string("vu_cctld::lookup: Not a URL domain name ") + text);
-    case VU_COUNTRY_CODE_TOO_SHORT:
-      throw vu_exception(kind,
-                         std::string("Ill-formed domain name [") + text + "] - record too short 1");
-    case VU_COUNTRY_CODE_PURE_DOMAIN:
-      throw vu_exception(kind,
-                         std::string("Ill-formed domain name [") + text + "] - Pure domain record");
-    default:
-      throw vu_exception(kind, "Top Level Domain lookup error : Empty URL");
-  }
-}
 
 int countOf(const SuffixTable& table) noexcept {
   return static_cast<int>(table.fact(vu::detail::header::kSuffixes));
@@ -53,22 +36,6 @@ std::string valueIn(std::string_view info, std::string_view name) {
     if (line.substr(0, name.size()) == name) return std::string(line.substr(name.size()));
   }
   return "";
-}
-
-/// What both forms of `lookup` begin with. Only a host that does not end among the first bytes
-/// needs the rest of its URL, which may be long, to be read.
-vu_domain classifyOrThrow(const vu_cctld& table, const char* url, unsigned int& ipAddress) {
-  ipAddress = 0;
-  if (url == nullptr) refuse(VU_COUNTRY_CODE_EMPTY_URL, "");
-  constexpr std::size_t kFirstBytes = 65;
-  const std::string_view start(url, strnlen(url, kFirstBytes));
-  vu_domain found = table.classify(start);
-  if (start.size() == kFirstBytes && found.host.data() + found.host.size() == url + kFirstBytes) {
-    found = table.classify(url);
-  }
-  ipAddress = found.ipAddress();
-  if (found.status != VU_SUCCESS) refuse(found.status, found.host.data());
-  return found;
 }
 
 }  // namespace
@@ -125,33 +92,6 @@ int vu_cctld::reload(const char* path, int least) {
   tldSet_.swap(loaded.table);
   maxLabels_ = std::max(maxLabels_, loaded.maxLabels);
   return count;
-}
-
-const char* vu_cctld::lookup(const char* url, int& domainLength, unsigned int& ipAddress,
-                             int& reserved) const {
-  domainLength = 0;
-  ipAddress = 0;
-  reserved = 0;
-  const vu_domain found = classifyOrThrow(*this, url, ipAddress);
-  const char* const start = found.domain.data();
-  const char* const hostStart = found.host.data();
-  const char* const hostEnd = hostStart + found.host.size();
-  domainLength = static_cast<int>(hostEnd - (start != nullptr ? start : hostStart));
-  return start;
-}
-
-int vu_cctld::lookup(const char* url, std::string& domain, unsigned int& ipAddress) const {
-  const vu_domain found = classifyOrThrow(*this, url, ipAddress);
-  if (!found.host.empty() && found.domain.data() != nullptr) {
-    domain = found.domain;
-    return 0;
-  }
-  if (defaultDomain_.empty()) throw vu_exception(vu_failure::domain, "Internal lookup return NULL");
-  std::string completed(found.host);
-  completed += '.';
-  completed += defaultDomain_;
-  domain = std::move(completed);
-  return 0;
 }
 
 int vu_cctld::suffixCount() const noexcept { return countOf(*tldSet_); }

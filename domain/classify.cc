@@ -5,7 +5,7 @@
 
 #include "domain/host.h"
 #include "domain/match.h"
-#include "domain/plain_host.h"
+#include "domain/plain_name.h"
 #include "domain/suffix_table.h"
 #include "vu/domain.h"
 
@@ -13,7 +13,10 @@ using vu::detail::Chain;
 using vu::detail::Cut;
 using vu::detail::HostScan;
 using vu::detail::JoinedLabels;
+using vu::detail::mayBeListed;
 using vu::detail::PlainHost;
+using vu::detail::PlainName;
+using vu::detail::plainName;
 using vu::detail::RuleView;
 using vu::detail::SuffixTable;
 
@@ -29,6 +32,10 @@ struct Question {
   bool explains = false;  ///< Whether the rule is of interest, also where it changes nothing.
 };
 
+Question questionTo(const vu_cctld& all, const SuffixTable& table, vu_match match) noexcept {
+  return {table, all.maxLabels(), !all.defaultDomain().empty(), match};
+}
+
 constexpr Cut kTooShort{VU_COUNTRY_CODE_TOO_SHORT, nullptr, {}};
 
 Cut cutChain(const Question& asked, const Chain& chain) noexcept {
@@ -43,7 +50,7 @@ bool findChain(std::string_view labels, Chain& chain) noexcept {
   if (dot == std::string_view::npos) return false;
   const std::size_t before = dot == 0 ? std::string_view::npos : labels.rfind('.', dot - 1);
   const std::string_view lastTwo = labels.substr(before + 1);  // npos + 1 is 0
-  chain = {labels, lastTwo.data(), vu::detail::nameKey(lastTwo)};
+  chain = {labels, lastTwo.data()};
   return true;
 }
 
@@ -110,23 +117,34 @@ Cut decideAny(const Question& asked, std::string_view url, vu_domain& result) no
   return scan.kind == HostScan::malformed ? kNotADomain : Cut{VU_SUCCESS, host.data(), {}};
 }
 
-/// The chain of an ordinary host, with the key of its last two labels.
-Chain chainOf(const PlainHost& plain) noexcept {
-  const char* const start = plain.host.data();
-  const char* const end = plain.lastTwo.data() + plain.lastTwo.size();
-  return {{start, static_cast<std::size_t>(end - start)},
-          plain.lastTwo.data(),
-          vu::detail::nameKey(plain.lastTwo)};
-}
-
 /// Finds the host and decides about it; all of the result but status and domain is set then.
 Cut decide(const Question& asked, std::string_view url, vu_domain& result) noexcept {
   if (url.data() == nullptr) return {VU_COUNTRY_CODE_EMPTY_URL, nullptr, {}};
-  PlainHost plain;
-  if (!vu::detail::findPlainHost(url, plain)) return decideAny(asked, url, result);
+  const PlainName name = plainName(url);
+  if (!name.place) return decideAny(asked, url, result);
   result.kind = vu_host_kind::name;
-  result.host = plain.host;
-  return cutChain(asked, chainOf(plain));
+  result.host = name.host();
+  return cutChain(asked, name.chain());
+}
+
+[[gnu::noinline]] vu_domain classifyAny(const vu_cctld& all, const SuffixTable& table,
+                                        vu_match match, std::string_view url) noexcept {
+  vu_domain result{VU_SUCCESS, vu_host_kind::none, {}, {}, {}};
+  if (url.data() == nullptr) {
+    result.status = VU_COUNTRY_CODE_EMPTY_URL;
+  } else {
+    setCut(decideAny(questionTo(all, table, match), url, result), result);
+  }
+  return result;
+}
+
+[[gnu::noinline]] vu_domain classifyListed(const vu_cctld& all, const SuffixTable& table,
+                                           vu_match match, const char* text,
+                                           PlainHost place) noexcept {
+  const PlainName name{text, place};
+  vu_domain result{VU_SUCCESS, vu_host_kind::name, name.host(), {}, {}};
+  setCut(cutChain(questionTo(all, table, match), name.chain()), result);
+  return result;
 }
 
 vu_section sectionOf(const Cut& cut) noexcept {
@@ -143,24 +161,12 @@ vu_rule_kind ruleOf(const Cut& cut) noexcept {
 }  // namespace
 
 vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
-  vu_domain result{VU_SUCCESS, vu_host_kind::none, {}, {}, {}};
-  const Question asked{*tldSet_, maxLabels_, !defaultDomain_.empty(), match};
-  PlainHost plain;
-  if (url.data() == nullptr || !vu::detail::findPlainHost(url, plain)) {
-    setCut(decide(asked, url, result), result);
-    return result;
+  const PlainName name = plainName(url);
+  if (!name.place) return classifyAny(*this, *tldSet_, match, url);
+  if (mayBeListed(*tldSet_, match, name)) {
+    return classifyListed(*this, *tldSet_, match, url.data(), name.place);
   }
-  result.kind = vu_host_kind::name;
-  result.host = plain.host;
-  const Chain chain = chainOf(plain);
-  if (!tldSet_->mayKnow(chain.key) &&
-      (match == vu_match::shortest ||
-       !tldSet_->mayHaveWildcard(chain.name.data() + chain.name.size()))) {
-    result.domain = plain.lastTwo;
-  } else {
-    setCut(cutChain(asked, chain), result);
-  }
-  return result;
+  return {VU_SUCCESS, vu_host_kind::name, name.host(), name.domain(), {}};
 }
 
 vu_reason vu_cctld::explain(std::string_view url, vu_match match,

@@ -40,9 +40,8 @@ Cut cutShortest(const SuffixTable& table, int maxLabels, const Chain& chain) noe
   const char* const end = begin + chain.name.size();
   const char* name = chain.lastTwo;
   NameKey keys(end);
-  std::uint64_t key = chain.key;
   for (int kept = 2;; ++kept) {
-    const RuleView rule = table.find(key, between(name, end));
+    const RuleView rule = table.find(keys.of(name), between(name, end));
     if (!rule) break;
     const bool another = kept < maxLabels && name != begin;
     if ((rule.listings() & kSuffix) != 0) {
@@ -51,7 +50,6 @@ Cut cutShortest(const SuffixTable& table, int maxLabels, const Chain& chain) noe
     }
     if (!another || (rule.listings() & kDeeper) == 0) break;
     name = labelBefore(begin, name);
-    key = keys.of(name);
   }
   return {VU_SUCCESS, chain.lastTwo, {}};
 }
@@ -69,15 +67,13 @@ Cut cutPublicSuffix(const SuffixTable& table, const Chain& chain, unsigned secti
   }
   name = chain.lastTwo;
   NameKey keys(end);
-  std::uint64_t key = chain.key;
   while (true) {
-    const RuleView rule = table.findFolded(key, between(name, end));
+    const RuleView rule = table.findFolded(keys.of(name), between(name, end));
     if (!rule) break;
     if (isListed(rule, kException, sections)) return {VU_SUCCESS, name, rule, kException};
     suffix.extend(rule, name, begin, sections);
     if ((rule.listings() & kDeeper) == 0 || name == begin) break;
     name = labelBefore(begin, name);
-    key = keys.of(name);
   }
   if (suffix.start == begin) {
     return {VU_COUNTRY_CODE_PURE_DOMAIN, nullptr, suffix.rule, suffix.kind};

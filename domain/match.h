@@ -15,7 +15,6 @@ namespace vu::detail {
 struct Chain {
   std::string_view name;
   const char* lastTwo;  ///< Where the last two labels begin.
-  std::uint64_t key;    ///< Of the last two labels.
 };
 
 /// Where in a chain its registered domain begins, or why there is none; and what decided.

@@ -32,42 +32,69 @@ inline std::uint64_t foldedProduct(std::uint64_t a, std::uint64_t b) noexcept {
 #endif
 }
 
+// Fractional parts of square roots of primes (2, 3, 5), made odd.
+constexpr std::uint64_t kKeyStart = 0x6A09E667F3BCC909U;
+constexpr std::uint64_t kKeyStep = 0xBB67AE8584CAA73BU;
+constexpr std::uint64_t kKeyLast = 0x3C6EF372FE94F82BU;
+/// Set everywhere, this bit changes more than letters, but makes no two bytes of names equal but
+/// those that differ by their case.
+constexpr std::uint64_t kLowerCase = 0x2020202020202020U;
+
+/// A name of fewer than eight bytes as a number, in lower case; nothing outside of it is read.
+inline std::uint64_t shortWord(const char* begin, std::size_t size) noexcept {
+  const char* const end = begin + size;
+  std::uint64_t word = 0;
+  if (size >= 4) {
+    word = loadBytes<4>(begin) | loadBytes<4>(end - 4) << 8 * (size - 4);
+  } else if (size > 0) {
+    word = loadBytes<1>(begin) | loadBytes<1>(begin + size / 2) << 8 * (size / 2) |
+           loadBytes<1>(end - 1) << 8 * (size - 1);
+  }
+  return size == 0 ? 0 : word | kLowerCase >> (64 - 8 * size);
+}
+
+/// A key of a name's first and last eight bytes, which may overlap, and its length.
+inline std::uint64_t keyOfEnds(std::uint64_t first, std::uint64_t last, std::size_t size) noexcept {
+  return foldedProduct(kKeyStart ^ last, (kKeyLast ^ first) + size);
+}
+
+/// The key of a name's ends: all of it when it has 16 bytes or less. Eight bytes in front of `end`
+/// can be read.
+inline std::uint64_t endsKey(const char* begin, const char* end) noexcept {
+  const auto size = static_cast<std::size_t>(end - begin);
+  const std::size_t missing = (8 - size) & (0 - std::size_t{size < 8});  // without a branch
+  const std::uint64_t last = (load64(end - 8) | kLowerCase) >> 8 * missing;
+  const std::uint64_t first = (load64(begin - missing) | kLowerCase) >> 8 * missing;
+  return keyOfEnds(first, last, size);
+}
+
+/// The same of a name by itself.
+inline std::uint64_t endsKey(std::string_view name) noexcept {
+  if (name.size() >= 8) return endsKey(name.data(), name.data() + name.size());
+  const std::uint64_t word = shortWord(name.data(), name.size());
+  return keyOfEnds(word, word, name.size());
+}
+
 /// The keys of one name after the other that end at the same place, each longer than the last.
 class NameKey {
  public:
   explicit NameKey(const char* end) noexcept : end_(end), next_(end) {}
 
   std::uint64_t of(const char* begin) noexcept {
+    const auto size = static_cast<std::size_t>(end_ - begin);
+    if (size <= 16) return endsKey({begin, size});
     while (next_ - begin >= 8) {
-      if (next_ != end_) sum_ = foldedProduct(sum_, kStep);
+      if (next_ != end_) sum_ = foldedProduct(sum_, kKeyStep);
       next_ -= 8;
       sum_ ^= load64(next_) | kLowerCase;
     }
-    const auto size = static_cast<std::uint64_t>(end_ - begin);
-    const std::uint64_t first = size >= 8 ? load64(begin) : shortWord(begin, size);
-    return foldedProduct(sum_, ((first | kLowerCase) ^ kLast) + size);
+    return foldedProduct(sum_, (kKeyLast ^ (load64(begin) | kLowerCase)) + size);
   }
 
  private:
-  // Fractional parts of square roots of primes (2, 3, 5), made odd.
-  static constexpr std::uint64_t kStart = 0x6A09E667F3BCC909U;
-  static constexpr std::uint64_t kStep = 0xBB67AE8584CAA73BU;
-  static constexpr std::uint64_t kLast = 0x3C6EF372FE94F82BU;
-  /// Set everywhere, this bit also changes other bytes, but never makes two that names may have
-  /// equal.
-  static constexpr std::uint64_t kLowerCase = 0x2020202020202020U;
-
-  /// Fewer than eight bytes: the first and the last ones, which may overlap.
-  static std::uint64_t shortWord(const char* begin, std::uint64_t size) noexcept {
-    const char* const end = begin + size;
-    if (size >= 4) return loadBytes<4>(begin) | loadBytes<4>(end - 4) << 32;
-    if (size == 0) return 0;
-    return loadBytes<1>(begin) | loadBytes<1>(begin + size / 2) << 8 | loadBytes<1>(end - 1) << 16;
-  }
-
   const char* end_;
   const char* next_;  ///< The end of what has not been taken yet.
-  std::uint64_t sum_ = kStart;
+  std::uint64_t sum_ = kKeyStart;
 };
 
 inline std::uint64_t nameKey(std::string_view name) noexcept {

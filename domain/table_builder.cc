@@ -163,7 +163,8 @@ std::string TableBuilder::filter() const {
   std::string bytes(2 * powerOfTwoUpTo(std::max<std::size_t>(pairs, 4)), '\0');
   for (const Draft& draft : drafts_) {
     if (!isPair(draft)) continue;
-    const std::size_t bit = static_cast<std::size_t>(draft.key) & (bytes.size() * 8 - 1);
+    const std::size_t bit =
+        static_cast<std::size_t>(endsKey(nameOf(draft))) & (bytes.size() * 8 - 1);
     bytes[bit / 8] = static_cast<char>(bytes[bit / 8] | 1 << bit % 8);
   }
   return bytes;

@@ -15,7 +15,7 @@
 namespace vu::detail {
 
 constexpr std::string_view kTableMagic = "\x8Dvutab\r\n";
-constexpr unsigned kTableMajor = 1;
+constexpr unsigned kTableMajor = 2;
 constexpr unsigned kTableMinor = 0;
 constexpr std::uint32_t kByteOrder = 0x01020304;
 

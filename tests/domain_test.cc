@@ -10,9 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include "domain/byte_classes.h"
 #include "domain/host.h"
-#include "domain/plain_host.h"
+#include "domain/plain_host_core.h"
 #include "tests/allocations.h"
 #include "tests/plain/table.h"
 #include "tests/support.h"
@@ -110,7 +109,7 @@ TEST(Table, RefusesSpoiledTables) {
     return bytes;
   };
   std::string another = good;
-  another[8] = 2;
+  another[8] = 9;
   const std::string name = "Suffix table [" + std::string(file.path()) + "] ";
   const struct {
     std::string bytes;
@@ -121,7 +120,7 @@ TEST(Table, RefusesSpoiledTables) {
       {good.substr(0, 50), name + "is cut off", ""},
       {good.substr(0, good.size() - 1), name + "is cut off", ""},
       {good + "x", name + "is followed by something else", ""},
-      {another, name + "is of version 2, which this library cannot read", ""},
+      {another, name + "is of version 9, which this library cannot read", ""},
       {spoiled(33), name + "is damaged", ""},
       {spoiled(good.size() - 1), "", name + "is damaged"},
       {"// a list\nco.xy\na..b\n",
@@ -205,13 +204,14 @@ TEST(Lookup, WorkedExamples) {
 /// What is told at a glance, "" where that is not enough; as it may always be, but for the time.
 std::string plainHost(const std::string& url) {
   const vu::test::ExactCopy copy(url);
-  vu::detail::PlainHost found;
-  if (!findPlainHost(copy.view(), found)) return "";
-  return std::string(found.host).append(" ").append(found.lastTwo).append(" ").append(found.last);
+  const auto found = vu::detail::findPlainHost(copy.view().data(), copy.view().size());
+  if (!found) return "";
+  return url.substr(found.start(), found.end() - found.start()) + " " +
+         url.substr(found.lastTwo(), found.nameEnd() - found.lastTwo());
 }
 
 TEST(Lookup, TellsOrdinaryHostsAtAGlance) {
-  EXPECT_EQ("a.b1-_.xy b1-_.xy xy", plainHost("http://a.b1-_.xy/a-very-long?path=of_no_interest"));
+  EXPECT_EQ("a.b1-_.xy b1-_.xy", plainHost("http://a.b1-_.xy/a-very-long?path=of_no_interest"));
   for (const char* other : {"", "shop", "shop.", "1.2.3", "a.1b", "-a.b", ".a.b", "a?b.cc",
                             "http:/", "http:///", "a.b.."}) {
     EXPECT_EQ("", plainHost(other)) << other;
@@ -221,7 +221,7 @@ TEST(Lookup, TellsOrdinaryHostsAtAGlance) {
     const std::string label(size, 'x');
     for (const std::string end : {"", ".", "/", ":80"}) {
       const std::string dot = end == "." ? "." : "";
-      EXPECT_EQ(label + ".y.zz" + dot + " y.zz zz", plainHost(label + ".y.zz" + end)) << size;
+      EXPECT_EQ(label + ".y.zz" + dot + " y.zz", plainHost(label + ".y.zz" + end)) << size;
     }
     for (const char* end :
          {"..y.zz", ".-y.zz", ".y_.-.zz", ".y?.zz", ".y.2z", ".y.zz..", "", "."}) {
@@ -231,36 +231,72 @@ TEST(Lookup, TellsOrdinaryHostsAtAGlance) {
 }
 
 /// The classes of bytes one at a time.
-vu::detail::ByteClasses plainClasses(std::string_view text) {
+vu::detail::ByteClasses plainClasses(const std::string& text) {
   vu::detail::ByteClasses all{};
-  for (std::size_t i = 0; i < std::min<std::size_t>(text.size(), 64); ++i) {
+  for (std::size_t i = 0; i < 64; ++i) {
     const std::uint64_t bit = std::uint64_t{1} << i;
-    const char c = text[i];
-    if (vu::detail::insideLabel(c) || c == '.') all.name |= bit;
-    if (c == '-' || c == '_') all.marks |= bit;
-    if (c == '.') all.dots |= bit;
-    if (c == '/' || c == ':') all.ends |= bit;
+    if (vu::detail::beginsLabel(text[i])) all.beginnings |= bit;
+    if (text[i] == '.') all.dots |= bit;
+    if (!vu::detail::insideLabel(text[i]) && text[i] != '.') all.others |= bit;
   }
   return all;
 }
 
+/// Every way to classify bytes, and to find hosts whatever stands behind their URLs.
 TEST(Lookup, ClassifiesBytesInEveryWay) {
   std::mt19937 random(8);
+  const auto same = [](vu::detail::PlainHost a, vu::detail::PlainHost b) {
+    return a.start() == b.start() && a.end() == b.end() && a.lastTwo() == b.lastTwo() &&
+           a.nameEnd() == b.nameEnd();
+  };
   for (int i = 0; i < 20000 / vu::test::kLess; ++i) {
-    std::string text(random() % 80, '\0');
-    // Every byte there is, and those beside the bounds of a class.
+    // Every byte there is, those beside the bounds of a class, and much like URLs.
+    const std::string_view bytes = i % 3 == 1 ? "-./09:@AZ[_`az{" : "abcdef.xyz0123-./:";
+    std::string text(64, '\0');
     for (char& c : text)
-      c = i % 2 == 0 ? static_cast<char>(random()) : "-./09:@AZ[_`az{"[random() % 15];
-    const vu::test::ExactCopy copy(text);
+      c = static_cast<char>(i % 3 == 0 ? random() : bytes[random() % bytes.size()]);
+    const std::size_t size = random() % 64;
+    std::string other = text.substr(0, size) + "://" + text;
     const auto expected = plainClasses(text);
-    for (const auto classify : {vu::detail::classifyBytes, vu::detail::classifyBytesByWords}) {
-      const auto found = classify(copy.view().data(), copy.view().size());
-      ASSERT_EQ(expected.name, found.name) << text;
-      ASSERT_EQ(expected.marks, found.marks) << text;
+    const auto host = vu::detail::findPlainHostByWords(text.data(), size);
+    for (const vu::detail::Way& way : vu::detail::everyWay()) {
+      const auto found = way.classify(text.data());
+      ASSERT_EQ(expected.beginnings, found.beginnings) << text;
       ASSERT_EQ(expected.dots, found.dots) << text;
-      ASSERT_EQ(expected.ends, found.ends) << text;
+      ASSERT_EQ(expected.others, found.others) << text;
+      ASSERT_TRUE(same(host, way.find(text.data(), size))) << text;
+      ASSERT_TRUE(same(host, way.find(other.data(), size))) << text << ' ' << size;
+      other[size] = '\0';
+      ASSERT_TRUE(text.find('\0') < size ||
+                  same(host, way.find(other.data(), vu::detail::kUpToNul)))
+          << text << ' ' << size;
     }
   }
+}
+
+/// A text may end where its memory does.
+TEST(Lookup, ReadsNoPageThatIsNotItsOwn) {
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  void* const room =
+      mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(MAP_FAILED, room);
+  char* const end = static_cast<char*>(room) + page;
+  ASSERT_EQ(0, mprotect(end, page, PROT_NONE));
+  const vu_cctld table(nullptr, "corp.xy");
+  const std::string url = "http://www." + std::string(50, 'a') + ".shop.xy/";
+  const auto found = [&table](const char* text) {
+    std::string domain;
+    unsigned ip = 0;
+    return messageOf([&] { table.lookup(text, domain, ip); }) + domain;
+  };
+  for (std::size_t size = 0; size <= url.size(); ++size) {
+    const std::string text = url.substr(url.size() - size);
+    text.copy(end - size, size);
+    EXPECT_EQ(table.classify(text).domain, table.classify({end - size, size}).domain);
+    std::memcpy(end - size - 1, text.c_str(), size + 1);
+    EXPECT_EQ(found(text.c_str()), found(end - size - 1));
+  }
+  munmap(room, 2 * page);
 }
 
 TEST(Lookup, ClassifySays) {
