@@ -20,7 +20,7 @@ struct Stack {
 // Reached on every search: the model spares the call that finds a library's thread data.
 thread_local Stack stack __attribute__((tls_model("initial-exec"))) = {0, 0};
 
-void findStack() noexcept {
+__attribute__((noinline)) void findStack() noexcept {
   stack.low = stack.high = UINTPTR_MAX;
   pthread_attr_t attributes;
   if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
