@@ -10,8 +10,8 @@
 
 namespace vu::detail {
 
-/// Every "</name>" of a text from `begin` on. Whoever asks goes through the text once, from there to
-/// its end, so that each closing tag is passed by once, however deep elements are nested.
+/// Every "</name>" of a text from `begin` on. Whoever asks goes through the text once, from there
+/// to its end, so that each closing tag is passed by once, however deep elements are nested.
 class ClosingTags {
  public:
   ClosingTags(std::string_view text, std::size_t begin);

@@ -8,8 +8,9 @@
 // For a pattern that begins with a group the just-in-time code of releases before 10.43 may deny a
 // match: "(ab|a)c*b" finds nothing in "ab". It remembers where a repetition has failed, but not
 // that going back may lead in front of that place. It looks for such repetitions from the pattern's
-// beginning on and gives up at the first item that it does not know: so it gets each pattern behind
-// a group that is repeated no times, which changes nothing else but costs a fifth of a longer search.
+// beginning on and gives up at the first item that it does not know: so those get each
+// pattern behind a group that is repeated no times, which changes nothing else but costs a fifth of
+// a longer search.
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>

@@ -6,8 +6,8 @@
 // back the name's last characters, one by one, to the attributes: the longest beginning of the name
 // that is closed is the tag then. Nothing else matches. So an index of closing tags answers all
 // that backtracking would try, in one pass over the text; by the expression itself, "<a><a><a>..."
-// takes time that grows with the square of its length, and "<ab    >...</a>" with its cube. Ordinary
-// texts do without the index.
+// takes time that grows with the square of its length, and "<ab    >...</a>" with its cube.
+// Ordinary texts do without the index.
 
 #include <climits>
 #include <string_view>

@@ -380,7 +380,8 @@ TEST(Tool, CipherFilesAppearWholeOrNotAtAll) {
     echo | vu decipher --force - old; ln -s nothing link; echo | vu encipher - link
     ls -A; cat old
     vu encipher --force old /dev/stdout >same; vu encipher old >other; cmp same other
-    mkfifo pipe; timeout 60 cat pipe & vu encipher old pipe; wait; ls -l pipe | head -c 1; rm -r $d)");
+    mkfifo pipe; timeout 60 cat pipe & vu encipher old pipe; wait; ls -l pipe | head -c 1
+    rm -r $d)");
   EXPECT_EQ("link\nold\nold\n", result.out.substr(0, 13));
   EXPECT_EQ(13U + 16U + 1U, result.out.size());
   EXPECT_EQ('p', result.out.back());

@@ -82,8 +82,8 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
             messageOf([&] { parser.composeXmldata(nullptr, nullptr, -1, empty, 5); }));
 }
 
-/// In a name and among attributes, near the text's end and far from it, where bytes are read many at
-/// a time.
+/// In a name and among attributes, near the text's end and far from it, where bytes are read many
+/// at a time.
 TEST(Xml, TellsEveryByteApart) {
   vu::test::PlainParser plain;
   vu_pcrexml parser;

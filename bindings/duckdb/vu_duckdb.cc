@@ -1,5 +1,5 @@
-// DuckDB's loadable extension, by its C interface for extensions: the look-up as functions of SQL, a
-// vector of rows a call.
+// DuckDB's loadable extension, by its C interface for extensions: the look-up as functions of SQL,
+// a vector of rows a call.
 //
 // A database has one table, opened by the first call that needs it, or by vu_table. Rows are
 // classified by any number of threads, each with the table that was there when its vector began.
@@ -26,8 +26,8 @@ using Table = std::shared_ptr<vu_table>;
 /// What the functions of one database share.
 class Database {
  public:
-  /// The table; where none is open yet, the one of VU_SUFFIXES or the system's. Null after a failure,
-  /// with its text in `message`.
+  /// The table; where none is open yet, the one of VU_SUFFIXES or the system's. Null after a
+  /// failure, with its text in `message`.
   Table table(std::string& message) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!table_) open(nullptr, message);
@@ -174,8 +174,8 @@ Database& databaseOf(duckdb_function_info info) {
   return **static_cast<Shared*>(duckdb_scalar_function_get_extra_info(info));
 }
 
-/// Sets what `part` makes of each row; NULL for a NULL of either argument. The message is empty when
-/// all is well.
+/// Sets what `part` makes of each row; NULL for a NULL of either argument. The message is empty
+/// when all is well.
 std::string fill(Database& database, duckdb_data_chunk rows, duckdb_vector results, Part part) {
   Table table;
   const bool hasMatch = duckdb_data_chunk_get_column_count(rows) > 1;
