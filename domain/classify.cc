@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "domain/classify_host.h"
 #include "domain/host.h"
 #include "domain/match.h"
 #include "domain/plain_name.h"
@@ -147,6 +148,16 @@ Cut decide(const Question& asked, std::string_view url, vu_domain& result) noexc
   return result;
 }
 
+/// An ordinary host. No call returns here: nothing needs saving.
+[[gnu::always_inline]] inline vu_domain classifyPlain(const vu_cctld& all, const SuffixTable& table,
+                                                      vu_match match,
+                                                      const PlainName& name) noexcept {
+  if (mayBeListed(table, match, name)) {
+    return classifyListed(all, table, match, name.text, name.place);
+  }
+  return {VU_SUCCESS, vu_host_kind::name, name.host(), name.domain(), {}};
+}
+
 vu_section sectionOf(const Cut& cut) noexcept {
   const unsigned sections = cut.rule.sections(cut.kind);
   if ((sections & vu::detail::kIcannRules) != 0) return vu_section::icann;
@@ -163,10 +174,15 @@ vu_rule_kind ruleOf(const Cut& cut) noexcept {
 vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
   const PlainName name = plainName(url);
   if (!name.place) return classifyAny(*this, *tldSet_, match, url);
-  if (mayBeListed(*tldSet_, match, name)) {
-    return classifyListed(*this, *tldSet_, match, url.data(), name.place);
+  return classifyPlain(*this, *tldSet_, match, name);
+}
+
+vu_domain vu_cctld::classify(const vu_host& host, vu_match match) const noexcept {
+  if (host.kind == vu_host_kind::name) {
+    const PlainName name = plainName(host.text);
+    if (name.place) return classifyPlain(*this, *tldSet_, match, name);
   }
-  return {VU_SUCCESS, vu_host_kind::name, name.host(), name.domain(), {}};
+  return vu::detail::classifyAnyHost(*this, host, match);
 }
 
 vu_reason vu_cctld::explain(std::string_view url, vu_match match,

@@ -1,6 +1,6 @@
 // Hosts that another rule has found: names are cut as if they stood alone, all else is passed on.
 
-#include <algorithm>
+#include "domain/classify_host.h"
 
 #include "domain/host.h"
 #include "vu/domain.h"
@@ -53,12 +53,11 @@ std::string_view partOf(const vu_host& host, vu_match match) noexcept {
 
 }  // namespace
 
-vu_domain vu_cctld::classify(const vu_host& host, vu_match match) const noexcept {
+vu_domain vu::detail::classifyAnyHost(const vu_cctld& table, const vu_host& host,
+                                      vu_match match) noexcept {
   if (host.kind != vu_host_kind::name) return passOn(host);
-  const vu_domain result = classify(host.text, match);
-  if (result.status != VU_COUNTRY_CODE_NOT_A_DOMAIN && !result.isAddress()) return result;
   const std::string_view part = partOf(host, match);
-  return asName(host, part, classify(part, match));
+  return asName(host, part, table.classify(part, match));
 }
 
 vu_reason vu_cctld::explain(const vu_host& host, vu_match match,

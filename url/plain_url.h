@@ -38,21 +38,14 @@ struct PlainScheme {
   std::int32_t port;
 };
 
-/// Eight bytes as one number, in whichever order the machine has them.
-inline std::uint64_t wordOf(const char* text) noexcept {
-  std::uint64_t word = 0;
-  std::memcpy(&word, text, sizeof word);
-  return word;
-}
-
 inline PlainScheme readPlainScheme(std::string_view url) noexcept {
   if (url.size() < 8) return {0, 80};
-  const std::uint64_t word = wordOf(url.data());
-  const std::uint64_t ofHttp = wordOf("\xFF\xFF\xFF\xFF\xFF\xFF\xFF");
-  // No branch depends on which of the two it is: nobody can predict that.
-  const bool isSecure = word == wordOf("https://");
-  const bool isPlain = (word & ofHttp) == wordOf("http://");
-  if (isSecure | isPlain) return {isSecure ? 8U : 7U, isSecure ? 443 : 80};
+  if (std::memcmp(url.data(), "http", 4) == 0) {
+    // No branch depends on which of the two it is: nobody can predict that.
+    const std::uint32_t secure = url[4] == 's' ? 1 : 0;
+    if (std::memcmp(url.data() + 4 + secure, "://", 3) != 0) return {0, 80};
+    return {7 + secure, secure != 0 ? 443 : 80};
+  }
   if (std::memcmp(url.data(), "ftp://", 6) == 0) return {6, 21};
   return {0, 80};
 }
@@ -65,16 +58,19 @@ inline bool endsInName(const char* host, std::size_t size, std::uint64_t dots) n
   return host[last] > '_';
 }
 
-/// Reads a port of at most five digits behind a colon; false where there is something else.
-inline bool readPlainPort(std::string_view url, std::size_t& at, std::int32_t own,
-                          std::int32_t& port) noexcept {
+struct PlainPort {
+  std::size_t end;
+  std::int32_t number;  ///< As in vu_host; too large for any port where it is no port.
+};
+
+/// Reads what stands behind a colon at a place: nothing, or up to five digits.
+inline PlainPort readPlainPort(std::string_view url, std::size_t at, std::int32_t own) noexcept {
   const std::size_t first = ++at;
   std::int32_t number = 0;
   while (at < url.size() && url[at] >= '0' && url[at] <= '9' && at - first < 5) {
     number = number * 10 + (url[at++] - '0');
   }
-  if (at > first && number != own) port = number;
-  return number <= 65535;
+  return {at, at > first && number != own ? number : -1};
 }
 
 /// The plain host of a URL, with a way to tell bytes apart.
@@ -89,15 +85,15 @@ PlainUrl findPlainUrl(std::string_view url, vu_url_text how) noexcept {
   const auto size = static_cast<std::uint32_t>(__builtin_ctzll(~bytes.plain));
   if (size == 0 || !endsInName(start, size, bytes.dots)) return kNone;
 
-  PlainUrl found{scheme.size, size, -1};
-  std::size_t at = std::size_t{scheme.size} + size;
-  if (at < url.size() && url[at] == ':') {
+  PlainPort port{std::size_t{scheme.size} + size, -1};
+  if (port.end < url.size() && url[port.end] == ':') {
+    port = readPlainPort(url, port.end, scheme.port);
     // Without a scheme, what is in front may be one.
-    if (scheme.size == 0 || !readPlainPort(url, at, scheme.port, found.port)) return kNone;
+    if (scheme.size == 0 || port.number > 65535) return kNone;
   }
-  const bool ends =
-      at == url.size() || url[at] == '/' || url[at] == '?' || url[at] == '#' || url[at] == '\\';
-  return ends ? found : kNone;
+  const char end = port.end < url.size() ? url[port.end] : '/';
+  if (end != '/' && end != '?' && end != '#' && end != '\\') return kNone;
+  return {scheme.size, size, port.number};
 }
 
 /// The host of any URL, with a way to tell bytes apart. No call returns here: nothing needs saving.
