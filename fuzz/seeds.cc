@@ -20,7 +20,10 @@ void unpack(const std::string& list, const std::string& folder) {
   std::ofstream words(folder + ".dict");
   for (const std::string& word : seeds.words) {
     words << '"' << std::hex;
-    for (const unsigned char c : word) words << "\\x" << c / 16 << c % 16;
+    for (const char c : word) {
+      const int byte = static_cast<unsigned char>(c);
+      words << "\\x" << byte / 16 << byte % 16;
+    }
     words << "\"\n";
   }
 }

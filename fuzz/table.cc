@@ -149,7 +149,7 @@ void forge(const std::string& input) {
   for (; at + 3 <= input.size() && at < 48 && input[at] != 0; at += 3) {
     const auto high = static_cast<vu::test::Byte>(input[at]);
     const auto low = static_cast<vu::test::Byte>(input[at + 1]);
-    block[(high << 8U | low) % block.size()] = input[at + 2];
+    block[(std::size_t{high} << 8 | low) % block.size()] = input[at + 2];
   }
   vu::detail::seal(block);
   vu_cctld table(nullptr);

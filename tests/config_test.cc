@@ -211,8 +211,9 @@ TEST(Store, GivesTypesThatFitTheLetter) {
       {"d", 'd', "-3"},   {"e", 'e', "0.5"},   {"l", 'l', "3"}, {"p", 'p', "no"},
       {"q", 'q', "text"}, {"u", 'u', "70000"}, {"none", 0, ""}, {}};
   const vu_config store(records);
-  const auto each = [&](const char* name) {
-    std::string all;
+  std::string all;
+  for (const config_helper* record = records; record->name != nullptr; ++record) {
+    const char* const name = record->name;
     const auto add = [&](auto get) {
       const std::string text = messageOf([&] { all += get(); });
       all += text.substr(0, text.find(" (loaded by program): wrong type [")) + "|";
@@ -222,15 +223,11 @@ TEST(Store, GivesTypesThatFitTheLetter) {
     add([&] { return val2str(store.get<unsigned int>(name)); });
     add([&] { return val2str(store.get<unsigned short>(name)); });
     add([&] { return store.get<std::string>(name); });
-    return all;
-  };
-  EXPECT_EQ("-3|d|d|d|d|", each("d"));
-  EXPECT_EQ("e|0.5|e|e|e|", each("e"));
-  EXPECT_EQ("l|l|3|l|l|", each("l"));
-  EXPECT_EQ("p|p|p|p (loaded by program): bad conversion [no]|p|", each("p"));
-  EXPECT_EQ("u|u|u|4464|u|", each("u"));
-  EXPECT_EQ("q|q|q|q|text|", each("q"));
-  EXPECT_EQ("none|none|none|none|none|", each("none"));
+  }
+  EXPECT_EQ(
+      "-3|d|d|d|d|e|0.5|e|e|e|l|l|3|l|l|p|p|p|p (loaded by program): bad conversion [no]|p|"
+      "q|q|q|q|text|u|u|u|4464|u|none|none|none|none|none|",
+      all);
   EXPECT_EQ("Unknown Get Parameter [x]", messageOf([&] { store.get<int>("x"); }));
   EXPECT_EQ("p (loaded by program): bad conversion [no]", messageOf([&] { store.check(); }));
 }
