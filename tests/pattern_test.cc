@@ -8,7 +8,10 @@
 #include <algorithm>
 #include <climits>
 #include <ctime>
+#include <fstream>
+#include <memory>
 #include <new>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -221,6 +224,22 @@ TEST(Pattern, SearchesOnAnyStack) {
   }
 }
 #endif
+
+/// A pattern takes little beside its code: the stack for that is its thread's.
+TEST(Pattern, ShareTheStackOfTheirThread) {
+  std::vector<std::unique_ptr<vu_pcre>> patterns;
+  const auto addressSpaceWith = [&](std::size_t count) {
+    while (patterns.size() < count) {
+      patterns.push_back(std::make_unique<vu_pcre>("(a|b)+c", 2, -1));
+      EXPECT_EQ(2, patterns.back()->execute("abc", 3, 0, 0));
+    }
+    long pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * (sysconf(_SC_PAGESIZE) / 1024);
+  };
+  const long before = addressSpaceWith(10);
+  EXPECT_LT(addressSpaceWith(2000) - before, 2000 * 12);  // KiB
+}
 
 /// What the just-in-time code cannot hold on its stack, the interpreter finds.
 TEST(Pattern, DeepMatchesAreFound) {
