@@ -9,6 +9,7 @@
 #include "domain/host.h"
 #include "domain/record.h"
 #include "vu/c.h"
+#include "vu/url_c.h"
 
 static_assert(VU_KIND_NONE == static_cast<int>(vu_rule_kind::none) &&
                   VU_KIND_DEFAULT == static_cast<int>(vu_rule_kind::standard) &&
@@ -27,6 +28,37 @@ namespace {
 /// The size of a record in the first release; no program knows of a smaller one.
 constexpr size_t kSmallestRecord = 48;
 
+vu_match matchOf(int rule) noexcept {
+  return rule == VU_RULE_SERVICE ? vu_match::shortest : vu_match::publicSuffix;
+}
+
+/// Sets the host that a record tells of; false when it cannot be meant.
+bool readHost(const char* text, const vu_host_record* record, vu_host& host) noexcept {
+  if (record == nullptr || record->kind > static_cast<std::uint8_t>(vu_host_kind::opaque) ||
+      (text == nullptr && record->text_length != 0)) {
+    return false;
+  }
+  host.kind = static_cast<vu_host_kind>(record->kind);
+  host.refused = static_cast<vu_host_refusal>(record->refused);
+  host.port = record->port;
+  if (text != nullptr) host.text = {text + record->text_start, record->text_length};
+  std::memcpy(host.address.data(), record->address, sizeof record->address);
+  return true;
+}
+
+bool areNarrowings(unsigned narrowing) noexcept {
+  constexpr unsigned kNarrowings = VU_NARROW_ICANN | VU_NARROW_LISTED;
+  return (narrowing & ~kNarrowings) == 0;
+}
+
+void setReason(const vu_reason& reason, vu_explanation& explanation, size_t size) noexcept {
+  std::memset(&explanation, 0, size);
+  explanation.status = reason.domain.status;
+  explanation.rule = static_cast<uint8_t>(reason.rule);
+  explanation.section = static_cast<uint8_t>(reason.section);
+  explanation.name = {reason.name.data(), reason.name.size()};
+}
+
 bool isRule(int rule) noexcept { return rule == VU_RULE_SERVICE || rule == VU_RULE_PUBLIC_SUFFIX; }
 
 /// `urls` and `offsets` are null only where there are none.
@@ -39,7 +71,7 @@ int classifyInto(const vu_table* table, int rule, const void* urls, size_t count
   }
   if (count == 0) return VU_OK;
   if (urls == nullptr || records == nullptr) return VU_ERROR_ARGUMENT;
-  classify(rule == VU_RULE_SERVICE ? vu_match::shortest : vu_match::publicSuffix);
+  classify(matchOf(rule));
   return VU_OK;
 }
 
@@ -54,7 +86,7 @@ int vu_classify(const vu_table* table, int rule, const char* url, size_t length,
   // What a caller of this release does, without a detour: engines ask for one row at a time.
   vu::detail::classifyInto(*record, table->suffixes,
                            url != nullptr ? std::string_view(url, length) : std::string_view(),
-                           rule == VU_RULE_SERVICE ? vu_match::shortest : vu_match::publicSuffix);
+                           matchOf(rule));
   return VU_OK;
 }
 
@@ -81,6 +113,18 @@ int vu_classify_texts(const vu_table* table, int rule, const vu_text* urls, size
   });
 }
 
+int vu_classify_host(const vu_table* table, int rule, const char* text,
+                     const struct vu_host_record* host, vu_record* record, size_t record_size) {
+  vu_host found;
+  if (table == nullptr || !isRule(rule) || record == nullptr || record_size < kSmallestRecord ||
+      !readHost(text, host, found)) {
+    return VU_ERROR_ARGUMENT;
+  }
+  std::memset(record, 0, record_size);
+  vu::detail::setFound(*record, {text, 0}, table->suffixes.classify(found, matchOf(rule)));
+  return VU_OK;
+}
+
 vu_text vu_suffix(const char* url, const vu_record* record) {
   if (url == nullptr || record == nullptr) return {nullptr, 0};
   const std::string_view domain(url + record->domain_start, record->domain_length);
@@ -94,18 +138,25 @@ vu_text vu_suffix(const char* url, const vu_record* record) {
 
 int vu_explain(const vu_table* table, int rule, unsigned narrowing, const char* url, size_t length,
                vu_explanation* explanation, size_t explanation_size) {
-  constexpr unsigned kNarrowings = VU_NARROW_ICANN | VU_NARROW_LISTED;
-  if (table == nullptr || !isRule(rule) || (narrowing & ~kNarrowings) != 0 ||
-      explanation == nullptr || explanation_size < sizeof *explanation) {
+  if (table == nullptr || !isRule(rule) || !areNarrowings(narrowing) || explanation == nullptr ||
+      explanation_size < sizeof *explanation) {
     return VU_ERROR_ARGUMENT;
   }
   const std::string_view text = url != nullptr ? std::string_view(url, length) : std::string_view();
-  std::memset(explanation, 0, explanation_size);
-  const vu_reason reason = table->suffixes.explain(
-      text, rule == VU_RULE_SERVICE ? vu_match::shortest : vu_match::publicSuffix, narrowing);
-  explanation->status = reason.domain.status;
-  explanation->rule = static_cast<uint8_t>(reason.rule);
-  explanation->section = static_cast<uint8_t>(reason.section);
-  explanation->name = {reason.name.data(), reason.name.size()};
+  setReason(table->suffixes.explain(text, matchOf(rule), narrowing), *explanation,
+            explanation_size);
+  return VU_OK;
+}
+
+int vu_explain_host(const vu_table* table, int rule, unsigned narrowing, const char* text,
+                    const struct vu_host_record* host, vu_explanation* explanation,
+                    size_t explanation_size) {
+  vu_host found;
+  if (table == nullptr || !isRule(rule) || !areNarrowings(narrowing) || explanation == nullptr ||
+      explanation_size < sizeof *explanation || !readHost(text, host, found)) {
+    return VU_ERROR_ARGUMENT;
+  }
+  setReason(table->suffixes.explain(found, matchOf(rule), narrowing), *explanation,
+            explanation_size);
   return VU_OK;
 }

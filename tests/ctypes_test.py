@@ -25,6 +25,13 @@ class Explanation(ctypes.Structure):
                 ("reserved", c_uint8 * 2), ("name", Text)]
 
 
+class Host(ctypes.Structure):
+    _fields_ = [("kind", c_uint8), ("refused", c_uint8), ("in_buffer", c_uint8), ("byte", c_uint8),
+                ("port", ctypes.c_int32), ("source_start", c_uint32), ("source_length", c_uint32),
+                ("text_start", c_uint32), ("text_length", c_uint32), ("address", c_uint8 * 16),
+                ("reserved", c_uint32 * 2)]
+
+
 vu = ctypes.CDLL(sys.argv[1])
 vu.vu_table_rules.restype = c_uint64
 for name in ("code_text", "status_text", "library_version", "table_path", "table_system_path"):
@@ -138,6 +145,19 @@ for rule, narrowing, url, expected in (
     equal(OK, vu.vu_explain(table, rule, narrowing, url, c_size_t(len(url)), byref(why), room))
     name = ctypes.string_at(why.name.data, why.name.size) if why.name.size else b""
     equal((url, expected), (url, (why.status, why.rule, why.section, name)))
+# Hosts as browsers see them: what is in front of them is not looked at.
+for kind, refused, text, expected in (
+        (1, 0, b"a.b.ck", (0, b"a.b.ck", 3)), (1, 0, b"b_.a..x.co.uk", (0, b"x.co.uk", 2)),
+        (1, 0, b"co.uk", (204, b"", 2)), (3, 0, b"[::1]", (0, b"[::1]", 0)), (0, 0, b"", (201, b"", 0)),
+        (0, 9, b"", (202, b"", 0)), (4, 0, b"a.b", (202, b"", 0))):
+    host = Host(kind=kind, refused=refused, text_start=4, text_length=len(text))
+    within = b"x://" + text
+    equal(OK, vu.vu_classify_host(table, PUBLIC_SUFFIX, within, byref(host), byref(record), size))
+    equal(OK, vu.vu_explain_host(table, PUBLIC_SUFFIX, 0, within, byref(host), byref(why), room))
+    domain = within[record.domain_start:record.domain_start + record.domain_length]
+    equal((text, record.status, expected), (text, why.status, (record.status, domain, why.rule)))
+host.kind = 5
+equal(ARGUMENT, vu.vu_classify_host(table, SERVICE, b"", byref(host), byref(record), size))
 equal(ARGUMENT, vu.vu_explain(table, SERVICE, 4, b"a", c_size_t(1), byref(why), room))
 equal(ARGUMENT, vu.vu_explain(table, SERVICE, 0, b"a", c_size_t(1), byref(why), c_size_t(8)))
 vu.vu_table_close(table)

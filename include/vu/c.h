@@ -130,6 +130,17 @@ int vu_classify_offsets64(const vu_table* table, int rule, const char* bytes,
 int vu_classify_texts(const vu_table* table, int rule, const vu_text* urls, size_t count,
                       vu_record* records, size_t record_size);
 
+/// What vu_browser_host in <vu/url_c.h>, of libvu-url, makes of a URL.
+struct vu_host_record;
+
+/// Classifies a host as browsers see it. `text` is what `text_start` of `*host` counts from, the
+/// buffer or the URL, and so do the starts of `*record`; it may be null where there is no host. A
+/// name is cut; where it is no chain of labels, VU_RULE_PUBLIC_SUFFIX cuts what of its end is one.
+/// An address is a domain itself. Where there is no host the status is 201, after a refusal and for
+/// an opaque host 202. VU_OK, or VU_ERROR_ARGUMENT.
+int vu_classify_host(const vu_table* table, int rule, const char* text,
+                     const struct vu_host_record* host, vu_record* record, size_t record_size);
+
 /// What the domain of a record is registered under, within the `url` that the record is of: the
 /// domain less its first label. Empty for an address, a refusal and an empty host; no text for
 /// null.
@@ -169,6 +180,11 @@ typedef struct vu_explanation {
 /// Tells which rule decided about a URL. VU_OK, or VU_ERROR_ARGUMENT.
 int vu_explain(const vu_table* table, int rule, unsigned narrowing, const char* url, size_t length,
                vu_explanation* explanation, size_t explanation_size);
+
+/// The same for a host as vu_classify_host takes it, of which only a name has a rule.
+int vu_explain_host(const vu_table* table, int rule, unsigned narrowing, const char* text,
+                    const struct vu_host_record* host, vu_explanation* explanation,
+                    size_t explanation_size);
 
 #pragma GCC visibility pop
 #ifdef __cplusplus
