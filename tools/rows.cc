@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
 #include "tools/terminal.h"
+#include "vu/c.h"
 
 namespace vu::tool {
 namespace {
@@ -90,15 +92,19 @@ Cell subdomainOf(const vu_domain& found) {
   if (found.isAddress() || found.domain.empty() || found.domain.data() == found.host.data()) {
     return {};
   }
-  const auto length = static_cast<std::size_t>(found.domain.data() - found.host.data()) - 1;
-  return found.host.substr(0, length);
+  // The service's rule also skips what is no label, without a dot.
+  const auto length = static_cast<std::size_t>(found.domain.data() - found.host.data());
+  return found.host.substr(0, found.host[length - 1] == '.' ? length - 1 : length);
 }
 
 /// What a domain is registered under: all but its first label.
 Cell suffixOf(const vu_domain& found, std::string_view domain) {
-  const std::size_t dot = domain.find('.');
-  if (found.isAddress() || dot == std::string_view::npos) return {};
-  return domain.substr(dot + 1);
+  vu_record record{};
+  record.kind = static_cast<std::uint8_t>(found.kind);
+  record.domain_length = static_cast<std::uint32_t>(domain.size());
+  const vu_text suffix = vu_suffix(domain.data(), &record);
+  if (suffix.size == 0) return {};
+  return std::string_view(suffix.data, suffix.size);
 }
 
 Cell sectionOf(const vu_reason& reason) {
