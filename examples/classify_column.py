@@ -9,5 +9,5 @@ with tempfile.NamedTemporaryFile("w", suffix=".txt") as file:
     suffixes = vu.Suffixes(file.name, match="public-suffix")
 
 print(suffixes.classify("http://www.shop.co.uk:8080/index.html").domain)
-print(suffixes.classify("user@shop.co.uk").reason)
-print(suffixes.domains(["http://a.shop.co.uk/", None, "user@shop.co.uk", "192.0.2.17/x"]))
+print(suffixes.classify("http://co.uk/").reason)
+print(suffixes.domains(["http://a.shop.co.uk/", None, "http://co.uk/", "192.0.2.17/x"]))

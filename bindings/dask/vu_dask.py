@@ -26,28 +26,30 @@ import vu
 __all__ = ["Table"]
 
 # What this process has opened. Kept, since a worker runs many parts with one table.
-_opened: Dict[Tuple[str, str], vu.Suffixes] = {}
+_opened: Dict[Tuple[str, str, str], vu.Suffixes] = {}
 _opening = threading.Lock()
 
 
 class Table:
     """A table of suffixes for any number of workers.
 
-    ``path`` and ``match`` are those of vu.Suffixes, which reads the file here and now: a table that
-    does not open raises vu.TableError before any work is sent.
+    ``path``, ``match`` and ``host`` are those of vu.Suffixes, which reads the file here and now: a
+    table that does not open raises vu.TableError before any work is sent.
     """
 
-    def __init__(self, path: Any = None, *, match: str = "shortest") -> None:
-        with open(vu.Suffixes(path, match=match).path, "rb") as file:
+    def __init__(self, path: Any = None, *, match: str = "shortest",
+                 host: str = "browser") -> None:
+        with open(vu.Suffixes(path, match=match, host=host).path, "rb") as file:
             self._content = file.read()
         #: SHA-256 of the file, in hexadecimal digits.
         self.checksum = hashlib.sha256(self._content).hexdigest()
         self.match = match
+        self.host = host
         self.suffixes()  # what was read, in case the file was replaced meanwhile
 
     def suffixes(self) -> vu.Suffixes:
         """The table, opened in this process. Raises ValueError when it is not the one that was sent."""
-        key = (self.checksum, self.match)
+        key = (self.checksum, self.match, self.host)
         with _opening:
             if key not in _opened:
                 found = hashlib.sha256(self._content).hexdigest()
@@ -56,11 +58,11 @@ class Table:
                 with tempfile.NamedTemporaryFile(prefix="vu-") as file:
                     file.write(self._content)
                     file.flush()
-                    _opened[key] = vu.Suffixes(file.name, match=self.match)
+                    _opened[key] = vu.Suffixes(file.name, match=self.match, host=self.host)
             return _opened[key]
 
-    def __dask_tokenize__(self) -> Tuple[str, str, str]:
-        return "vu_dask.Table", self.checksum, self.match
+    def __dask_tokenize__(self) -> Tuple[str, str, str, str]:
+        return "vu_dask.Table", self.checksum, self.match, self.host
 
     def domains(self, urls: Any) -> Any:
         """The registered domain of each URL, None where there is none: a Bag of a Bag, a Series of

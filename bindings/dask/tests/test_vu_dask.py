@@ -92,8 +92,8 @@ def test_a_lost_worker_loses_nothing(table, tmp_path):
         for i in range(count):
             file.write(("http://www.shop%d.co.uk/%d\n", "a%d.ltd.co.uk\n", "user%d@x.co.uk/%d\n",
                         "10.0.0.%d/%d\n")[i % 4].replace("%d", str(i % 997), 1).replace("%d", str(i)))
-    rows = subprocess.run([os.environ["VU_TOOL"], "classify", "--host", "service", "--format", "tsv",
-                           "--suffixes", "suffixes.txt", "--allow-refused", "--file", "urls.txt"],
+    rows = subprocess.run([os.environ["VU_TOOL"], "classify", "--format", "tsv", "--suffixes",
+                           "suffixes.txt", "--allow-refused", "--file", "urls.txt"],
                           capture_output=True, text=True, check=True).stdout.splitlines()
     expected = [row.split("\t")[2] or None for row in rows]
     assert len(expected) == count

@@ -49,45 +49,51 @@ void checkShape(const ArrowArray& array) {
   }
 }
 
-int classifyRows(const Suffixes& suffixes, const char* bytes, const std::int32_t* offsets,
-                 std::size_t count, vu_record* records) {
-  return vu_classify_offsets32(suffixes.table(), suffixes.rule(), bytes, offsets, count, records,
-                               sizeof *records);
-}
-
-int classifyRows(const Suffixes& suffixes, const char* bytes, const std::int64_t* offsets,
-                 std::size_t count, vu_record* records) {
-  return vu_classify_offsets64(suffixes.table(), suffixes.rule(), bytes, offsets, count, records,
-                               sizeof *records);
+/// The texts of a part of an array: as many as fit one chunk, from `start` on. None for what is
+/// missing, and for offsets that run backwards.
+template <typename Offset>
+std::size_t textsOf(const ArrowArray& array, std::size_t start, std::vector<vu_text>& texts) {
+  const auto* const valid = static_cast<const std::uint8_t*>(array.buffers[0]);
+  const auto* const offsets = static_cast<const Offset*>(array.buffers[1]) + array.offset + start;
+  const auto* const bytes = static_cast<const char*>(array.buffers[2]);
+  const std::size_t most = std::min(texts.size(), static_cast<std::size_t>(array.length) - start);
+  const auto first = static_cast<std::size_t>(array.offset) + start;
+  std::size_t total = 0;
+  std::size_t count = 0;
+  for (; count < most && total < kChunkBytes; ++count) {
+    const std::size_t bit = first + count;
+    const Offset from = offsets[count];
+    const Offset to = offsets[count + 1];
+    texts[count] = {nullptr, 0};
+    if (valid != nullptr && (valid[bit / 8] >> (bit % 8) & 1) == 0) continue;
+    if (from < 0 || to < from) continue;
+    // An engine may leave out the bytes where all its texts are empty.
+    texts[count] = {bytes != nullptr ? bytes + from : "", static_cast<std::size_t>(to - from)};
+    total += texts[count].size;
+  }
+  return count;
 }
 
 template <typename Offset>
 void appendDomains(const Suffixes& suffixes, const ArrowArray& array, StringColumn& domains) {
-  const auto* const valid = static_cast<const std::uint8_t*>(array.buffers[0]);
-  const auto* const offsets = static_cast<const Offset*>(array.buffers[1]) + array.offset;
-  const auto* const bytes = static_cast<const char*>(array.buffers[2]);
   const auto length = static_cast<std::size_t>(array.length);
-  const auto first = static_cast<std::size_t>(array.offset);
-  std::vector<vu_record> records(std::min(kChunk, length));
-  for (std::size_t start = 0; start < length; start += kChunk) {
-    const std::size_t count = std::min(kChunk, length - start);
+  std::vector<vu_text> texts(std::min(kChunk, length));
+  std::vector<vu_record> records(texts.size());
+  std::deque<std::string> rooms;
+  for (std::size_t start = 0; start < length;) {
     {
       const py::gil_scoped_release others;
-      classifyRows(suffixes, bytes, offsets + start, count, records.data());
+      const std::size_t count = textsOf<Offset>(array, start, texts);
+      suffixes.find(texts.data(), count, records.data(), rooms);
       domains.reserve(count);
       for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t bit = first + start + i;
-        const bool there = valid == nullptr || (valid[bit / 8] >> (bit % 8) & 1) != 0;
-        const vu_record& found = records[i];
-        if (there && found.status == 0) {
-          domains.append(found.domain_length == 0
-                             ? std::string_view("")
-                             : std::string_view(bytes + offsets[start + i] + found.domain_start,
-                                                found.domain_length));
+        if (records[i].status == 0) {
+          domains.append({texts[i].data + records[i].domain_start, records[i].domain_length});
         } else {
           domains.appendMissing();
         }
       }
+      start += count;
     }
     stopIfAsked();
   }

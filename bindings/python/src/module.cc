@@ -12,7 +12,9 @@ namespace {
 /// Called by the interpreter itself: pybind11's way to a function takes longer than a look-up.
 PyObject* classify(PyObject* self, PyObject* url) {
   try {
-    return py::cast<const Suffixes&>(py::handle(self)).classify(url).release().ptr();
+    return vu::python::resultOf(self, py::cast<const Suffixes&>(py::handle(self)), url)
+        .release()
+        .ptr();
   } catch (py::error_already_set& failure) {
     failure.restore();
   } catch (const py::builtin_exception& failure) {
@@ -29,18 +31,20 @@ PyMethodDef classifyMethod = {"classify", classify, METH_O,
                               ">>> result = suffixes.classify(\"http://www.shop.co.uk/a\")\n"
                               ">>> result.subdomain, result.domain, result.suffix\n"
                               "('www', 'shop.co.uk', 'co.uk')\n"
-                              ">>> suffixes.classify(\"user@shop.co.uk\")\n"
-                              "<vu.Result status=202 'COUNTRY CODE - NOT A DOMAIN'>\n"};
+                              ">>> suffixes.classify(\"http://co.uk/\")\n"
+                              "<vu.Result status=204 'COUNTRY CODE - PURE DOMAIN'>\n"};
 
 void defineSuffixes(py::module_& module) {
   py::class_<Suffixes> suffixes(module, "Suffixes");
   suffixes
-      .def(py::init<const py::object&, const std::string&>(), py::arg("path") = py::none(),
-           py::kw_only(), py::arg("match") = "shortest")
+      .def(py::init<const py::object&, const std::string&, const std::string&>(),
+           py::arg("path") = py::none(), py::kw_only(), py::arg("match") = "shortest",
+           py::arg("host") = "browser")
       .def("_domains_of_list", &Suffixes::domainsOfList)
       .def("_domains_of_arrow", &Suffixes::domainsOfArrow)
       .def_property_readonly("path", &Suffixes::path, "The file that is open.")
       .def_property_readonly("match", &Suffixes::match, "The rule: shortest or public-suffix.")
+      .def_property_readonly("host", &Suffixes::host, "Whose host: browser or service.")
       .def_property_readonly("rules", &Suffixes::rules, "How many rules the table has.");
   suffixes.attr("classify") = py::reinterpret_steal<py::object>(
       PyDescr_NewMethod(reinterpret_cast<PyTypeObject*>(suffixes.ptr()), &classifyMethod));

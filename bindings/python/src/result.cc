@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "suffixes.h"
 #include <arpa/inet.h>
 
 namespace vu::python {
@@ -15,7 +16,9 @@ constexpr std::uint8_t kIpv6 = 3;
 
 struct Result {
   PyObject_HEAD PyObject* url;
-  Text text;
+  PyObject* suffixes;     // keeps the table
+  const Suffixes* table;  // in `suffixes`
+  Text text;              // what the record counts from: the URL, or its host as browsers see it
   vu_record record;
 
   bool hasDomain() const { return record.status == 0; }
@@ -33,6 +36,7 @@ const Result& asResult(PyObject* object) { return *reinterpret_cast<Result*>(obj
 void destroy(PyObject* object) {
   auto* const result = reinterpret_cast<Result*>(object);
   Py_DECREF(result->url);
+  Py_DECREF(result->suffixes);
   result->text.~Text();
   PyTypeObject* const type = Py_TYPE(object);
   type->tp_free(object);
@@ -69,6 +73,26 @@ py::object address(const Result& result) {
   inet_ntop(result.record.kind == kIpv4 ? AF_INET : AF_INET6, result.record.address, text,
             sizeof text);
   return py::str(text);
+}
+
+py::object rule(const Result& result) {
+  constexpr const char* kMarks[] = {"", "*", "", "*.", "!"};
+  const vu_explanation why = result.table->explain(result.text.bytes, result.record);
+  if (why.rule == VU_KIND_NONE) return py::none();
+  std::string listed = kMarks[why.rule];
+  if (why.name.size != 0) listed.append(why.name.data, why.name.size);
+  return strOf(listed);
+}
+
+py::object section(const Result& result) {
+  switch (result.table->explain(result.text.bytes, result.record).section) {
+    case VU_SECTION_ICANN:
+      return py::str("icann");
+    case VU_SECTION_PRIVATE:
+      return py::str("private");
+    default:
+      return py::none();
+  }
 }
 
 py::object status(const Result& result) { return py::int_(result.record.status); }
@@ -116,7 +140,8 @@ PyGetSetDef parts[] = {
     {"url", get<url>, nullptr, "The URL as it was given.", nullptr},
     {"status", get<status>, nullptr, "0, or why there is no domain: 201 to 204, 1003.", nullptr},
     {"reason", get<reason>, nullptr, "The text of the status.", nullptr},
-    {"host", get<host>, nullptr, "The host within the URL; None when there is none.", nullptr},
+    {"host", get<host>, nullptr, "The host, as it was looked for; None when there is none.",
+     nullptr},
     {"domain", get<domain>, nullptr, "The registered domain or the address; None after a refusal.",
      nullptr},
     {"suffix", get<suffix>, nullptr,
@@ -125,6 +150,13 @@ PyGetSetDef parts[] = {
      nullptr},
     {"subdomain", get<subdomain>, nullptr,
      "What stands in front of the domain, without the dot; None after a refusal.", nullptr},
+    {"rule", get<rule>, nullptr,
+     "The rule that decided, as it is listed; \"*\" where none is, None where none decided.",
+     nullptr},
+    {"section", get<section>, nullptr,
+     "The section of the Public Suffix List that the rule is in, \"icann\" or \"private\", or "
+     "None.",
+     nullptr},
     {"address", get<address>, nullptr,
      "The address in its usual form; None when the host is a name.", nullptr},
     {}};
@@ -151,15 +183,23 @@ void defineResult(py::module_& module) {
   resultType = reinterpret_cast<PyTypeObject*>(type.release().ptr());
 }
 
-py::object resultOf(const vu_table* table, vu_rule rule, py::handle url) {
+py::object resultOf(py::handle suffixes, const Suffixes& table, py::handle url) {
   Text text = textOf(url);
+  std::string room;
+  vu_record record;
+  table.find(text.bytes, room, record);
+  if (!room.empty()) {
+    text.owner = py::bytes(room);
+    text.bytes = {PyBytes_AS_STRING(text.owner.ptr()), room.size()};
+  }
   PyObject* const object = resultType->tp_alloc(resultType, 0);
   if (object == nullptr) throw py::error_already_set();
   auto* const result = reinterpret_cast<Result*>(object);
   result->url = url.inc_ref().ptr();
+  result->suffixes = suffixes.inc_ref().ptr();
+  result->table = &table;
   new (&result->text) Text(std::move(text));
-  vu_classify(table, rule, result->text.bytes.data(), result->text.bytes.size(), &result->record,
-              sizeof result->record);
+  result->record = record;
   return py::reinterpret_steal<py::object>(object);
 }
 

@@ -13,6 +13,8 @@ namespace vu::python {
 
 namespace py = pybind11;
 
+class Suffixes;
+
 /// The bytes of a str or bytes object, and whoever owns them: the object, or the bytes of a str
 /// that UTF-8 has none for.
 struct Text {
@@ -34,8 +36,8 @@ py::str strOf(std::string_view bytes);
 /// make as the look-up itself.
 void defineResult(py::module_& module);
 
-/// A Result of a URL.
-py::object resultOf(const vu_table* table, vu_rule rule, py::handle url);
+/// A Result of a URL. `suffixes` is the object of Python's that `table` is in: it is kept.
+py::object resultOf(py::handle suffixes, const Suffixes& table, py::handle url);
 
 }  // namespace vu::python
 

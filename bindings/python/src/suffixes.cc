@@ -3,16 +3,60 @@
 #include <algorithm>
 #include <vector>
 
+#include <vu/host.h>
+#include <vu/url_c.h>
+
 namespace vu::python {
 namespace {
 
 constexpr char kShortest[] = "shortest";
 constexpr char kPublicSuffix[] = "public-suffix";
+constexpr char kBrowser[] = "browser";
+constexpr char kService[] = "service";
 
 vu_rule ruleOf(const std::string& match) {
   if (match == kShortest) return VU_RULE_SERVICE;
   if (match == kPublicSuffix) return VU_RULE_PUBLIC_SUFFIX;
   throw py::value_error("match is \"shortest\" or \"public-suffix\", not \"" + match + "\"");
+}
+
+bool isBrowser(const std::string& host) {
+  if (host == kBrowser) return true;
+  if (host == kService) return false;
+  throw py::value_error("host is \"browser\" or \"service\", not \"" + host + "\"");
+}
+
+/// The host that a browser goes to; `text` becomes what it is in: itself or `room`. Most hosts
+/// stand in their URL or are short; a canonical text in ASCII is no longer than its source, and
+/// others stay below the bound of that.
+vu_host_record browserHost(std::string_view& text, std::string& room) {
+  constexpr auto kNoRoom = static_cast<std::uint8_t>(vu_host_refusal::noRoom);
+  char buffer[256];
+  vu_host_record host;
+  const auto find = [&](char* start, std::size_t size) {
+    vu_browser_host(text.data(), text.size(), VU_TEXT_TYPED, start, size, &host, sizeof host);
+    return host.refused != kNoRoom;
+  };
+  const bool isShort = find(buffer, sizeof buffer);
+  if (!isShort) {
+    room.resize(host.source_length);
+    if (!find(room.data(), room.size())) {
+      room.resize(vu_browser_host_bound(host.source_length));
+      find(room.data(), room.size());
+    }
+  }
+  if (host.text_in_buffer == 0) {
+    room.clear();
+    return host;
+  }
+  const std::size_t size = host.text_start + std::size_t{host.text_length};
+  if (isShort) {
+    room.assign(buffer, size);
+  } else {
+    room.resize(size);
+  }
+  text = room;
+  return host;
 }
 
 [[noreturn]] void raiseTableError(int code, const char* message) {
@@ -23,7 +67,8 @@ vu_rule ruleOf(const std::string& match) {
 
 }  // namespace
 
-Suffixes::Suffixes(const py::object& path, const std::string& match) : rule_(ruleOf(match)) {
+Suffixes::Suffixes(const py::object& path, const std::string& match, const std::string& host)
+    : rule_(ruleOf(match)), asBrowsers_(isBrowser(host)) {
   std::string file;
   if (!path.is_none()) {
     file = py::module_::import("os").attr("fsencode")(path).cast<std::string>();
@@ -44,6 +89,47 @@ Suffixes::Suffixes(const py::object& path, const std::string& match) : rule_(rul
 }
 
 std::string Suffixes::match() const { return rule_ == VU_RULE_SERVICE ? kShortest : kPublicSuffix; }
+std::string Suffixes::host() const { return asBrowsers_ ? kBrowser : kService; }
+
+void Suffixes::find(std::string_view& text, std::string& room, vu_record& record) const {
+  if (!asBrowsers_ || text.empty()) {
+    room.clear();
+    vu_classify(table_.get(), rule_, text.data(), text.size(), &record, sizeof record);
+    return;
+  }
+  const vu_host_record host = browserHost(text, room);
+  vu_classify_host(table_.get(), rule_, text.data(), &host, &record, sizeof record);
+}
+
+void Suffixes::find(vu_text* texts, std::size_t count, vu_record* records,
+                    std::deque<std::string>& rooms) const {
+  if (!asBrowsers_) {
+    vu_classify_texts(table_.get(), rule_, texts, count, records, sizeof *records);
+    return;
+  }
+  rooms.clear();
+  std::string room;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::string_view text(texts[i].data, texts[i].size);
+    find(text, room, records[i]);
+    if (!room.empty()) text = rooms.emplace_back(room);
+    texts[i] = {text.data(), text.size()};
+  }
+}
+
+vu_explanation Suffixes::explain(std::string_view text, const vu_record& record) const {
+  vu_explanation why{};
+  if (!asBrowsers_) {
+    vu_explain(table_.get(), rule_, 0, text.data(), text.size(), &why, sizeof why);
+  } else {
+    vu_host_record host{};
+    host.kind = record.kind;
+    host.text_start = record.host_start;
+    host.text_length = record.host_length;
+    vu_explain_host(table_.get(), rule_, 0, text.data(), &host, &why, sizeof why);
+  }
+  return why;
+}
 
 py::list Suffixes::domainsOfList(const py::sequence& urls) const {
   const auto fast = py::reinterpret_steal<py::object>(
@@ -54,9 +140,12 @@ py::list Suffixes::domainsOfList(const py::sequence& urls) const {
   std::vector<py::object> owners(kChunk);
   std::vector<vu_text> texts(kChunk);
   std::vector<vu_record> records(kChunk);
+  std::deque<std::string> rooms;
   for (Py_ssize_t next = 0; next < PySequence_Fast_GET_SIZE(fast.ptr());) {
     std::size_t count = 0;
-    for (; count < kChunk && next < PySequence_Fast_GET_SIZE(fast.ptr()); ++count, ++next) {
+    std::size_t bytes = 0;
+    for (; count < kChunk && bytes < kChunkBytes && next < PySequence_Fast_GET_SIZE(fast.ptr());
+         ++count, ++next) {
       const py::handle item = PySequence_Fast_GET_ITEM(fast.ptr(), next);
       if (isMissing(item)) {
         owners[count] = py::object();
@@ -66,11 +155,11 @@ py::list Suffixes::domainsOfList(const py::sequence& urls) const {
       Text text = textOf(item);
       owners[count] = std::move(text.owner);
       texts[count] = {text.bytes.data(), text.bytes.size()};
+      bytes += text.bytes.size();
     }
     {
       const py::gil_scoped_release others;
-      vu_classify_texts(table_.get(), rule_, texts.data(), count, records.data(),
-                        sizeof(vu_record));
+      find(texts.data(), count, records.data(), rooms);
     }
     for (std::size_t i = 0; i < count; ++i) {
       py::object domain = py::none();

@@ -1,7 +1,16 @@
 import pytest
 import vu
 
-RULES = "co.uk 3\nltd.co.uk 4\n*.ck 3\n!www.ck 2\n"
+RULES = """// ===BEGIN ICANN DOMAINS===
+co.uk
+ltd.co.uk
+*.ck
+!www.ck
+// ===END ICANN DOMAINS===
+// ===BEGIN PRIVATE DOMAINS===
+blog.xy
+// ===END PRIVATE DOMAINS===
+"""
 
 
 @pytest.fixture(scope="session")
@@ -11,6 +20,8 @@ def path(tmp_path_factory):
     return file
 
 
-@pytest.fixture(params=["shortest", "public-suffix"])
+@pytest.fixture(params=[("shortest", "service"), ("public-suffix", "service"),
+                        ("shortest", "browser"), ("public-suffix", "browser")])
 def suffixes(path, request):
-    return vu.Suffixes(path, match=request.param)
+    match, host = request.param
+    return vu.Suffixes(path, match=match, host=host)

@@ -25,11 +25,17 @@ __version__ = library_version
 
 
 class Suffixes(_vu.Suffixes):
-    """A table of suffixes, and the rule that it is read by. Never changes; any thread may use it.
+    """A table of suffixes, and the rules that it is read by. Never changes; any thread may use it.
 
     ``path`` is the table's file; by default the one that VU_SUFFIXES names, else the system's.
     ``match`` is "shortest", the service's own rule, or "public-suffix", the one of the Public
-    Suffix List. Raises TableError when the file does not open.
+    Suffix List. ``host`` is "browser", the host that a browser goes to, or "service", what
+    reputation was always kept by. Raises TableError when the file does not open.
+
+    >>> trick = "http://google.com:80@EVIL.co.uk/"
+    >>> [vu.Suffixes("suffixes.txt", host=host).classify(trick).domain
+    ...  for host in ("browser", "service")]
+    ['evil.co.uk', 'google.com']
 
     >>> vu.Suffixes("no-such-file")
     Traceback (most recent call last):
@@ -72,11 +78,12 @@ file or directory
 
     def __reduce__(self) -> Any:
         """Where the file is goes to other processes, not what is in it."""
-        return _open, (self.path, self.match)
+        return _open, (self.path, self.match, self.host)
 
     def __repr__(self) -> str:
-        return f"<vu.Suffixes path={self.path!r} match={self.match!r} rules={self.rules}>"
+        return (f"<vu.Suffixes path={self.path!r} match={self.match!r} host={self.host!r} "
+                f"rules={self.rules}>")
 
 
-def _open(path: str, match: str) -> Suffixes:
-    return Suffixes(path, match=match)
+def _open(path: str, match: str, host: str) -> Suffixes:
+    return Suffixes(path, match=match, host=host)
