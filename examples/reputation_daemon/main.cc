@@ -66,7 +66,8 @@ void run(int argc, char** argv) {
   const unsigned char salt[] = {'u', 'p', 'd', 'a', 't', 'e', 's'};
   const auto key = std::make_shared<const vu_key>(store.getParam("passphrase").c_str(), salt,
                                                   static_cast<int>(sizeof salt), 1000);
-  Shared shared(Settings(store), key);
+  Shared shared{std::make_shared<const Settings>(store),
+                vu_shared_cctld(store.getParam("suffixes").c_str()), key};
   auto queries = store.get<unsigned short>("queries");
   auto updates = store.get<unsigned short>("updates");
   const Sockets sockets{open(SOCK_STREAM, queries), open(SOCK_DGRAM, queries),

@@ -4,8 +4,7 @@
 #define REPUTATION_DAEMON_REPUTATIONS_H_
 
 #include <array>
-#include <deque>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -22,15 +21,7 @@ class Reputations {
   int store(const Update& update, int patience) {
     const vu_writelock writing(lock_, patience);
     if (!writing.owns_lock()) return writing.result();
-    for (const auto& [key, score] : update) {
-      const auto known = entries_.find(Entry(key.data()));
-      if (known != entries_.end()) {
-        *known->data() = score;
-      } else {
-        scores_.push_back(score);
-        entries_.emplace(key.data(), &scores_.back());
-      }
-    }
+    for (const auto& [key, score] : update) scores_[key] = score;
     return 0;
   }
 
@@ -38,26 +29,21 @@ class Reputations {
   int find(const Key& key, int patience, int& score) const {
     const vu_readlock reading(lock_, patience);
     if (!reading.owns_lock()) return reading.result();
-    const auto known = entries_.find(Entry(key.data()));
-    score = known != entries_.end() ? *known->data() : -1;
+    const auto known = scores_.find(key);
+    score = known != scores_.end() ? known->second : -1;
     return 0;
   }
 
  private:
-  using Entry = vu_data<int*, 20>;
   struct Hash {
-    std::size_t operator()(const Entry& entry) const {
-      return hashfunctor<unsigned char*>()(entry.key(), 20);
+    std::size_t operator()(const Key& key) const {
+      return hashfunctor<unsigned char*>()(key.data(), 20);
     }
-  };
-  struct Equal {
-    bool operator()(const Entry& a, const Entry& b) const { return a.isKey(b.key()); }
   };
 
   // A lock that lets writers go first: readers who hardly ever leave would keep updates out.
   mutable vu_rwlock_t lock_ = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
-  std::unordered_set<Entry, Hash, Equal> entries_ VU_GUARDED_BY(lock_);
-  std::deque<int> scores_ VU_GUARDED_BY(lock_);
+  std::unordered_map<Key, int, Hash> scores_ VU_GUARDED_BY(lock_);
 };
 
 #endif  // REPUTATION_DAEMON_REPUTATIONS_H_

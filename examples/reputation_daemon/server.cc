@@ -83,7 +83,7 @@ void Worker::run() {
         } else if (number == sockets_.queries || number == sockets_.updates) {
           accept(number);
         } else {
-          goesOn = serve(*connections_.at(number));
+          goesOn = serve(number, connections_.at(number));
         }
       } catch (const std::exception& failure) {
         // Want of memory, mostly: this client loses its connection, the others do not notice.
@@ -104,10 +104,7 @@ void Worker::accept(int listener) {
     return;
   }
   try {
-    auto made = std::make_unique<Connection>();
-    made->number = number;
-    made->isForUpdates = listener == sockets_.updates;
-    connections_.emplace(number, std::move(made));
+    connections_.emplace(number, Connection{listener == sockets_.updates});
     watch(number, EPOLLIN, EPOLL_CTL_ADD);
   } catch (const std::exception&) {
     connections_.erase(number);
@@ -132,22 +129,21 @@ void Worker::answerDatagrams() {
 
 /// Reads a block and answers what is complete. A client that does not take its answers is not read
 /// from. False: the connection ends.
-bool Worker::serve(Connection& connection) {
+bool Worker::serve(int number, Connection& connection) {
   if (connection.out.empty()) {
     char block[16384];
-    const ssize_t length = recv(connection.number, block, sizeof block, 0);
+    const ssize_t length = recv(number, block, sizeof block, 0);
     if (length <= 0) return length < 0 && errno == EAGAIN;
     connection.in.append(block, static_cast<std::size_t>(length));
-    const bool isGood =
-        connection.isForUpdates ? answerUpdates(connection) : answerQueries(connection);
-    if (!isGood) return false;
+    if (!(connection.isForUpdates ? answerUpdates(connection) : answerQueries(connection))) {
+      return false;
+    }
+    if (connection.out.empty()) return true;
   }
-  if (connection.out.empty()) return true;
-  const ssize_t sent =
-      send(connection.number, connection.out.data(), connection.out.size(), MSG_NOSIGNAL);
+  const ssize_t sent = send(number, connection.out.data(), connection.out.size(), MSG_NOSIGNAL);
   if (sent < 0 && errno != EAGAIN) return false;
   if (sent > 0) connection.out.erase(0, static_cast<std::size_t>(sent));
-  watch(connection.number, connection.out.empty() ? EPOLLIN : EPOLLOUT, EPOLL_CTL_MOD);
+  watch(number, connection.out.empty() ? EPOLLIN : EPOLLOUT, EPOLL_CTL_MOD);
   return true;
 }
 

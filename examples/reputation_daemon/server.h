@@ -23,18 +23,13 @@
 
 /// What the threads share.
 struct Shared {
-  Shared(const Settings& settings, std::shared_ptr<const vu_key> updateKey)
-      : record(std::make_shared<const Settings>(settings)),
-        tables(settings.suffixes.c_str()),
-        key(std::move(updateKey)) {}
-
-  std::shared_ptr<const Settings> settings() const { return std::atomic_load(&record); }
-
   std::shared_ptr<const Settings> record;  // replaced by std::atomic_store
   vu_shared_cctld tables;
-  Reputations reputations;
   const std::shared_ptr<const vu_key> key;
+  Reputations reputations{};
   std::atomic<long> queries{0};
+
+  std::shared_ptr<const Settings> settings() const { return std::atomic_load(&record); }
 };
 
 /// Descriptors that every thread waits for.
@@ -48,8 +43,6 @@ class Worker {
  public:
   /// Throws vu_exception.
   Worker(Shared& shared, const Sockets& sockets);
-  Worker(const Worker&) = delete;
-  Worker& operator=(const Worker&) = delete;
   ~Worker();
 
   /// Until `stop` is readable. Throws nothing: whatever fails ends a connection.
@@ -57,15 +50,14 @@ class Worker {
 
  private:
   struct Connection {
-    int number;
     bool isForUpdates;
-    std::string in, out;  // neither grows beyond what one message and one block may be
+    std::string in{}, out{};  // neither grows beyond what one message and one block may be
   };
 
   void watch(int number, unsigned int events, int operation);
   void accept(int listener);
   void answerDatagrams();
-  bool serve(Connection& connection);
+  bool serve(int number, Connection& connection);
   bool answerQueries(Connection& connection);
   bool answerUpdates(Connection& connection);
   std::string answer(std::string_view url);
@@ -77,7 +69,7 @@ class Worker {
   int spare_;  // given up for a moment to turn a client away when there are no descriptors
   vu_crypto engine_;
   vu_pcrexml parser_;  // made once: expressions take long to compile
-  std::unordered_map<int, std::unique_ptr<Connection>> connections_;
+  std::unordered_map<int, Connection> connections_;
 };
 
 #endif  // REPUTATION_DAEMON_SERVER_H_
