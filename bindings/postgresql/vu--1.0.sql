@@ -17,7 +17,7 @@ CREATE FUNCTION vu_rule(url text, match text DEFAULT 'shortest') RETURNS text
   AS 'MODULE_PATHNAME', 'vu_rule_sql' LANGUAGE C STABLE STRICT PARALLEL SAFE;
 
 CREATE TYPE vu_result AS (
-  status integer, reason text, host text, domain text, suffix text, address inet);
+  status integer, reason text, host text, domain text, suffix text, rule text, address inet);
 CREATE FUNCTION vu_classify(url text, match text DEFAULT 'shortest') RETURNS vu_result
   AS 'MODULE_PATHNAME', 'vu_classify_sql' LANGUAGE C STABLE STRICT PARALLEL SAFE;
 

@@ -81,7 +81,8 @@ void _PG_init(void) {
 }
 
 typedef struct Found {
-  const char* url;
+  vu_text url;
+  int rule;
   vu_record record;
 } Found;
 
@@ -97,13 +98,15 @@ static int ruleOf(const text* match) {
 static Found classify(FunctionCallInfo fcinfo) {
   Found found;
   const text* url = PG_GETARG_TEXT_PP(0);
-  const int rule = ruleOf(PG_GETARG_TEXT_PP(1));
+  found.rule = ruleOf(PG_GETARG_TEXT_PP(1));
   /* What fails again in a worker, its session has told. */
   if (unlikely(lookAgain)) {
     openTable(orSystems(tablePath), ERROR, IsParallelWorker() ? DEBUG1 : WARNING);
   }
-  found.url = VARDATA_ANY(url);
-  vu_classify(table, rule, found.url, VARSIZE_ANY_EXHDR(url), &found.record, sizeof found.record);
+  found.url.data = VARDATA_ANY(url);
+  found.url.size = VARSIZE_ANY_EXHDR(url);
+  vu_classify(table, found.rule, found.url.data, found.url.size, &found.record,
+              sizeof found.record);
   return found;
 }
 
@@ -123,18 +126,32 @@ static Datum reason(const Found* found, bool* isNull) {
 
 static Datum host(const Found* found, bool* isNull) {
   *isNull = found->record.status != 0 && found->record.host_length == 0;
-  return *isNull ? 0 : textOf(found->url + found->record.host_start, found->record.host_length);
+  return *isNull ? 0
+                 : textOf(found->url.data + found->record.host_start, found->record.host_length);
 }
 
 static Datum domain(const Found* found, bool* isNull) {
   *isNull = found->record.status != 0;
-  return *isNull ? 0 : textOf(found->url + found->record.domain_start, found->record.domain_length);
+  return *isNull
+             ? 0
+             : textOf(found->url.data + found->record.domain_start, found->record.domain_length);
 }
 
 static Datum suffix(const Found* found, bool* isNull) {
-  const vu_text suffix = vu_suffix(found->url, &found->record);
+  const vu_text suffix = vu_suffix(found->url.data, &found->record);
   *isNull = found->record.status != 0;
   return *isNull ? 0 : textOf(suffix.data, suffix.size);
+}
+
+/* The rule that decided, as it is listed. */
+static Datum rule(const Found* found, bool* isNull) {
+  static const char* const marks[] = {"", "*", "", "*.", "!"};
+  vu_explanation why;
+  vu_explain(table, found->rule, 0, found->url.data, found->url.size, &why, sizeof why);
+  *isNull = why.rule == VU_KIND_NONE;
+  return *isNull ? 0
+                 : CStringGetTextDatum(psprintf("%s%.*s", marks[why.rule], (int)why.name.size,
+                                                why.name.size != 0 ? why.name.data : ""));
 }
 
 static Datum address(const Found* found, bool* isNull) {
@@ -171,22 +188,12 @@ Datum vu_domain(PG_FUNCTION_ARGS) { return partOf(fcinfo, domain); }
 PG_FUNCTION_INFO_V1(vu_suffix_sql);
 Datum vu_suffix_sql(PG_FUNCTION_ARGS) { return partOf(fcinfo, suffix); }
 
-/* The rule that decided, as it is listed. */
 PG_FUNCTION_INFO_V1(vu_rule_sql);
-Datum vu_rule_sql(PG_FUNCTION_ARGS) {
-  static const char* const marks[] = {"", "*", "", "*.", "!"};
-  const Found found = classify(fcinfo);
-  vu_explanation why;
-  vu_explain(table, ruleOf(PG_GETARG_TEXT_PP(1)), 0, found.url,
-             VARSIZE_ANY_EXHDR(PG_GETARG_TEXT_PP(0)), &why, sizeof why);
-  if (why.rule == VU_KIND_NONE) PG_RETURN_NULL();
-  PG_RETURN_TEXT_P(cstring_to_text(psprintf("%s%.*s", marks[why.rule], (int)why.name.size,
-                                            why.name.size != 0 ? why.name.data : "")));
-}
+Datum vu_rule_sql(PG_FUNCTION_ARGS) { return partOf(fcinfo, rule); }
 
 PG_FUNCTION_INFO_V1(vu_classify_sql);
 Datum vu_classify_sql(PG_FUNCTION_ARGS) {
-  static const Part parts[] = {status, reason, host, domain, suffix, address};
+  static const Part parts[] = {status, reason, host, domain, suffix, rule, address};
   Datum values[lengthof(parts)];
   bool isNull[lengthof(parts)];
   TupleDesc shape;

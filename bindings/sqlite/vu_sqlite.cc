@@ -51,18 +51,20 @@ bool ruleOf(sqlite3_value* match, int& rule) {
 
 /// A URL and what it came to.
 struct Found {
-  const char* url = nullptr;  ///< Null for NULL, which comes to nothing.
+  const vu_table* table;
+  int rule;
+  vu_text url{nullptr, 0};  ///< No text for NULL, which comes to nothing.
   vu_record record;
 };
 
 /// Classifies values[0] by the rule that values[1] names, if there is one. The message is SQLite's
 /// to free; null when all is well.
 char* classify(Connection& connection, int count, sqlite3_value** values, Found& found) {
-  found.url = nullptr;
+  found.url = {nullptr, 0};
   const int type = sqlite3_value_type(values[0]);
   if (type == SQLITE_NULL) return nullptr;
-  int rule = VU_RULE_SERVICE;
-  if (count > 1 && !ruleOf(values[1], rule)) {
+  found.rule = VU_RULE_SERVICE;
+  if (count > 1 && !ruleOf(values[1], found.rule)) {
     return sqlite3_mprintf("vu: the match is 'shortest' or 'public-suffix'");
   }
   if (connection.table == nullptr) {
@@ -74,8 +76,9 @@ char* classify(Connection& connection, int count, sqlite3_value** values, Found&
       type == SQLITE_BLOB ? sqlite3_value_blob(values[0]) : sqlite3_value_text(values[0]);
   const auto size = static_cast<size_t>(sqlite3_value_bytes(values[0]));
   if (bytes == nullptr && size != 0) return sqlite3_mprintf("out of memory");
-  found.url = bytes != nullptr ? static_cast<const char*>(bytes) : "";
-  vu_classify(connection.table, rule, found.url, size, &found.record, sizeof found.record);
+  found.table = connection.table;
+  found.url = {bytes != nullptr ? static_cast<const char*>(bytes) : "", size};
+  vu_classify(found.table, found.rule, found.url.data, size, &found.record, sizeof found.record);
   return nullptr;
 }
 
@@ -95,18 +98,33 @@ void reason(sqlite3_context* context, const Found& found) {
 
 void host(sqlite3_context* context, const Found& found) {
   if (found.record.status != 0 && found.record.host_length == 0) return;
-  setText(context, found.url + found.record.host_start, found.record.host_length);
+  setText(context, found.url.data + found.record.host_start, found.record.host_length);
 }
 
 void domain(sqlite3_context* context, const Found& found) {
   if (found.record.status != 0) return;
-  setText(context, found.url + found.record.domain_start, found.record.domain_length);
+  setText(context, found.url.data + found.record.domain_start, found.record.domain_length);
 }
 
 void suffix(sqlite3_context* context, const Found& found) {
   if (found.record.status != 0) return;
-  const vu_text text = vu_suffix(found.url, &found.record);
+  const vu_text text = vu_suffix(found.url.data, &found.record);
   setText(context, text.data, text.size);
+}
+
+/// The rule that decided, as it is listed.
+void rule(sqlite3_context* context, const Found& found) {
+  vu_explanation why;
+  vu_explain(found.table, found.rule, 0, found.url.data, found.url.size, &why, sizeof why);
+  if (why.rule == VU_KIND_NONE) return;
+  constexpr const char* kMarks[] = {"", "*", "", "*.", "!"};
+  char* const text = sqlite3_mprintf("%s%.*s", kMarks[why.rule], static_cast<int>(why.name.size),
+                                     why.name.size != 0 ? why.name.data : "");
+  if (text == nullptr) {
+    sqlite3_result_error_nomem(context);
+  } else {
+    sqlite3_result_text(context, text, -1, sqlite3_free);
+  }
 }
 
 void address(sqlite3_context* context, const Found& found) {
@@ -129,34 +147,7 @@ void function(sqlite3_context* context, int count, sqlite3_value** values) {
     sqlite3_free(failure);
     return;
   }
-  if (found.url != nullptr) part(context, found);
-}
-
-/// The rule that decided, as it is listed; NULL when none did.
-void rule(sqlite3_context* context, int count, sqlite3_value** values) {
-  auto& connection = *static_cast<Connection*>(sqlite3_user_data(context));
-  Found found;
-  char* failure = classify(connection, count, values, found);
-  if (failure != nullptr) {
-    sqlite3_result_error(context, failure, -1);
-    sqlite3_free(failure);
-    return;
-  }
-  if (found.url == nullptr) return;
-  int match = VU_RULE_SERVICE;
-  if (count > 1) ruleOf(values[1], match);
-  vu_explanation why;
-  vu_explain(connection.table, match, 0, found.url,
-             static_cast<size_t>(sqlite3_value_bytes(values[0])), &why, sizeof why);
-  if (why.rule == VU_KIND_NONE) return;
-  constexpr const char* kMarks[] = {"", "*", "", "*.", "!"};
-  char* const text = sqlite3_mprintf("%s%.*s", kMarks[why.rule], static_cast<int>(why.name.size),
-                                     why.name.size != 0 ? why.name.data : "");
-  if (text == nullptr) {
-    sqlite3_result_error_nomem(context);
-  } else {
-    sqlite3_result_text(context, text, -1, sqlite3_free);
-  }
+  if (found.url.data != nullptr) part(context, found);
 }
 
 /// vu_table(path) opens another table, vu_table() says which one is open.
@@ -178,7 +169,7 @@ void table(sqlite3_context* context, int count, sqlite3_value** values) {
 // ---------------------------------------------------------------------------------------------
 // vu_classify(url [, match]): all parts as the columns of one row
 
-constexpr Part kColumns[] = {status, reason, host, domain, suffix, address};
+constexpr Part kColumns[] = {status, reason, host, domain, suffix, rule, address};
 constexpr int kUrl = std::size(kColumns);
 
 struct Module : sqlite3_vtab {
@@ -198,7 +189,7 @@ int connect(sqlite3* database, void* connection, int /*count*/, const char* cons
   const int code = sqlite3_declare_vtab(
       database,
       "CREATE TABLE x(status INTEGER, reason TEXT, host TEXT, domain TEXT, suffix TEXT, "
-      "address TEXT, url HIDDEN, match HIDDEN)");
+      "rule TEXT, address TEXT, url HIDDEN, match HIDDEN)");
   if (code != SQLITE_OK) return code;
   sqlite3_vtab_config(database, SQLITE_VTAB_INNOCUOUS);
   auto* const module = new (std::nothrow) Module{};
@@ -261,7 +252,7 @@ int filter(sqlite3_vtab_cursor* opened, int arguments, const char* /*name*/, int
     module->zErrMsg = failure;
     return SQLITE_ERROR;
   }
-  cursor->done = cursor->found.url == nullptr;
+  cursor->done = cursor->found.url.data == nullptr;
   return SQLITE_OK;
 }
 
@@ -319,20 +310,13 @@ constexpr struct {
   int flags;
   Function call;
 } kFunctions[] = {
-    {"vu_status", 1, kPure, function<status>},
-    {"vu_status", 2, kPure, function<status>},
-    {"vu_reason", 1, kPure, function<reason>},
-    {"vu_reason", 2, kPure, function<reason>},
-    {"vu_host", 1, kPure, function<host>},
-    {"vu_host", 2, kPure, function<host>},
-    {"vu_domain", 1, kPure, function<domain>},
-    {"vu_domain", 2, kPure, function<domain>},
-    {"vu_suffix", 1, kPure, function<suffix>},
-    {"vu_suffix", 2, kPure, function<suffix>},
-    {"vu_rule", 1, kPure, rule},
-    {"vu_rule", 2, kPure, rule},
-    {"vu_table", 0, kDirect, table},
-    {"vu_table", 1, kDirect, table},
+    {"vu_status", 1, kPure, function<status>}, {"vu_status", 2, kPure, function<status>},
+    {"vu_reason", 1, kPure, function<reason>}, {"vu_reason", 2, kPure, function<reason>},
+    {"vu_host", 1, kPure, function<host>},     {"vu_host", 2, kPure, function<host>},
+    {"vu_domain", 1, kPure, function<domain>}, {"vu_domain", 2, kPure, function<domain>},
+    {"vu_suffix", 1, kPure, function<suffix>}, {"vu_suffix", 2, kPure, function<suffix>},
+    {"vu_rule", 1, kPure, function<rule>},     {"vu_rule", 2, kPure, function<rule>},
+    {"vu_table", 0, kDirect, table},           {"vu_table", 1, kDirect, table},
 };
 
 }  // namespace

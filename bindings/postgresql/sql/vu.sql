@@ -11,8 +11,8 @@ SELECT url, vu_status(url), vu_reason(url), vu_host(url), vu_domain(url), vu_suf
   FROM urls ORDER BY n;
 SELECT vu_domain(url, 'public-suffix') FROM urls WHERE n = 2;
 SELECT (vu_classify('http://10.1.2.3/')).*;
-SELECT count(*) FROM urls, vu_classify(url) AS c WHERE (c.status, c.reason, c.host, c.domain, c.suffix)
-  IS NOT DISTINCT FROM (vu_status(url), vu_reason(url), vu_host(url), vu_domain(url), vu_suffix(url));
+SELECT count(*) FROM urls, vu_classify(url) AS c WHERE (c.status, c.reason, c.host, c.domain, c.suffix, c.rule) IS NOT DISTINCT FROM
+  (vu_status(url), vu_reason(url), vu_host(url), vu_domain(url), vu_suffix(url), vu_rule(url));
 SELECT vu_rule('a.b.co.uk') AS a, vu_rule('a.b', 'public-suffix') AS b, vu_rule('a.b') IS NULL AS c;
 SELECT vu_domain('a.b', 'longest');
 SELECT vu_domain(7);

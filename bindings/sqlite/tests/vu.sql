@@ -16,7 +16,7 @@ SELECT url, vu_status(url), vu_reason(url), vu_host(url), vu_domain(url), vu_suf
 SELECT count(*) FROM urls, vu_classify(urls.url) AS c
   WHERE c.status IS vu_status(urls.url) AND c.reason IS vu_reason(urls.url)
     AND c.host IS vu_host(urls.url) AND c.domain IS vu_domain(urls.url)
-    AND c.suffix IS vu_suffix(urls.url);
+    AND c.suffix IS vu_suffix(urls.url) AND c.rule IS vu_rule(urls.url);
 SELECT * FROM vu_classify('http://10.1.2.3/');
 SELECT domain FROM vu_classify('a.b.ltd.co.uk', 'public-suffix');
 SELECT domain FROM vu_classify WHERE url = 'a.b.ltd.co.uk';
