@@ -162,8 +162,10 @@ TEST(Url, ForC) {
   EXPECT_EQ(0, record.text_in_buffer + static_cast<int>(record.text_start));
   ASSERT_EQ(0, call(nullptr, 0, VU_TEXT_URL, sizeof record));
   EXPECT_STREQ("missing-scheme-non-relative-URL", vu_refusal_name(record.refused));
+#if SIZE_MAX > UINT32_MAX
   ASSERT_EQ(0, call("x", std::size_t{1} << 32, VU_TEXT_URL, sizeof record));
   EXPECT_STREQ("too-long", vu_refusal_name(record.refused));
+#endif
   EXPECT_EQ(1, call(nullptr, 1, VU_TEXT_URL, sizeof record));
   EXPECT_EQ(1, call("x", 1, 2, sizeof record));
   EXPECT_EQ(1, call("x", 1, VU_TEXT_URL, sizeof record - 1));
