@@ -1,6 +1,7 @@
 #include "suffixes.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include <vu/host.h>
@@ -58,6 +59,32 @@ vu_host_record browserHost(std::string_view& text, std::string& room) {
   text = room;
   return host;
 }
+
+/// Texts as objects, of which most have been met before: the domains of a column are few. What is
+/// kept is looked at only where its hash is the same.
+class SharedTexts {
+ public:
+  py::object of(std::string_view bytes) {
+    const std::size_t hash = std::hash<std::string_view>()(bytes);
+    Known& known = known_[hash % known_.size()];
+    if (!known.text || known.hash != hash || !is(known.text, bytes)) known = {hash, strOf(bytes)};
+    return known.text;
+  }
+
+ private:
+  struct Known {
+    std::size_t hash;
+    py::object text;
+  };
+
+  static bool is(const py::object& text, std::string_view bytes) {
+    return PyUnicode_IS_ASCII(text.ptr()) &&
+           static_cast<std::size_t>(PyUnicode_GET_LENGTH(text.ptr())) == bytes.size() &&
+           std::memcmp(PyUnicode_1BYTE_DATA(text.ptr()), bytes.data(), bytes.size()) == 0;
+  }
+
+  std::vector<Known> known_ = std::vector<Known>(1024);
+};
 
 [[noreturn]] void raiseTableError(int code, const char* message) {
   const py::object type = py::module_::import("vu.errors").attr("TableError");
@@ -141,6 +168,7 @@ py::list Suffixes::domainsOfList(const py::sequence& urls) const {
   std::vector<vu_text> texts(kChunk);
   std::vector<vu_record> records(kChunk);
   std::deque<std::string> rooms;
+  SharedTexts shared;
   for (Py_ssize_t next = 0; next < PySequence_Fast_GET_SIZE(fast.ptr());) {
     std::size_t count = 0;
     std::size_t bytes = 0;
@@ -164,7 +192,7 @@ py::list Suffixes::domainsOfList(const py::sequence& urls) const {
     for (std::size_t i = 0; i < count; ++i) {
       py::object domain = py::none();
       if (records[i].status == 0) {
-        domain = strOf({texts[i].data + records[i].domain_start, records[i].domain_length});
+        domain = shared.of({texts[i].data + records[i].domain_start, records[i].domain_length});
       }
       if (PyList_Append(domains.ptr(), domain.ptr()) != 0) throw py::error_already_set();
     }
