@@ -14,11 +14,10 @@
 #include "crypto/derive.h"
 #include "crypto/legacy_rc4.h"
 #include "crypto/openssl.h"
-#include <openssl/crypto.h>
-#include <openssl/err.h>
-#include <openssl/evp.h>
 
 using vu::detail::kMaterial;
+using vu::detail::OpenSsl;
+using vu::detail::openSsl;
 
 unsigned char vu_crypto::cipherkey_[256];
 
@@ -52,6 +51,8 @@ bool overlap(const unsigned char* a, int aLength, const unsigned char* b, int bL
          bBegin < aBegin + static_cast<unsigned int>(aLength);
 }
 
+void freeContext(EVP_CIPHER_CTX* context) { openSsl().EVP_CIPHER_CTX_free(context); }
+
 void fillWithZeros(unsigned char* out, int from, int capacity) {
   std::memset(out + from, 0, static_cast<std::size_t>(capacity - from));
 }
@@ -59,13 +60,13 @@ void fillWithZeros(unsigned char* out, int from, int capacity) {
 }  // namespace
 
 const EVP_CIPHER* CipherLookup::operator()(unsigned short number) const {
-  if (number == 1) return EVP_aes_256_cbc();
-  return number == 2 ? EVP_rc4() : nullptr;
+  if (number == 1) return openSsl().EVP_aes_256_cbc();
+  return number == 2 ? openSsl().EVP_rc4() : nullptr;
 }
 
 vu_crypto::vu_crypto(int mode, const EVP_CIPHER* cipher, const char* passphrase,
                      const unsigned char* salt, int saltLength, int iterations)
-    : mode_(mode), ctx_(nullptr, EVP_CIPHER_CTX_free), cipher_(cipher) {
+    : mode_(mode), ctx_(nullptr, freeContext), cipher_(cipher) {
   initializeCrypto(passphrase, salt, saltLength, iterations);
 }
 
@@ -75,7 +76,7 @@ vu_crypto::vu_crypto(int mode, int cipherNumber, const char* passphrase, const u
                 saltLength, iterations) {}
 
 vu_crypto::vu_crypto(int mode, const EVP_CIPHER* cipher, std::shared_ptr<const vu_key> key)
-    : mode_(mode), ctx_(nullptr, EVP_CIPHER_CTX_free), cipher_(cipher), key_(std::move(key)) {
+    : mode_(mode), ctx_(nullptr, freeContext), cipher_(cipher), key_(std::move(key)) {
   if (key_ == nullptr) throw vu_exception(vu_failure::cipher, "vu_crypto: Null key");
   initializeCrypto(nullptr, nullptr, 0, 0);
 }
@@ -87,18 +88,19 @@ void vu_crypto::initializeCrypto(const char* passphrase, const unsigned char* sa
   if (mode_ != 0 && mode_ != 1) {
     throw vu_exception(vu_failure::cipher, "Unknown cryptic mode: 1 or 0");
   }
+  const OpenSsl& ssl = openSsl();
   if (key_ == nullptr && !hasKey()) {
     const BuiltIn builtIn;
     // That it may fail is for hasKey to tell; the caller's error queue is left as it was.
-    ERR_set_mark();
+    ssl.ERR_set_mark();
     vu::detail::derive(passphrase != nullptr ? passphrase : builtIn.passphrase,
                        salt != nullptr ? salt : reinterpret_cast<const Byte*>(builtIn.salt),
                        salt != nullptr ? saltLength : kBuiltInSaltLength, iterations, cipherkey_);
-    ERR_pop_to_mark();
+    ssl.ERR_pop_to_mark();
   }
-  if (cipher_ == nullptr) cipher_ = EVP_aes_256_cbc();
+  if (cipher_ == nullptr) cipher_ = ssl.EVP_aes_256_cbc();
   if (ctx_ != nullptr) cleanCipher();
-  if (ctx_ == nullptr) ctx_.reset(EVP_CIPHER_CTX_new());
+  if (ctx_ == nullptr) ctx_.reset(ssl.EVP_CIPHER_CTX_new());
   if (ctx_ == nullptr) throw std::bad_alloc();
 }
 
@@ -107,13 +109,14 @@ bool vu_crypto::hasKey() {
 }
 
 void vu_crypto::cleanCipher() {
+  const OpenSsl& ssl = openSsl();
   ready_ = false;
-  EVP_CIPHER_CTX_reset(ctx_.get());
-  OPENSSL_cleanse(lastKey_, sizeof lastKey_);
+  ssl.EVP_CIPHER_CTX_reset(ctx_.get());
+  ssl.OPENSSL_cleanse(lastKey_, sizeof lastKey_);
 }
 
 int vu_crypto::ciphersize(int length) const {
-  const int block = std::max(EVP_CIPHER_get_block_size(cipher_), 1);
+  const int block = std::max(openSsl().EVP_CIPHER_get_block_size(cipher_), 1);
   long long blocks = length / block;
   if (blocks != 0 && length % block == 0) ++blocks;
   const long long capacity = (blocks + 1) * block;
@@ -127,17 +130,18 @@ int vu_crypto::ciphersize(int length) const {
 /// nothing but the initialisation vector changes from message to message, of RC4 nothing but what
 /// the key sets. Any other may keep more, as one that authenticates its messages does.
 void vu_crypto::setUp() {
+  const OpenSsl& ssl = openSsl();
   const Byte* const key = material();
-  const Byte* const vector = key + EVP_CIPHER_get_key_length(cipher_);
-  const bool aes = cipher_ == EVP_aes_256_cbc();
-  const bool rc4 = cipher_ == EVP_rc4();
+  const Byte* const vector = key + ssl.EVP_CIPHER_get_key_length(cipher_);
+  const bool aes = cipher_ == ssl.EVP_aes_256_cbc();
+  const bool rc4 = cipher_ == ssl.EVP_rc4();
   const bool keepsKey = ready_ && aes && std::memcmp(lastKey_, key, sizeof lastKey_) == 0;
   const EVP_CIPHER* cipher = nullptr;
   if (!ready_ || !(aes || rc4)) {
     if (vu::detail::openSslIsThere()) cipher = rc4 ? vu::detail::legacyRc4() : cipher_;
     if (cipher == nullptr) fail("Cipher Init failed : ");
   }
-  if (EVP_CipherInit_ex(ctx_.get(), cipher, nullptr, keepsKey ? nullptr : key, vector, mode_) !=
+  if (ssl.EVP_CipherInit_ex(ctx_.get(), cipher, nullptr, keepsKey ? nullptr : key, vector, mode_) !=
       1) {
     fail("Cipher Init failed : ");
   }
@@ -163,29 +167,31 @@ int vu_crypto::cipheranalyse(const unsigned char* in, int inLength, unsigned cha
     throw vu_exception(vu_failure::cipher, "vu_crypto: Overlapping buffers");
   }
 
+  const OpenSsl& ssl = openSsl();
   // The update of the default cipher cannot fail and writes just what it reports: to fill what is
   // left afterwards saves writing the whole of `out` twice.
-  const bool fillsLater = cipher_ == EVP_aes_256_cbc();
+  const bool fillsLater = cipher_ == ssl.EVP_aes_256_cbc();
   if (!fillsLater) fillWithZeros(out, 0, outCapacity);
   int updated = 0;
-  if (EVP_CipherUpdate(ctx_.get(), out, &updated, in, inLength) != 1) {
+  if (ssl.EVP_CipherUpdate(ctx_.get(), out, &updated, in, inLength) != 1) {
     fail("Cipher Update failed : ");
   }
   int finished = 0;
-  const bool good = EVP_CipherFinal_ex(ctx_.get(), out + updated, &finished) == 1;
+  const bool good = ssl.EVP_CipherFinal_ex(ctx_.get(), out + updated, &finished) == 1;
   if (fillsLater) fillWithZeros(out, updated + (good ? finished : 0), outCapacity);
   if (!good) fail("Cipher Final failed : ");
   return updated + finished;
 }
 
 std::string vu_crypto::print_info() const {
-  int block = EVP_CIPHER_get_block_size(cipher_);
-  int key = EVP_CIPHER_get_key_length(cipher_);
-  int vector = EVP_CIPHER_get_iv_length(cipher_);
-  if (EVP_CIPHER_CTX_get0_cipher(ctx_.get()) != nullptr) {
-    block = EVP_CIPHER_CTX_get_block_size(ctx_.get());
-    key = EVP_CIPHER_CTX_get_key_length(ctx_.get());
-    vector = EVP_CIPHER_CTX_get_iv_length(ctx_.get());
+  const OpenSsl& ssl = openSsl();
+  int block = ssl.EVP_CIPHER_get_block_size(cipher_);
+  int key = ssl.EVP_CIPHER_get_key_length(cipher_);
+  int vector = ssl.EVP_CIPHER_get_iv_length(cipher_);
+  if (ssl.EVP_CIPHER_CTX_get0_cipher(ctx_.get()) != nullptr) {
+    block = ssl.EVP_CIPHER_CTX_get_block_size(ctx_.get());
+    key = ssl.EVP_CIPHER_CTX_get_key_length(ctx_.get());
+    vector = ssl.EVP_CIPHER_CTX_get_iv_length(ctx_.get());
   }
   return "Block size [" + val2str(block) + "] key length [" + val2str(key) +
          "] initialisation vector length [" + val2str(vector) + "]";

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "crypto/openssl.h"
-#include <openssl/evp.h>
 
 #include "vu/crypto.h"
 
@@ -18,8 +17,9 @@ std::array<unsigned char, 20> vu_domainKey(std::string_view domain) {
   std::string text(domain);
   std::transform(text.begin(), text.end(), text.begin(), lower);
   std::array<unsigned char, 20> key{};
+  const vu::detail::OpenSsl& ssl = vu::detail::openSsl();
   if (!vu::detail::openSslIsThere() ||
-      EVP_Digest(text.data(), text.size(), key.data(), nullptr, EVP_sha1(), nullptr) != 1) {
+      ssl.EVP_Digest(text.data(), text.size(), key.data(), nullptr, ssl.EVP_sha1(), nullptr) != 1) {
     throw vu_exception(vu_failure::cipher,
                        "vu_domainKey: Digest failed : " + vu::detail::takeErrorText());
   }

@@ -2,7 +2,6 @@
 
 #include "crypto/derive.h"
 #include "crypto/openssl.h"
-#include <openssl/crypto.h>
 
 #include "vu/crypto.h"
 
@@ -22,4 +21,4 @@ vu_key::vu_key(const char* passphrase, const unsigned char* salt, int saltLength
   }
 }
 
-vu_key::~vu_key() { OPENSSL_cleanse(material_, sizeof material_); }
+vu_key::~vu_key() { vu::detail::openSsl().OPENSSL_cleanse(material_, sizeof material_); }

@@ -1,9 +1,6 @@
 #include "crypto/legacy_rc4.h"
 
-#include <openssl/crypto.h>
-#include <openssl/err.h>
-#include <openssl/evp.h>
-#include <openssl/provider.h>
+#include "crypto/openssl.h"
 
 namespace vu::detail {
 namespace {
@@ -12,23 +9,24 @@ struct NotInstalled {};
 
 /// Leaves the error queue as it was, unless it throws.
 const EVP_CIPHER* fetchRc4() {
-  ERR_set_mark();
-  OSSL_LIB_CTX* const context = OSSL_LIB_CTX_new();
+  const OpenSsl& ssl = openSsl();
+  ssl.ERR_set_mark();
+  OSSL_LIB_CTX* const context = ssl.OSSL_LIB_CTX_new();
   // Without a context of our own, the calls would work on the process's.
   OSSL_PROVIDER* const legacy =
-      context != nullptr ? OSSL_PROVIDER_load(context, "legacy") : nullptr;
+      context != nullptr ? ssl.OSSL_PROVIDER_load(context, "legacy") : nullptr;
   OSSL_PROVIDER* const standard =
-      legacy != nullptr ? OSSL_PROVIDER_load(context, "default") : nullptr;
+      legacy != nullptr ? ssl.OSSL_PROVIDER_load(context, "default") : nullptr;
   const EVP_CIPHER* const rc4 =
-      standard != nullptr ? EVP_CIPHER_fetch(context, "RC4", nullptr) : nullptr;
+      standard != nullptr ? ssl.EVP_CIPHER_fetch(context, "RC4", nullptr) : nullptr;
   if (rc4 != nullptr) {
-    ERR_pop_to_mark();
+    ssl.ERR_pop_to_mark();
     return rc4;
   }
-  ERR_clear_last_mark();
-  if (standard != nullptr) OSSL_PROVIDER_unload(standard);
-  if (legacy != nullptr) OSSL_PROVIDER_unload(legacy);
-  OSSL_LIB_CTX_free(context);
+  ssl.ERR_clear_last_mark();
+  if (standard != nullptr) ssl.OSSL_PROVIDER_unload(standard);
+  if (legacy != nullptr) ssl.OSSL_PROVIDER_unload(legacy);
+  ssl.OSSL_LIB_CTX_free(context);
   throw NotInstalled();
 }
 

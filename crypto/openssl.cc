@@ -1,17 +1,17 @@
 #include "crypto/openssl.h"
 
-#include <openssl/crypto.h>
-#include <openssl/err.h>
-
 bool vu::detail::openSslIsThere() {
-  return OPENSSL_init_crypto(0, nullptr) == 1 && OSSL_LIB_CTX_get0_global_default() != nullptr;
+  const OpenSsl& ssl = openSsl();
+  return ssl.OPENSSL_init_crypto(0, nullptr) == 1 &&
+         ssl.OSSL_LIB_CTX_get0_global_default() != nullptr;
 }
 
 std::string vu::detail::takeErrorText() {
+  const OpenSsl& ssl = openSsl();
   char text[120] = {};
-  if (ERR_peek_error() != 0) {
-    ERR_error_string_n(ERR_get_error(), text, sizeof text);
-    ERR_clear_error();
+  if (ssl.ERR_peek_error() != 0) {
+    ssl.ERR_error_string_n(ssl.ERR_get_error(), text, sizeof text);
+    ssl.ERR_clear_error();
   }
   return text;
 }

@@ -284,6 +284,9 @@ TEST(Tool, AnswersEveryCommandLine) {
        "cannot be deciphered (bad decrypt); are pass"},
       {"OPENSSL_MODULES=/nowhere vu encipher --cipher 2", "x", 1, "",
        "vu encipher: Cipher Init failed : error:12800067:DSO support"},
+      {"d=$(mktemp -d); trap 'rm -r $d' 0; for n in 3 4; do echo junk >$d/libcrypto.so.$n; done; "
+       "export LD_LIBRARY_PATH=$d; vu --version | cut -c 1-4 | head -n 1; vu encipher",
+       "x", 1, "vu 1\n", "vu encipher: vu_crypto: Cannot load libcrypto ["},
       {"vu encipher --iterations 0", "", 2, "", "--iterations"},
       {tsv + "| head -n 1", std::string(3000000, '\n'), 0, "0\tOPERATION SUCCESS\t\t\t\n", ""},
   };

@@ -1,7 +1,7 @@
 #include "tools/versions.h"
 
 #include <CLI/Version.hpp>
-#include <openssl/crypto.h>
+#include <openssl/opensslv.h>
 
 #include "vu/pattern.h"
 #include "vu/version.h"
@@ -10,7 +10,7 @@ namespace vu::tool {
 
 std::string versions() {
   return std::string("vu ") + vu_version + "\n" + vu_pcre::engine() + "\nOpenSSL " +
-         OpenSSL_version(OPENSSL_VERSION_STRING) + "\nCLI11 " + CLI11_VERSION;
+         OPENSSL_VERSION_STR + "\nCLI11 " + CLI11_VERSION;
 }
 
 }  // namespace vu::tool

@@ -8,7 +8,8 @@
 namespace vu::tool {
 
 /// "vu VERSION", then a line for each library: its name and the version that this process runs
-/// with, or for one that is all headers was built with. No line end behind the last.
+/// with; or was built with, of what is all headers or would have to be loaded for the question, as
+/// OpenSSL is with the first cipher. No line end behind the last.
 std::string versions();
 
 }  // namespace vu::tool

@@ -28,6 +28,10 @@
 //           OpenSSL empties the calling thread's OpenSSL error queue; nothing else disturbs
 //           OpenSSL's state: RC4 lives in a library context of our own, kept until the process
 //           ends.
+// Loading:  a shared libvu loads OpenSSL's libcrypto when a key, an engine, a domain's key or a
+//           cipher's number first needs it, and keeps it; a process that changes its root makes one
+//           before. Where it cannot be loaded, each of these throws vu_exception "vu_crypto: Cannot
+//           load libcrypto [" + the loader's reason + "]", and the next one tries again.
 // Lifetime: an engine keeps no pointer to what it is given, but for a cipher of the caller's own,
 //           and shares the key that it is given.
 
