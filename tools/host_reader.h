@@ -30,7 +30,7 @@ class HostReader {
   }
 
   vu_url_text how_;
-  char usual_[256];
+  char usual_[256] = {};
   std::unique_ptr<char[]> long_;
 };
 

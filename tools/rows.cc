@@ -37,6 +37,10 @@ std::vector<Column> columnsOf(const std::vector<RowColumn>& chosen) {
   return columns;
 }
 
+void countDomain(std::string_view domain, Tally& tally) {
+  if (domain.size() <= kLongestCounted) ++tally.domains[std::string(domain)];
+}
+
 std::size_t placeOf(vu_status status) {
   return static_cast<std::size_t>(
       std::find(countedStatuses.begin(), countedStatuses.end(), status) - countedStatuses.begin());
@@ -51,41 +55,6 @@ char* putDotted(char* at, std::uint32_t address) {
   }
   return at;
 }
-
-/// Tells of each line of a block whether a field between tabs can have it as it is. Bytes that it
-/// cannot have are rare: each kind is looked for far ahead of the lines, at memchr's speed.
-class EscapeFinder {
- public:
-  explicit EscapeFinder(std::string_view block) : end_(block.data() + block.size()) {
-    next_.fill(block.data());
-    if (!block.empty()) findFrom(block.data());
-  }
-
-  /// Lines, less their line ends, are asked for in their order.
-  bool isClean(std::string_view line) {
-    const char* const lineEnd = line.data() + line.size();
-    if (first_ >= lineEnd) return true;
-    findFrom(line.data());
-    return first_ >= lineEnd;
-  }
-
- private:
-  static constexpr std::array<char, 3> kinds = {'\t', '\r', '\\'};
-
-  void findFrom(const char* start) {
-    for (std::size_t i = 0; i < kinds.size(); ++i) {
-      if (next_[i] > start) continue;
-      const void* const found =
-          std::memchr(start, kinds[i], static_cast<std::size_t>(end_ - start));
-      next_[i] = found != nullptr ? static_cast<const char*>(found) : end_;
-    }
-    first_ = *std::min_element(next_.begin(), next_.end());
-  }
-
-  const char* end_;
-  std::array<const char*, kinds.size()> next_{};  ///< Where the next byte of each kind stands.
-  const char* first_ = end_;                      ///< The first of them.
-};
 
 /// The labels of a host in front of its domain.
 Cell subdomainOf(const vu_domain& found) {
@@ -118,23 +87,48 @@ Cell sectionOf(const vu_reason& reason) {
   }
 }
 
-}  // namespace
+/// What each format writes in another way; of csv all that it quotes for.
+Unsafe unsafeIn(Format format) {
+  switch (format) {
+    case Format::csv:
+      return {{',', '"', '\r', '\n'}};
+    case Format::jsonl:
+      return {{'"', '\\', '\r', '\n'}, 0x20};
+    default:
+      return {{'\t', '\\', '\r', '\n'}};
+  }
+}
 
-/// A URL as it was read.
-struct RowWriter::Entry {
-  std::string_view url;
-  bool isTabSafe = false;
-  UrlPlace place;
-};
+/// Whether a host is a name that has a domain of its own.
+bool isOrdinary(const vu_record& found) {
+  return found.status == VU_SUCCESS && found.kind == static_cast<int>(vu_host_kind::name) &&
+         found.domain_length > 0;
+}
+
+/// The host of each plain line where it stands in it as browsers write it; elsewhere no text.
+void findHosts(const LineChunk& chunk, HostReader& hosts, vu_text* found) {
+  for (std::size_t i = 0; i < chunk.count; ++i) {
+    found[i] = {nullptr, 0};
+    if (!chunk.isPlain[i]) continue;
+    const vu_host host = hosts.read({chunk.lines[i].data, chunk.lines[i].size});
+    if (host.kind == vu_host_kind::name && host.text.data() == host.source.data()) {
+      found[i] = {host.text.data(), host.text.size()};
+    }
+  }
+}
+
+}  // namespace
 
 RowWriter::RowWriter(const vu_cctld& table, Choices choices)
     : table_(table),
       choices_(std::move(choices)),
-      rows_(columnsOf(choices_.columns), choices_.rows) {
+      rows_(columnsOf(choices_.columns), choices_.rows),
+      unsafe_(unsafeIn(choices_.rows.format)) {
   for (std::size_t i = 0; i < numbers_.size(); ++i) numbers_[i] = val2str(countedStatuses[i] + 0U);
-  if (rows_.format() != Format::table) makeFronts();
-  isUsual_ = inFront_ == 2 && choices_.columns == Choices().columns;
   explains_ = has(RowColumn::rule) || has(RowColumn::section) || choices_.narrowing != 0;
+  const bool isUsual = std::all_of(choices_.columns.begin(), choices_.columns.end(),
+                                   [](RowColumn each) { return each <= RowColumn::url; });
+  if (isUsual && !explains_ && !choices_.isSilent && rows_.format() != Format::table) makeFrame();
 }
 
 bool RowWriter::has(RowColumn column) const {
@@ -146,15 +140,13 @@ Cell RowWriter::statusCell(RowColumn column, std::size_t place) const {
   return column == RowColumn::status ? Cell(numbers_[place]) : statusText(countedStatuses[place]);
 }
 
-void RowWriter::makeFronts() {
-  const auto& columns = choices_.columns;
-  while (inFront_ < columns.size() && columns[inFront_] <= RowColumn::text) ++inFront_;
-  for (std::size_t i = 0; inFront_ > 0 && i < fronts_.size(); ++i) {
-    std::vector<Cell> cells;
-    cells.reserve(inFront_);
-    for (std::size_t j = 0; j < inFront_; ++j) cells.push_back(statusCell(columns[j], i));
-    fronts_[i] = rows_.front(cells.data(), cells.size());
-  }
+void RowWriter::makeFrame() {
+  vu_reason ordinary{};
+  ordinary.domain = {VU_SUCCESS, vu_host_kind::name, RowFrame::kUrl, RowFrame::kDomain, {}};
+  Buffer row;
+  Tally none;
+  write(ordinary, {RowFrame::kUrl, {}}, row, none);
+  frame_.emplace(row.text());
 }
 
 void RowWriter::count(std::string_view domain, std::size_t place, Tally& tally) const {
@@ -162,8 +154,8 @@ void RowWriter::count(std::string_view domain, std::size_t place, Tally& tally) 
   ++tally.byStatus[place];
   if (domain.empty()) {
     ++tally.withoutDomain;
-  } else if (choices_.countDomains && domain.size() <= kLongestCounted) {
-    ++tally.domains[std::string(domain)];
+  } else if (choices_.countDomains) {
+    countDomain(domain, tally);
   }
 }
 
@@ -181,14 +173,14 @@ vu_reason RowWriter::find(std::string_view url, HostReader& hosts) const {
 
 void RowWriter::write(std::string_view url, UrlPlace place, Buffer& out, Tally& tally) const {
   HostReader hosts(vu_url_text::typed);
-  write(find(url, hosts), {url, false, place}, out, tally);
+  write(find(url, hosts), {url, place}, out, tally);
 }
 
 void RowWriter::writeMalformed(std::string_view text, UrlPlace place, Buffer& out,
                                Tally& tally) const {
   vu_reason none{};
   none.domain.status = VU_MALFORMED_URL;
-  write(none, {text, false, place}, out, tally);
+  write(none, {text, place}, out, tally);
 }
 
 void RowWriter::writeSkipped(std::uint64_t length, UrlPlace place, Buffer& out,
@@ -199,7 +191,7 @@ void RowWriter::writeSkipped(std::uint64_t length, UrlPlace place, Buffer& out,
 void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
                       Tally& tally) const {
   const vu_domain& found = reason.domain;
-  const std::size_t place = placeOf(found.status);
+  const std::size_t status = placeOf(found.status);
   std::string_view domain = found.domain;
   std::string completed;
   if (found.status == VU_SUCCESS && domain.data() == nullptr) {
@@ -209,7 +201,7 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
     completed.append(".").append(table_.defaultDomain());
     domain = completed;
   }
-  count(domain, place, tally);
+  count(domain, status, tally);
   if (choices_.isSilent || (choices_.onlyFailed && found.status == VU_SUCCESS)) return;
 
   // Everything that a row may tell, by RowColumn; then what it is to tell.
@@ -217,8 +209,10 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
   const auto cell = [&all](RowColumn column) -> Cell& {
     return all[static_cast<std::size_t>(column)];
   };
-  std::array<char, kLongestAddress> dotted;
+  cell(RowColumn::status) = statusCell(RowColumn::status, status);
+  cell(RowColumn::text) = statusCell(RowColumn::text, status);
   if (!domain.empty()) cell(RowColumn::domain) = domain;
+  std::array<char, kLongestAddress> dotted;
   if (found.kind == vu_host_kind::ipv6) {
     cell(RowColumn::address) = domain.substr(1, domain.size() - 2);  // without its brackets
   } else if (found.isAddress()) {
@@ -226,14 +220,6 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
     cell(RowColumn::address) = {dotted.data(), static_cast<std::size_t>(end - dotted.data())};
   }
   cell(RowColumn::url) = entry.url;
-  Table::Look look{{}, fronts_[place], inFront_, entry.isTabSafe};
-  if (choices_.colours) look.colour = place == 0 ? colour::green : colour::red;
-  if (isUsual_) {
-    rows_.append(out, all.data(), choices_.columns.size(), look);
-    return;
-  }
-  cell(RowColumn::status) = statusCell(RowColumn::status, place);
-  cell(RowColumn::text) = statusCell(RowColumn::text, place);
   cell(RowColumn::subdomain) = subdomainOf(found);
   cell(RowColumn::suffix) = suffixOf(found, domain);
   const std::string rule = reason.text();
@@ -243,24 +229,56 @@ void RowWriter::write(const vu_reason& reason, const Entry& entry, Buffer& out,
   if (entry.place.line > 0) {
     cell(RowColumn::file) = entry.place.file;
     cell(RowColumn::line) = line;
-    look.isTabSafe = false;  // nobody has looked at the name of the file
   }
   std::vector<Cell> chosen;
   chosen.reserve(choices_.columns.size());
   for (const RowColumn each : choices_.columns) chosen.push_back(cell(each));
-  rows_.append(out, chosen.data(), chosen.size(), look);
+  const std::string_view shade = status == 0 ? colour::green : colour::red;
+  rows_.append(out, chosen, choices_.colours ? shade : std::string_view());
 }
 
 void RowWriter::writeLines(std::string_view block, UrlPlace place, Buffer& out,
                            Tally& tally) const {
-  EscapeFinder finder(block);
-  HostReader hosts(vu_url_text::typed);
-  for (; !block.empty(); ++place.line) {
-    const std::string_view url = takeLine(block, choices_.entryEnd);
-    // Only of lines is known that there is no line end in them.
-    const bool isTabSafe = choices_.entryEnd == EntryEnd::line && finder.isClean(url);
-    write(find(url, hosts), {url, isTabSafe, place}, out, tally);
+  LineCutter cutter(block, choices_.entryEnd, unsafe_);
+  Rows rows{HostReader(vu_url_text::typed), place, out, tally};
+  for (LineChunk chunk; cutter.next(chunk); rows.place.line += chunk.count) {
+    if (frame_) {
+      writeFramed(chunk, rows);
+      continue;
+    }
+    for (std::size_t i = 0; i < chunk.count; ++i) writeLine(chunk, i, rows);
   }
+}
+
+void RowWriter::writeLine(const LineChunk& chunk, std::size_t i, Rows& rows) const {
+  const std::string_view url(chunk.lines[i].data, chunk.lines[i].size);
+  const UrlPlace place{rows.place.file, rows.place.line + i};
+  write(find(url, rows.hosts), {url, place}, rows.out, rows.tally);
+}
+
+void RowWriter::writeFramed(const LineChunk& chunk, Rows& rows) const {
+  const vu_text* asked = chunk.lines.data();
+  std::array<vu_text, LineChunk::kRoom> hosts;
+  if (choices_.host == HostRule::browser) {
+    findHosts(chunk, rows.hosts, hosts.data());
+    asked = hosts.data();
+  }
+  std::array<vu_record, LineChunk::kRoom> found;
+  table_.classify(asked, chunk.count, found.data(), choices_.match);
+  std::uint64_t ordinary = 0;
+  for (std::size_t i = 0; i < chunk.count; ++i) {
+    if (!chunk.isPlain[i] || !isOrdinary(found[i])) {
+      writeLine(chunk, i, rows);
+      continue;
+    }
+    ++ordinary;
+    const std::string_view domain(asked[i].data + found[i].domain_start, found[i].domain_length);
+    if (choices_.countDomains) countDomain(domain, rows.tally);
+    if (choices_.onlyFailed) continue;
+    frame_->append(rows.out, {chunk.lines[i].data, chunk.lines[i].size}, domain);
+  }
+  rows.tally.urls += ordinary;
+  rows.tally.byStatus[0] += ordinary;
 }
 
 }  // namespace vu::tool

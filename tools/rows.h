@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,6 +14,8 @@
 #include "tools/buffer.h"
 #include "tools/host_reader.h"
 #include "tools/input.h"
+#include "tools/lines.h"
+#include "tools/row_frame.h"
 #include "tools/table.h"
 #include "vu/domain.h"
 
@@ -98,25 +101,38 @@ class RowWriter {
   void writeLines(std::string_view block, UrlPlace place, Buffer& out, Tally& tally) const;
 
  private:
-  struct Entry;
+  /// A URL as it was read.
+  struct Entry {
+    std::string_view url;
+    UrlPlace place;
+  };
+
+  /// What a block's rows are made with: `place` is that of the lines that come next.
+  struct Rows {
+    HostReader hosts;
+    UrlPlace place;
+    Buffer& out;
+    Tally& tally;
+  };
 
   vu_reason find(std::string_view url, HostReader& hosts) const;
   void write(const vu_reason& reason, const Entry& entry, Buffer& out, Tally& tally) const;
+  void writeLine(const LineChunk& chunk, std::size_t i, Rows& rows) const;
+  /// The rows of lines by `frame_`, but for those that are not ordinary.
+  void writeFramed(const LineChunk& chunk, Rows& rows) const;
   /// The number or the text of a status, by its place in `countedStatuses`.
   Cell statusCell(RowColumn column, std::size_t place) const;
   void count(std::string_view domain, std::size_t place, Tally& tally) const;
-  /// The first cells of every row of a status, ready to be written.
-  void makeFronts();
+  void makeFrame();
 
   const vu_cctld& table_;
   Choices choices_;
   Table rows_;
-  /// In the order of `countedStatuses`.
+  Unsafe unsafe_;  ///< In the format of the rows.
   std::array<std::string, countedStatuses.size()> numbers_;
-  std::array<std::string, countedStatuses.size()> fronts_;
-  std::size_t inFront_ = 0;
-  bool isUsual_ = false;   ///< Whether the columns are what they are unless chosen.
   bool explains_ = false;  ///< Whether a rule is told, or rules are left out.
+  /// Of the rows of ordinary URLs; none where these tell more than a frame has.
+  std::optional<RowFrame> frame_;
 };
 
 }  // namespace vu::tool

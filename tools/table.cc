@@ -31,6 +31,26 @@ std::string keyOf(std::string_view title, bool isFirst) {
   return std::string(key.text());
 }
 
+void appendTabbed(Buffer& out, const std::vector<Cell>& cells) {
+  std::uint64_t room = cells.size() + 1;
+  for (const Cell cell : cells) room += 2 * std::uint64_t{cell.size()};
+  char* at = out.room(room);
+  for (const Cell& cell : cells) {
+    if (&cell != cells.data()) *at++ = '\t';
+    at = putTabSafe(at, cell);
+  }
+  *at++ = '\n';
+  out.setEnd(at);
+}
+
+void appendCommas(Buffer& out, const std::vector<Cell>& cells) {
+  for (const Cell& cell : cells) {
+    if (&cell != cells.data()) out += ',';
+    appendCommaSafe(out, cell);
+  }
+  out += '\n';
+}
+
 }  // namespace
 
 RowOptions::RowOptions() : format(isatty(STDOUT_FILENO) == 1 ? Format::table : Format::tsv) {}
@@ -59,38 +79,26 @@ void Table::appendTitles(Buffer& out, bool isBold) const {
 }
 
 void Table::append(Buffer& out, const std::vector<Cell>& cells, std::string_view colour) const {
-  Look look;
-  look.colour = colour;
-  append(out, cells.data(), cells.size(), look);
-}
-
-void Table::append(Buffer& out, const Cell* cells, std::size_t count, const Look& look) const {
   switch (format()) {
     case Format::table:
-      appendAligned(out, cells, count, look);
+      appendAligned(out, cells, colour);
       break;
     case Format::tsv:
-      appendTabbed(out, cells, count, look);
+      appendTabbed(out, cells);
       break;
     case Format::csv:
-      appendCommas(out, cells, count, look);
+      appendCommas(out, cells);
       break;
     case Format::jsonl:
-      appendObject(out, cells, count, look);
+      appendObject(out, cells);
       break;
   }
 }
 
-std::string Table::front(const Cell* cells, std::size_t count) const {
-  Buffer row;
-  append(row, cells, count, {});
-  // Less what ends a row.
-  return std::string(row.text().substr(0, row.size() - (format() == Format::jsonl ? 2 : 1)));
-}
-
-void Table::appendAligned(Buffer& out, const Cell* cells, std::size_t count,
-                          const Look& look) const {
-  out += look.colour;
+void Table::appendAligned(Buffer& out, const std::vector<Cell>& cells,
+                          std::string_view colour) const {
+  const std::size_t count = cells.size();
+  out += colour;
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t start = out.size();
     isNone(cells[i]) ? out += '-' : appendVisible(out, cells[i]);
@@ -98,38 +106,13 @@ void Table::appendAligned(Buffer& out, const Cell* cells, std::size_t count,
       const std::size_t width = i < columns_.size() ? columns_[i].width : 0;
       out.append(std::max(width, out.size() - start) - (out.size() - start) + 2, ' ');
     }
-    if (!look.colour.empty() && i + 1 == std::min(kColoured, count)) out += colour::none;
+    if (!colour.empty() && i + 1 == std::min(kColoured, count)) out += colour::none;
   }
   out += '\n';
 }
 
-void Table::appendTabbed(Buffer& out, const Cell* cells, std::size_t count,
-                         const Look& look) const {
-  std::uint64_t room = count + 1;
-  for (std::size_t i = look.inFront; i < count; ++i) room += cells[i].size();
-  char* at = put(out.room(look.front.size() + (look.isTabSafe ? room : 2 * room)), look.front);
-  for (std::size_t i = look.inFront; i < count; ++i) {
-    if (i > 0) *at++ = '\t';
-    at = look.isTabSafe ? put(at, cells[i]) : putTabSafe(at, cells[i]);
-  }
-  *at++ = '\n';
-  out.setEnd(at);
-}
-
-void Table::appendCommas(Buffer& out, const Cell* cells, std::size_t count,
-                         const Look& look) const {
-  out += look.front;
-  for (std::size_t i = look.inFront; i < count; ++i) {
-    if (i > 0) out += ',';
-    appendCommaSafe(out, cells[i]);
-  }
-  out += '\n';
-}
-
-void Table::appendObject(Buffer& out, const Cell* cells, std::size_t count,
-                         const Look& look) const {
-  out += look.front;
-  for (std::size_t i = look.inFront; i < count; ++i) {
+void Table::appendObject(Buffer& out, const std::vector<Cell>& cells) const {
+  for (std::size_t i = 0; i < cells.size(); ++i) {
     const bool isKnown = i < columns_.size();
     out += isKnown ? keys_[i] : keyOf(std::to_string(i + 1), i == 0);
     if (isNone(cells[i])) {

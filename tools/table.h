@@ -42,26 +42,13 @@ class Table {
   /// The line of titles, if there is to be one. Bold where `isBold` in an aligned table.
   void appendTitles(Buffer& out, bool isBold = false) const;
 
-  /// What can be said about a row beyond its cells.
-  struct Look {
-    std::string_view colour;  ///< Of its first two cells in an aligned table; empty: none.
-    std::string_view front;   ///< What `front` made of its first `inFront` cells.
-    std::size_t inFront = 0;  ///< 0 in an aligned table.
-    bool isTabSafe = false;   ///< Whether no cell has a tab, line end or backslash in it.
-  };
-
-  /// Adds a row of `count` cells. Those beyond the columns have their number for a title.
-  void append(Buffer& out, const Cell* cells, std::size_t count, const Look& look) const;
+  /// Adds a row. Cells beyond the columns have their number for a title. A colour is of the first
+  /// two cells in an aligned table.
   void append(Buffer& out, const std::vector<Cell>& cells, std::string_view colour = {}) const;
 
-  /// What many rows that begin with the same cells have in common.
-  std::string front(const Cell* cells, std::size_t count) const;
-
  private:
-  void appendAligned(Buffer& out, const Cell* cells, std::size_t count, const Look& look) const;
-  void appendTabbed(Buffer& out, const Cell* cells, std::size_t count, const Look& look) const;
-  void appendCommas(Buffer& out, const Cell* cells, std::size_t count, const Look& look) const;
-  void appendObject(Buffer& out, const Cell* cells, std::size_t count, const Look& look) const;
+  void appendAligned(Buffer& out, const std::vector<Cell>& cells, std::string_view colour) const;
+  void appendObject(Buffer& out, const std::vector<Cell>& cells) const;
 
   std::vector<Column> columns_;
   RowOptions options_;

@@ -44,12 +44,25 @@ bool isPlainInJson(char c) {
   return byte >= 0x20 && byte < 0x80 && c != '"' && c != '\\';
 }
 
-/// The same of eight bytes at once. A subtraction borrows only from a byte that is looked for, so
-/// that the answer as a whole is exact.
-bool areAllPlainInJson(const char* at) {
-  constexpr std::uint64_t each = 0x0101010101010101;
+// Of eight bytes at once. A subtraction borrows only from a byte that is looked for, so that the
+// answer as a whole is exact.
+constexpr std::uint64_t each = 0x0101010101010101;
+
+std::uint64_t load(const char* at) {
   std::uint64_t eight = 0;
   std::memcpy(&eight, at, sizeof eight);
+  return eight;
+}
+
+/// Whether none of them is below 16, as tabs and line ends are, or a backslash.
+bool areAllTabSafe(std::uint64_t eight) {
+  const std::uint64_t backslashes = eight ^ each * '\\';
+  const std::uint64_t found =
+      ((eight - each * 0x10) & ~eight) | ((backslashes - each) & ~backslashes);
+  return (found & each * 0x80) == 0;
+}
+
+bool areAllPlainInJson(std::uint64_t eight) {
   const std::uint64_t quotes = eight ^ each * '"';
   const std::uint64_t backslashes = eight ^ each * '\\';
   const std::uint64_t found =
@@ -59,7 +72,7 @@ bool areAllPlainInJson(const char* at) {
 
 /// The end of the plain bytes at the front of a text.
 const char* plainEnd(const char* at, const char* end) {
-  while (end - at >= 8 && areAllPlainInJson(at)) at += 8;
+  while (end - at >= 8 && areAllPlainInJson(load(at))) at += 8;
   while (at != end && isPlainInJson(*at)) ++at;
   return at;
 }
@@ -120,11 +133,21 @@ std::string visible(std::string_view text) {
 }
 
 char* putTabSafe(char* at, std::string_view text) {
-  for (const char c : text) {
-    const char letter = tabSafeLetter(c);
-    if (letter != 0) *at++ = '\\';
-    *at++ = letter != 0 ? letter : c;
+  const auto putEach = [&at](std::string_view bytes) {
+    for (const char c : bytes) {
+      const char letter = tabSafeLetter(c);
+      if (letter != 0) *at++ = '\\';
+      *at++ = letter != 0 ? letter : c;
+    }
+  };
+  for (; text.size() >= 8; text.remove_prefix(8)) {
+    if (areAllTabSafe(load(text.data()))) {
+      at = put(at, text.substr(0, 8));
+    } else {
+      putEach(text.substr(0, 8));
+    }
   }
+  putEach(text);
   return at;
 }
 
