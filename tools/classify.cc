@@ -6,12 +6,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <deque>
-#include <future>
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -25,6 +22,7 @@
 #include "tools/messages.h"
 #include "tools/options.h"
 #include "tools/output.h"
+#include "tools/relay.h"
 #include "tools/rows.h"
 #include "tools/suffix_list.h"
 #include "tools/summary.h"
@@ -105,6 +103,13 @@ struct Batch {
   Buffer rows;
   Tally tally;
   OddRows odd;
+
+  void clear() {
+    lines.clear();
+    rows.clear();
+    tally = Tally();
+    odd = OddRows();
+  }
 };
 
 /// What a file begins with that is compressed, and what reads it.
@@ -160,54 +165,36 @@ class Classifier {
   /// Throws Refusal once the rows in front of what cannot be read are done.
   void classifyFile(const std::string& path) {
     const std::string name = displayName(path);
-    try {
-      classifyNamed(path, name);
-    } catch (const Refusal&) {
-      finishAll();
-      throw;
-    }
+    RowBlocks blocks(path, entryEnd_, options_.fieldForm);
+    UrlPlace next{name, 1};
+    bool isFirst = true;
+    told_ = OddRows();
+    relay_.run(
+        options_.threads,
+        {[&](Batch& batch) { return take(blocks, batch, next, std::exchange(isFirst, false)); },
+         [this](Batch& batch) { writeRows(batch); }, [this](Batch& batch) { finish(batch); }});
   }
 
   Summary& summary() { return summary_; }
   void clearProgress() { progress_.clear(); }
 
  private:
-  struct Working {
-    std::unique_ptr<Batch> batch;
-    std::future<void> done;
-  };
-
-  void classifyNamed(const std::string& path, const std::string& name) {
-    RowBlocks blocks(path, entryEnd_, options_.fieldForm);
-    std::unique_ptr<Batch> batch = emptyBatch();
+  /// Reads the next block, which begins at `next`.
+  Taken take(RowBlocks& blocks, Batch& batch, UrlPlace& next, bool isFirst) {
+    batch.clear();
+    if (!blocks.next(batch.lines)) return Taken::nothing;
     const bool areUrls = options_.field.empty();
-    const bool needsLines = !areUrls || writer_->has(RowColumn::line);
-    UrlPlace place{name, 1};
-    told_ = OddRows();
-    for (bool isFirst = true; blocks.next(batch->lines); isFirst = false) {
-      if (isFirst) {
-        noteOddities(name, batch->lines.text(), entryEnd_, areUrls && seesBlanks());
-        if (!areUrls) beginFields(blocks, *batch, place);
-      }
-      batch->place = place;
-      batch->shape = shape_;
-      if (needsLines) place.line += linesOf(batch->lines.text(), blocks.skipped());
-      if (blocks.skipped() > 0) {
-        finishAll();
-        writeSkipped(blocks.skipped(), *batch);
-        finish(*batch);
-      } else if (options_.threads > 1 && blocks.wasFull()) {
-        start(std::move(batch));
-        batch = emptyBatch();
-      } else {
-        // Little is there: whoever feeds us may be waiting for its rows.
-        finishAll();
-        writeRows(*batch);
-        finish(*batch);
-      }
+    if (isFirst) {
+      noteOddities(std::string(next.file), batch.lines.text(), entryEnd_, areUrls && seesBlanks());
+      if (!areUrls) beginFields(blocks, batch, next);
     }
-    finishAll();
-    spare_.push_back(std::move(batch));
+    batch.place = next;
+    batch.shape = shape_;
+    if (!areUrls || writer_->has(RowColumn::line)) {
+      next.line += linesOf(batch.lines.text(), blocks.skipped());
+    }
+    if (blocks.skipped() > 0) writeSkipped(blocks.skipped(), batch);
+    return blocks.wasFull() ? Taken::much : Taken::little;
   }
 
   /// Learns from the first row of a file where its URLs are. The titles of the first file are
@@ -243,14 +230,6 @@ class Classifier {
   /// A browser takes no blank for part of a URL.
   bool seesBlanks() const { return options_.rows.host != HostRule::browser; }
 
-  /// Batches are used again: touching fresh memory costs more than writing the rows.
-  std::unique_ptr<Batch> emptyBatch() {
-    if (spare_.empty()) return std::make_unique<Batch>();
-    std::unique_ptr<Batch> batch = std::move(spare_.back());
-    spare_.pop_back();
-    return batch;
-  }
-
   void writeRows(Batch& batch) const {
     if (fields_) {
       fields_->write(batch.lines.text(), batch.place, batch.shape, batch.rows, batch.tally,
@@ -275,31 +254,6 @@ class Classifier {
         std::count(block.begin(), block.end(), static_cast<char>(entryEnd_)));
   }
 
-  void start(std::unique_ptr<Batch> batch) {
-    if (working_.size() == options_.threads) finishFirst();
-    const auto work = [this, mine = batch.get()] { writeRows(*mine); };
-    std::future<void> done;
-    try {
-      done = std::async(std::launch::async, work);
-    } catch (const std::system_error&) {
-      // The system has no thread for us: the batch is done here, when its turn comes.
-      done = std::async(std::launch::deferred, work);
-    }
-    working_.push_back({std::move(batch), std::move(done)});
-  }
-
-  void finishFirst() {
-    Working first = std::move(working_.front());
-    working_.pop_front();
-    first.done.get();
-    finish(*first.batch);
-    spare_.push_back(std::move(first.batch));
-  }
-
-  void finishAll() {
-    while (!working_.empty()) finishFirst();
-  }
-
   /// Tells of the first row of each kind in a file that is seldom meant so.
   void noteOdd(const Batch& batch) {
     const auto isNew = [](std::uint64_t line, std::uint64_t& told) {
@@ -320,10 +274,6 @@ class Classifier {
     if (fields_) noteOdd(batch);
     progress_.show(summary_.urls());
     writeOut(batch.rows.text());
-    batch.lines.clear();
-    batch.rows.clear();
-    batch.tally = Tally();
-    batch.odd = OddRows();
   }
 
   const vu_cctld& table_;
@@ -335,8 +285,7 @@ class Classifier {
   FieldShape shape_;    ///< Of the rows of the file that is read.
   std::string titles_;  ///< Of the first file.
   OddRows told_;        ///< Of the file that is read.
-  std::vector<std::unique_ptr<Batch>> spare_;
-  std::deque<Working> working_;
+  Relay<Batch> relay_;
   Summary summary_;
   Progress progress_;
 };
