@@ -1,4 +1,5 @@
-"""Measures whole processes: vu classify beside cut and psl, and what linking libvu adds to a start.
+"""Measures whole processes: vu classify beside cut and psl, with a million URLs and with one, and
+what linking libvu adds to a start.
 
 Usage: processes.py BUILD-DIR URLS WORK-DIR FILTER >RESULTS.json
 
@@ -58,16 +59,28 @@ def count_lines(command, stdin, path):
         return sum(1 for _ in out)
 
 
+def compile_table(build, work):
+    """The table as the packages make it of the system's list."""
+    table = f"{work}/suffixes.vut"
+    build_table = [f"{build}/vu", "suffixes", "build", "--compiled", LIST, "-o", table]
+    subprocess.run(build_table, check=True, capture_output=True)
+    return table
+
+
 def measure_classify(build, work, note):
-    table = f"{work}/suffixes.txt"
-    vu = f"{build}/vu"
-    subprocess.run([vu, "suffixes", "build", LIST, "-o", table], check=True, capture_output=True)
+    table = compile_table(build, work)
     urls = f"{work}/million-urls.txt"
     hosts = f"{work}/million-hosts.txt"
-    # By the rule that the hosts for psl are cut with.
-    classify = [vu, "classify", "--host", "service", "--format", "tsv", "--threads", "1", "--suffixes", table]
+
+    def classify(form="tsv", threads="1", host="service"):
+        options = ["--format", form, "--threads", threads, "--host", host, "--suffixes", table]
+        return [f"{build}/vu", "classify", *options, "--file", urls], None
+
     jobs = {
-        "vu": (classify + ["--file", urls], None),
+        "vu": classify(),  # by the rule that the hosts for psl are cut with
+        "vu-jsonl": classify(form="jsonl"),
+        "vu-two-threads": classify(threads="2"),
+        "vu-browser": classify(host="browser"),
         "cut": (["cut", "-d/", "-f3", urls], None),
         "psl": (["psl", "--batch", "--load-psl-file", LIST, "--print-reg-domain"], hosts),
     }
@@ -94,15 +107,18 @@ def measure_node(work, note):
         note("url/host/node-can-parse", check)
 
 
-def measure_start(build, note):
+def measure_start(build, work, note):
+    one_url = [f"{build}/vu", "classify", "--suffixes", compile_table(build, work)]
     programs = {
-        "with-libvu": "vu_bench_start_with",
-        "without": "vu_bench_start_without",
-        "bare": "vu_bench_start_bare",
+        "with-libvu": [f"{build}/bench/vu_bench_start_with"],
+        "without": [f"{build}/bench/vu_bench_start_without"],
+        "bare": [f"{build}/bench/vu_bench_start_bare"],
+        "vu-one-url": one_url + ["http://www.bbc.co.uk/"],
+        "psl-one-host": ["psl", "--print-reg-domain", "www.bbc.co.uk"],
     }
     for _ in range(STARTS):
-        for name, program in programs.items():
-            note(f"process/start/{name}", cost([f"{build}/bench/{program}"])[1])
+        for name, command in programs.items():
+            note(f"process/start/{name}", cost(command)[1])
 
 
 def main():
@@ -119,7 +135,7 @@ def main():
         write_inputs(urls_file, work)
         measure_node(work, note)
     if re.search(wanted, "process/start"):
-        measure_start(build, note)
+        measure_start(build, work, note)
     json.dump({"benchmarks": results}, sys.stdout)
 
 
