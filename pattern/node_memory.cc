@@ -18,12 +18,12 @@ struct Slot {
   NodeBlock* block;
   alignas(xmldata) unsigned char node[sizeof(xmldata)];
 };
-static_assert(offsetof(Slot, node) == sizeof(NodeBlock*) && sizeof(NodeBlock) % alignof(Slot) == 0,
+static_assert(offsetof(Slot, node) == sizeof(void*) && sizeof(NodeBlock) % alignof(Slot) == 0,
               "nothing stands between them");
 
 /// In front of a node that stands alone; as much as keeps whatever derives from it aligned.
 constexpr std::size_t kFront = alignof(std::max_align_t);
-static_assert(kFront >= sizeof(NodeBlock*), "room for the pointer");
+static_assert(kFront >= sizeof(void*), "room for the pointer");
 
 constexpr std::size_t kMostSlots = 256;
 constexpr std::size_t kTextPerNode = 32;  // bytes; what is less costs a block more
@@ -49,18 +49,15 @@ void* alone(void* memory) noexcept {
 }  // namespace
 
 NodeMaker::NodeMaker(std::size_t textLength) noexcept
-    : slots_(std::min(textLength / kTextPerNode + 1, kMostSlots)) {}
+    : slots_(std::min(textLength / kTextPerNode + 1, kMostSlots)), used_(slots_) {}
 
-NodeMaker::~NodeMaker() { giveBackRest(); }
-
-void NodeMaker::giveBackRest() noexcept {
-  if (block_ != nullptr && used_ != slots_) giveBackSlots(block_, slots_ - used_);
-  block_ = nullptr;
+NodeMaker::~NodeMaker() {
+  if (used_ != slots_) giveBackSlots(block_, slots_ - used_);
 }
 
 /// Memory for the next node, which is not yet taken.
 void* NodeMaker::place() {
-  if (block_ == nullptr || used_ == slots_) {
+  if (used_ == slots_) {
     void* const memory = ::operator new(sizeof(NodeBlock) + slots_ * sizeof(Slot));
     block_ = ::new (memory) NodeBlock{{slots_}};
     used_ = 0;

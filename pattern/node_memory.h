@@ -29,11 +29,10 @@ class NodeMaker {
 
  private:
   void* place();
-  void giveBackRest() noexcept;
 
-  const std::size_t slots_;  ///< of each block
+  const std::size_t slots_;  ///< Of each block.
   NodeBlock* block_ = nullptr;
-  std::size_t used_ = 0;  ///< slots of block_
+  std::size_t used_;  ///< Slots of block_; all of them while there is none.
 };
 
 /// Memory of nodes whose destructors have run, given back when it goes. Neighbours are given back
