@@ -77,7 +77,8 @@ inline std::size_t findStart(std::uint64_t others, const char* text, std::size_t
   const std::size_t lastDot = highest(inner);
   if (!isLetter(text[start + lastDot + 1])) return {};
   const std::uint64_t before = inner ^ std::uint64_t{1} << lastDot;
-  return {start, end, start + highest(before << 1 | 1), end - (dots >> (length - 1))};
+  const auto dotAtEnd = static_cast<std::size_t>(dots >> (length - 1));
+  return {start, end, start + highest(before << 1 | 1), end - dotAtEnd};
 }
 
 }  // namespace vu::detail
