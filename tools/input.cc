@@ -14,7 +14,7 @@
 namespace vu::tool {
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{1} << 18;
+constexpr std::size_t kBlock = std::size_t{1} << 17;
 constexpr std::size_t kLongest = INT_MAX;  // of a file that is read whole
 
 int openOrStandardInput(const std::string& path) {

@@ -19,8 +19,8 @@ enum class EntryEnd : char { line = '\n', null = '\0' };
 /// Longer entries are skipped, so that memory has a bound.
 constexpr std::size_t kLongestEntry = std::size_t{64} << 20;
 
-/// Reads a file in blocks of whole lines, as many as can be had without waiting, up to a
-/// quarter of a megabyte: rows and lines of one block then fit into a core's own cache.
+/// Reads a file in blocks of whole lines, as many as can be had without waiting, up to an
+/// eighth of a megabyte: rows and lines of one block then fit into a core's own cache.
 class LineBlocks {
  public:
   /// `path` names the file in messages and is opened by the constructor; "-" is standard input.
