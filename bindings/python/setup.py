@@ -3,8 +3,13 @@ import shlex
 import subprocess
 from glob import glob
 
-from pybind11.setup_helpers import Pybind11Extension
-from setuptools import setup
+from setuptools import Extension, setup
+
+try:
+    import pybind11
+    include_dirs = [pybind11.get_include()]
+except ImportError:
+    include_dirs = []  # Debian's pybind11-dev has its headers where compilers look
 
 
 def pkg_config(*what):
@@ -13,7 +18,8 @@ def pkg_config(*what):
 
 
 libraries = ["vu", "vu-url"]
+compile_args = ["-std=c++17", "-fvisibility=hidden", *shlex.split(pkg_config("--cflags", *libraries))]
 setup(version=pkg_config("--modversion", "vu"),
-      ext_modules=[Pybind11Extension("vu._vu", sorted(glob("src/*.cc")), cxx_std=17,
-                                     extra_compile_args=shlex.split(pkg_config("--cflags", *libraries)),
-                                     extra_link_args=shlex.split(pkg_config("--libs", *libraries)))])
+      ext_modules=[Extension("vu._vu", sorted(glob("src/*.cc")), include_dirs, language="c++",
+                             extra_compile_args=compile_args,
+                             extra_link_args=shlex.split(pkg_config("--libs", *libraries)))])
