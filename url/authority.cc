@@ -34,6 +34,9 @@ class Reader {
     return true;
   }
   const char* position() const { return at_; }
+  const char* end() const { return end_; }
+  /// Goes on at a place, where the end is or a byte that is not ignored.
+  void moveTo(const char* place) { at_ = place; }
   /// What stands between a place and the current byte, less ignored bytes at its end.
   std::string_view from(const char* start) const {
     std::string_view text(start, static_cast<std::size_t>(at_ - start));
@@ -96,28 +99,28 @@ bool endsAuthority(int c, bool isSpecial) {
 
 /// Steps over credentials: everything up to the last "@" of the authority.
 bool skipCredentials(Reader& reader, bool isSpecial) {
-  bool found = false;
-  Reader look = reader;
-  while (!endsAuthority(look.peek(), isSpecial)) {
-    const bool at = look.peek() == '@';
-    look.next();
-    if (at) {
-      reader = look;
-      found = true;
-    }
+  const char* last = nullptr;
+  for (const char* at = reader.position(); at != reader.end(); ++at) {
+    if (endsAuthority(static_cast<unsigned char>(*at), isSpecial)) break;
+    if (*at == '@') last = at;
   }
-  return found;
+  if (last == nullptr) return false;
+  reader.moveTo(last);
+  reader.next();
+  return true;
 }
 
 /// Reads the host, up to the end of the authority or a colon outside of brackets.
 std::string_view readHost(Reader& reader, bool isSpecial) {
   const char* const start = reader.position();
+  const char* at = start;
   bool inBrackets = false;
-  while (!endsAuthority(reader.peek(), isSpecial) && (reader.peek() != ':' || inBrackets)) {
-    if (reader.peek() == '[') inBrackets = true;
-    if (reader.peek() == ']') inBrackets = false;
-    reader.next();
+  for (; at != reader.end() && (*at != ':' || inBrackets); ++at) {
+    if (endsAuthority(static_cast<unsigned char>(*at), isSpecial)) break;
+    if (*at == '[') inBrackets = true;
+    if (*at == ']') inBrackets = false;
   }
+  reader.moveTo(at);
   return reader.from(start);
 }
 

@@ -16,28 +16,44 @@ namespace {
 
 using Text = std::pmr::string;
 
-constexpr std::string_view kForbidden("\0\t\n\r #/:<>?@[\\]^|", 17);
-
 /// Lengths of what a longer name is mapped to may not fit an int, in which ICU counts.
 constexpr std::size_t kLongestBeyondAscii = std::size_t{1} << 28;
 
-bool isForbiddenInHost(char c) { return kForbidden.find(c) != std::string_view::npos; }
+struct Forbidden {
+  std::array<bool, 256> inHost{};
+  std::array<bool, 256> inName{};
+};
 
-bool isForbiddenInName(char c) {
-  return static_cast<unsigned char>(c) <= ' ' || c == '%' || c == '\x7F' || isForbiddenInHost(c);
+constexpr Forbidden makeForbidden() {
+  Forbidden all;
+  for (const char c : std::string_view("\0\t\n\r #/:<>?@[\\]^|", 17)) {
+    all.inHost[static_cast<unsigned char>(c)] = true;
+  }
+  all.inName = all.inHost;
+  for (unsigned c = 0; c <= ' '; ++c) all.inName[c] = true;
+  all.inName['%'] = all.inName['\x7F'] = true;
+  return all;
 }
+
+constexpr Forbidden kForbidden = makeForbidden();
+
+bool isForbiddenInHost(char c) { return kForbidden.inHost[static_cast<unsigned char>(c)]; }
+bool isForbiddenInName(char c) { return kForbidden.inName[static_cast<unsigned char>(c)]; }
 
 /// The source as the parser sees it: without ignored bytes, and in UTF-8.
 void readSource(std::string_view source, Text& text) {
+  constexpr char32_t kReplacement = 0xFFFD;
   text.reserve(source.size());
+  std::size_t taken = 0;
   for (std::size_t at = 0; at < source.size();) {
-    if (!isAscii(source[at])) {
-      appendCodePoint(nextCodePoint(source, at), text);
-    } else {
-      if (!isIgnored(source[at])) text.push_back(source[at]);
-      ++at;
-    }
+    const std::size_t start = at;
+    const bool isWide = !isAscii(source[at]);
+    if (isWide ? nextCodePoint(source, at) != kReplacement : !isIgnored(source[at++])) continue;
+    text.append(source, taken, start - taken);
+    if (isWide) text.append("\xEF\xBF\xBD");
+    taken = at;
   }
+  text.append(source, taken, std::string_view::npos);
 }
 
 /// The value of two hexadecimal digits, or -1.
@@ -114,7 +130,7 @@ class HostParser {
 
   void parseName() {
     decodeName(text_);
-    std::string ascii;
+    Text ascii(&memory_);
     std::string_view name = text_;
     if (!isAscii(name)) {
       if (name.size() > kLongestBeyondAscii) return refuse(vu_host_refusal::tooLong);
@@ -151,8 +167,8 @@ class HostParser {
 
   vu_host host_;
   Room room_;
-  // Hosts of ordinary length need no heap.
-  std::array<char, 512> stack_{};
+  // Hosts of ordinary length need no heap. Nothing is read that was not written.
+  std::array<char, 512> stack_;
   std::pmr::monotonic_buffer_resource memory_{stack_.data(), stack_.size()};
   Text text_{&memory_};
 };

@@ -3,6 +3,7 @@
 #ifndef VU_URL_IDNA_H_
 #define VU_URL_IDNA_H_
 
+#include <memory_resource>
 #include <string>
 #include <string_view>
 
@@ -13,7 +14,10 @@ namespace vu::detail {
 /// not. False for a name that is refused; `ascii` may then hold anything.
 ///
 /// Throws std::bad_alloc.
-bool nameToAscii(std::string_view name, std::string& ascii);
+bool nameToAscii(std::string_view name, std::pmr::string& ascii);
+
+/// The same, of any name, by the steps of the standard.
+bool nameToAsciiInSteps(std::string_view name, std::string& ascii);
 
 }  // namespace vu::detail
 

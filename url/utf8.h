@@ -29,14 +29,6 @@ inline char32_t nextCodePoint(std::string_view text, std::size_t& at) {
   return static_cast<char32_t>(point);
 }
 
-template <typename Text>
-void appendCodePoint(char32_t point, Text& text) {
-  std::uint8_t bytes[U8_MAX_LENGTH];
-  int size = 0;
-  U8_APPEND_UNSAFE(bytes, size, point);
-  for (int i = 0; i < size; ++i) text.push_back(static_cast<char>(bytes[i]));
-}
-
 }  // namespace vu::detail
 
 #endif  // VU_URL_UTF8_H_
