@@ -5,8 +5,11 @@
 
 #include <libpsl.h>
 #include <malloc.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -164,6 +167,37 @@ void hostCut(benchmark::State& state) {
       state, job, [](std::string_view url) { return ourTable().classify(url).host; }, job);
 }
 
+/// Many URLs in one call, or in as many calls.
+void many(benchmark::State& state, const vu_cctld& table, const std::vector<vu_text>& urls,
+          bool inOneCall) {
+  std::vector<vu_record> records(urls.size());
+  std::vector<vu_record> expected(urls.size());
+  const auto oneByOne = [&](std::vector<vu_record>& to) {
+    for (std::size_t i = 0; i < urls.size(); ++i) table.classify(&urls[i], 1, &to[i]);
+    return to.data();
+  };
+  const auto together = [&] {
+    table.classify(urls.data(), urls.size(), records.data());
+    return records.data();
+  };
+  oneByOne(expected);
+  require(std::memcmp(together(), expected.data(), urls.size() * sizeof(vu_record)) == 0,
+          "many URLs in one call come to something else");
+  const auto count = static_cast<std::int64_t>(urls.size());
+  if (inOneCall) {
+    measureCall(state, together, count);
+  } else {
+    measureCall(
+        state, [&] { return oneByOne(records); }, count);
+  }
+}
+
+void batch(benchmark::State& state, bool inOneCall) {
+  std::vector<vu_text> urls;
+  for (const std::string_view url : inputs().urls) urls.push_back({url.data(), url.size()});
+  many(state, ourTable(), urls, inOneCall);
+}
+
 void threads(benchmark::State& state) {
   const vu_cctld& table = ourTable();
   measureEach(state, inputs().urls, [&](std::string_view url) { return table.classify(url); });
@@ -301,6 +335,19 @@ void tableSize(benchmark::State& state, bool ours) {
   }
 }
 
+/// So many hosts that no cache holds what they are looked up by.
+void batchMillion(benchmark::State& state, bool inOneCall) {
+  const std::int64_t size = inputs().atMost(1000000, 1000);
+  std::mt19937 random(9);
+  Strings hosts;
+  for (std::int64_t i = inputs().atMost(262144, 1000); i > 0; --i) {
+    hosts.push_back("www.a." + suffixNumber(static_cast<std::int64_t>(random()) % size));
+  }
+  std::vector<vu_text> urls;
+  for (const std::string& host : hosts) urls.push_back({host.data(), host.size()});
+  many(state, generatedTable(size).ours, urls, inOneCall);
+}
+
 void worstHost(benchmark::State& state, int spelling) {
   const vu_cctld& table = generatedTable(inputs().atMost(1000000, 1000)).ours;
   Strings hosts;
@@ -405,6 +452,83 @@ void sizeOf(benchmark::State& state, const std::string& path) {
   state.counters["bytes"] = static_cast<double>(bytes);
 }
 
+/// What the processes have together, shared memory counted once, by the kernel's own count.
+std::size_t memoryOf(const std::vector<pid_t>& processes) {
+  std::size_t all = 0;
+  for (const pid_t each : processes) {
+    std::ifstream file("/proc/" + std::to_string(each) + "/smaps_rollup");
+    for (std::string line; std::getline(file, line);) {
+      if (line.compare(0, 4, "Pss:") == 0) all += std::stoul(line.substr(4)) * 1024;
+    }
+  }
+  return all;
+}
+
+/// Tells what ten processes take more together once each has called `use`, as the counter "bytes".
+template <typename Use>
+void memoryOfTen(benchmark::State& state, Use use) {
+  int begin[2];
+  int used[2];
+  require(pipe(begin) == 0 && pipe(used) == 0, "there is no pipe");
+  std::vector<pid_t> processes;
+  char bytes[10] = {};
+  while (processes.size() < sizeof bytes) {
+    processes.push_back(fork());
+    require(processes.back() >= 0, "there is no process");
+    if (processes.back() != 0) continue;
+    if (read(begin[0], bytes, 1) != 1) _exit(1);
+    use();
+    if (write(used[1], bytes, 1) != 1) _exit(1);
+    pause();
+    _exit(0);
+  }
+  const std::size_t before = memoryOf(processes);
+  require(write(begin[1], bytes, sizeof bytes) == sizeof bytes, "the processes do not begin");
+  for (std::size_t i = 0; i < sizeof bytes; ++i) {
+    require(read(used[0], bytes, 1) == 1, "a process does not end its work");
+  }
+  const std::size_t after = memoryOf(processes);
+  for (const pid_t each : processes) {
+    kill(each, SIGKILL);
+    waitpid(each, nullptr, 0);
+  }
+  for (const int each : {begin[0], begin[1], used[0], used[1]}) close(each);
+  require(after > before, "the processes take no memory");
+  while (state.KeepRunning()) benchmark::DoNotOptimize(bytes);
+  state.counters["bytes"] = static_cast<double>(after - before);
+}
+
+/// Opens a table by `open` and looks all URLs up in it; it stays until the process ends.
+void useOurs(const std::function<void(vu_cctld&)>& open) {
+  static vu_cctld table(nullptr);
+  open(table);
+  for (const std::string_view url : inputs().urls) {
+    benchmark::DoNotOptimize(table.classify(url, vu_match::publicSuffix));
+  }
+}
+
+void useTheirs(const std::string& path) {
+  static const Psl table = loadPsl(path);
+  for (const std::string_view url : inputs().urls) {
+    benchmark::DoNotOptimize(domainByPsl(table.get(), url));
+  }
+}
+
+void registerTen(const std::string& dafsa) {
+  add("domain/memory/ten-compiled", [](benchmark::State& state) {
+    memoryOfTen(state,
+                [] { useOurs([](vu_cctld& table) { table.open(inputs().tableFile.c_str()); }); });
+  });
+  add("domain/memory/ten-definition", [](benchmark::State& state) {
+    memoryOfTen(state, [] {
+      useOurs([](vu_cctld& table) { table.initSet(inputs().suffixFile.c_str()); });
+    });
+  });
+  if (!std::filesystem::exists(dafsa)) return;
+  add("domain/memory/ten-dafsa",
+      [dafsa](benchmark::State& state) { memoryOfTen(state, [&dafsa] { useTheirs(dafsa); }); });
+}
+
 void registerLoading() {
   add("domain/load/vu", load);
   add("domain/load/libpsl", loadByPsl);
@@ -417,6 +541,7 @@ void registerLoading() {
   const auto addSize = [](const char* name, const std::string& path) {
     add(name, [path](benchmark::State& state) { sizeOf(state, path); });
   };
+  registerTen(dafsa);
   addSize("domain/memory/definition-file", inputs().suffixFile);
   addSize("domain/memory/compiled-table", inputs().tableFile);
   add("domain/open/vu", openCompiled);
@@ -448,6 +573,12 @@ void registerDomain() {
   add("domain/explain/vu", explain);
   add("domain/classify/libpsl", libpsl);
   add("domain/classify/host-cut", hostCut);
+  for (const bool inOneCall : {true, false}) {
+    const std::string who = inOneCall ? "/vu" : "/single";
+    add("domain/batch" + who, [=](benchmark::State& state) { batch(state, inOneCall); });
+    add("domain/batch-million" + who,
+        [=](benchmark::State& state) { batchMillion(state, inOneCall); });
+  }
   add("domain/address/vu", addresses);
   add("domain/refused/classify", refusedByClassify);
   add("domain/refused/lookup", refusedByLookup);

@@ -71,7 +71,7 @@ class Row:
         a, b = costs[ours], costs[peer]
         self.ours_text = cost_text(ours, a)
         self.peer_text = f"{peer.split('/')[2]}: {cost_text(peer, b)}"
-        self.value = {">=": b / a, "<=": a / b, "ms": (a - b) / 1e6, "-": b / a}[kind]
+        self.value = {">=": b / a, "<=": a / b, "ms": (a - b) / 1e6, "ns": a - b, "-": b / a}[kind]
 
     def verdict(self):
         if not self.target:
@@ -82,12 +82,12 @@ class Row:
     def target_text(self):
         if not self.target:
             return ""
-        sign = {">=": "≥ ", "<=": "≤ ", "ms": "≤ "}[self.kind]
-        return sign + self.target + (" ms more" if self.kind == "ms" else "")
+        sign = {">=": "≥ ", "<=": "≤ ", "ms": "≤ ", "ns": "≤ "}[self.kind]
+        return sign + self.target + (f" {self.kind} more" if self.kind in ("ms", "ns") else "")
 
     def ratio_text(self):
-        if self.kind == "ms":
-            return f"{self.value:.2f} ms more"
+        if self.kind in ("ms", "ns"):
+            return f"{self.value:.2f} {self.kind} more"
         return f"{self.value:.2f} {'times the cost' if self.kind == '<=' else 'times as fast'}"
 
     def cells(self):

@@ -2,6 +2,7 @@
 
 #include "c/table.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -60,6 +61,7 @@ int openInto(vu_table** table, char* message, size_t size, Open open) noexcept {
     } catch (const vu_exception& failure) {
       return fail(VU_ERROR_TABLE, explained(opened->path, failure.what()).c_str(), message, size);
     }
+    opened->facts = opened->suffixes.facts();
     *table = opened.release();
     return VU_OK;
   } catch (const std::exception&) {
@@ -97,6 +99,8 @@ int vu_table_open(const char* path, vu_table** table, char* message, size_t mess
     opened.path = pathOf(path);
     if (opened.path.empty()) return false;
     opened.suffixes.open(opened.path.c_str());
+    struct stat file {};
+    if (stat(opened.path.c_str(), &file) == 0) opened.changed = file.st_mtime;
     return true;
   });
 }

@@ -139,27 +139,25 @@ Cut decide(const Question& asked, std::string_view url, vu_domain& result) noexc
   return result;
 }
 
-[[gnu::noinline]] vu_domain classifyListed(const vu_cctld& all, const SuffixTable& table,
-                                           vu_match match, const char* text,
-                                           PlainHost place) noexcept {
+[[gnu::noinline]] vu_domain classifyListed(const SuffixTable& table, int maxLabels, vu_match match,
+                                           const char* text, PlainHost place) noexcept {
   const PlainName name{text, place};
   vu_domain result{VU_SUCCESS, vu_host_kind::name, name.host(), {}, {}};
-  setCut(cutChain(questionTo(all, table, match), name.chain()), result);
+  setCut(cutListed(table, maxLabels, match, name), result);
   return result;
 }
 
 /// An ordinary host. No call returns here: nothing needs saving.
-[[gnu::always_inline]] inline vu_domain classifyPlain(const vu_cctld& all, const SuffixTable& table,
+[[gnu::always_inline]] inline vu_domain classifyPlain(const SuffixTable& table, int maxLabels,
                                                       vu_match match,
                                                       const PlainName& name) noexcept {
   if (mayBeListed(table, match, name)) {
-    return classifyListed(all, table, match, name.text, name.place);
+    return classifyListed(table, maxLabels, match, name.text, name.place);
   }
   return {VU_SUCCESS, vu_host_kind::name, name.host(), name.domain(), {}};
 }
 
-vu_section sectionOf(const Cut& cut) noexcept {
-  const unsigned sections = cut.rule.sections(cut.kind);
+vu_section sectionOf(unsigned sections) noexcept {
   if ((sections & vu::detail::kIcannRules) != 0) return vu_section::icann;
   return sections != 0 ? vu_section::privateDomains : vu_section::none;
 }
@@ -169,35 +167,23 @@ vu_rule_kind ruleOf(const Cut& cut) noexcept {
   return cut.kind == vu::detail::kException ? vu_rule_kind::exception : vu_rule_kind::suffix;
 }
 
-}  // namespace
-
-vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
-  const PlainName name = plainName(url);
-  if (!name.place) return classifyAny(*this, *tldSet_, match, url);
-  return classifyPlain(*this, *tldSet_, match, name);
+/// Of a plain host whose domain are its last two labels. Made where it stays: a part of it that was
+/// copied would be read in larger pieces than it was just written in, which processors wait for.
+inline vu_reason reasonOf(const PlainName& name, vu_rule_kind kind, unsigned sections,
+                          std::string_view rule) noexcept {
+  return {{VU_SUCCESS, vu_host_kind::name, name.host(), name.domain(), {}},
+          kind,
+          sectionOf(sections),
+          rule};
 }
 
-vu_domain vu_cctld::classify(const vu_host& host, vu_match match) const noexcept {
-  if (host.kind == vu_host_kind::name) {
-    const PlainName name = plainName(host.text);
-    if (name.place) return classifyPlain(*this, *tldSet_, match, name);
-  }
-  return vu::detail::classifyAnyHost(*this, host, match);
-}
-
-vu_reason vu_cctld::explain(std::string_view url, vu_match match,
-                            unsigned narrowing) const noexcept {
-  vu_reason reason{
-      {VU_SUCCESS, vu_host_kind::none, {}, {}, {}}, vu_rule_kind::none, vu_section::none, {}};
-  const bool publicSuffix = match == vu_match::publicSuffix;
-  const unsigned sections = (narrowing & VU_ICANN_ONLY) != 0 ? vu::detail::kIcannRules : 0U;
-  Cut cut = decide({*tldSet_, maxLabels_, !defaultDomain_.empty(), match, sections, publicSuffix},
-                   url, reason.domain);
+/// Tells which rule decided, and sets what is cut.
+void setReason(const Question& asked, unsigned narrowing, Cut cut, vu_reason& reason) noexcept {
   if (cut.rule) {
     reason.rule = ruleOf(cut);
-    reason.section = sectionOf(cut);
-    reason.name = tldSet_->nameOf(cut.rule);
-  } else if (publicSuffix && reason.domain.kind == vu_host_kind::name) {
+    reason.section = sectionOf(cut.rule.sections(cut.kind));
+    reason.name = asked.table.nameOf(cut.rule);
+  } else if (asked.explains && reason.domain.kind == vu_host_kind::name) {
     reason.rule = vu_rule_kind::standard;
     const bool completed = cut.status == VU_SUCCESS && cut.start == nullptr;
     if ((narrowing & VU_LISTED_ONLY) != 0 && !completed) {
@@ -206,7 +192,62 @@ vu_reason vu_cctld::explain(std::string_view url, vu_match match,
     }
   }
   setCut(cut, reason.domain);
+}
+
+[[gnu::noinline]] vu_reason explainAny(Question asked, std::string_view url,
+                                       unsigned narrowing) noexcept {
+  vu_reason reason{
+      {VU_SUCCESS, vu_host_kind::none, {}, {}, {}}, vu_rule_kind::none, vu_section::none, {}};
+  asked.explains = asked.match == vu_match::publicSuffix;
+  if ((narrowing & VU_ICANN_ONLY) != 0) asked.sections = vu::detail::kIcannRules;
+  const Cut cut = decide(asked, url, reason.domain);
+  setReason(asked, narrowing, cut, reason);
   return reason;
+}
+
+[[gnu::noinline]] vu_reason explainListed(const SuffixTable& table, int maxLabels, vu_match match,
+                                          const char* text, PlainHost place) noexcept {
+  const PlainName name{text, place};
+  vu_reason reason{{VU_SUCCESS, vu_host_kind::name, name.host(), {}, {}},
+                   vu_rule_kind::none,
+                   vu_section::none,
+                   {}};
+  const Question asked{table, maxLabels, false, match, 0, match == vu_match::publicSuffix};
+  setReason(asked, 0, cutChain(asked, name.chain()), reason);
+  return reason;
+}
+
+}  // namespace
+
+vu_domain vu_cctld::classify(std::string_view url, vu_match match) const noexcept {
+  const PlainName name = plainName(url);
+  if (!name.place) return classifyAny(*this, *tldSet_, match, url);
+  return classifyPlain(*tldSet_, maxLabels_, match, name);
+}
+
+vu_domain vu_cctld::classify(const vu_host& host, vu_match match) const noexcept {
+  if (host.kind == vu_host_kind::name) {
+    const PlainName name = plainName(host.text);
+    if (name.place) return classifyPlain(*tldSet_, maxLabels_, match, name);
+  }
+  return vu::detail::classifyAnyHost(*this, host, match);
+}
+
+vu_reason vu_cctld::explain(std::string_view url, vu_match match,
+                            unsigned narrowing) const noexcept {
+  const PlainName name = plainName(url);
+  if (!name.place || narrowing != 0) {
+    return explainAny(questionTo(*this, *tldSet_, match), url, narrowing);
+  }
+  if (!mayBeListed(*tldSet_, match, name)) {
+    if (match == vu_match::shortest) return reasonOf(name, vu_rule_kind::none, 0, {});
+    const RuleView top = findTop(*tldSet_, name);
+    if (top && isListed(top, vu::detail::kRule, 0)) {
+      return reasonOf(name, vu_rule_kind::suffix, top.sections(vu::detail::kRule),
+                      tldSet_->nameOf(top));
+    }
+  }
+  return explainListed(*tldSet_, maxLabels_, match, url.data(), name.place);
 }
 
 std::string vu_reason::text() const {

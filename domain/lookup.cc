@@ -60,7 +60,7 @@ Span find(const vu_cctld& table, const vu::detail::SuffixTable& suffixes, const 
   if (!name.place) return findAny(table, url, ipAddress);
   const char* const hostEnd = url + name.place.end();
   if (!mayBeListed(suffixes, vu_match::shortest, name)) return {nullptr, hostEnd, name.lastTwo()};
-  const Cut cut = cutShortest(suffixes, table.maxLabels(), name.chain());
+  const Cut cut = cutListed(suffixes, table.maxLabels(), vu_match::shortest, name);
   if (cut.status != VU_SUCCESS) refuse(cut.status, name.start());
   return {nullptr, hostEnd, cut.start};
 }

@@ -58,14 +58,16 @@ Cut cutPublicSuffix(const SuffixTable& table, const Chain& chain, unsigned secti
                     bool tellsTop) noexcept {
   const char* const begin = chain.name.data();
   const char* const end = begin + chain.name.size();
-  const char* name = end;
-  while (name[-1] != '.') --name;
-  Suffix suffix{name, {}};
-  if (tellsTop || table.mayHaveWildcard(end)) {
-    const RuleView top = table.findFolded(nameKey(between(name, end)), between(name, end));
-    if (top) suffix.extend(top, name, begin, sections);
-  }
-  name = chain.lastTwo;
+  const char* last = end;
+  while (last[-1] != '.') --last;
+  Suffix suffix{last, {}};
+  const auto extendByTop = [&] {
+    const RuleView top = table.findFolded(nameKey(between(last, end)), between(last, end));
+    if (top) suffix.extend(top, last, begin, sections);
+  };
+  const bool mayBeWild = table.mayHaveWildcard(end);
+  if (mayBeWild) extendByTop();
+  const char* name = chain.lastTwo;
   NameKey keys(end);
   while (true) {
     const RuleView rule = table.findFolded(keys.of(name), between(name, end));
@@ -75,6 +77,7 @@ Cut cutPublicSuffix(const SuffixTable& table, const Chain& chain, unsigned secti
     if ((rule.listings() & kDeeper) == 0 || name == begin) break;
     name = labelBefore(begin, name);
   }
+  if (tellsTop && !mayBeWild && !suffix.rule) extendByTop();
   if (suffix.start == begin) {
     return {VU_COUNTRY_CODE_PURE_DOMAIN, nullptr, suffix.rule, suffix.kind};
   }

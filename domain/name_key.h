@@ -40,7 +40,7 @@ constexpr std::uint64_t kKeyLast = 0x3C6EF372FE94F82BU;
 /// those that differ by their case.
 constexpr std::uint64_t kLowerCase = 0x2020202020202020U;
 
-/// A name of fewer than eight bytes as a number, in lower case; nothing outside of it is read.
+/// A text of fewer than eight bytes as a number; nothing outside of it is read.
 inline std::uint64_t shortWord(const char* begin, std::size_t size) noexcept {
   const char* const end = begin + size;
   std::uint64_t word = 0;
@@ -50,12 +50,18 @@ inline std::uint64_t shortWord(const char* begin, std::size_t size) noexcept {
     word = loadBytes<1>(begin) | loadBytes<1>(begin + size / 2) << 8 * (size / 2) |
            loadBytes<1>(end - 1) << 8 * (size - 1);
   }
-  return size == 0 ? 0 : word | kLowerCase >> (64 - 8 * size);
+  return word;
 }
 
 /// A key of a name's first and last eight bytes, which may overlap, and its length.
 inline std::uint64_t keyOfEnds(std::uint64_t first, std::uint64_t last, std::size_t size) noexcept {
   return foldedProduct(kKeyStart ^ last, (kKeyLast ^ first) + size);
+}
+
+/// The same of a name of fewer than eight bytes.
+inline std::uint64_t shortKey(std::uint64_t word, std::size_t size) noexcept {
+  if (size != 0) word |= kLowerCase >> (64 - 8 * size);
+  return keyOfEnds(word, word, size);
 }
 
 /// The key of a name's ends: all of it when it has 16 bytes or less. Eight bytes in front of `end`
@@ -71,8 +77,7 @@ inline std::uint64_t endsKey(const char* begin, const char* end) noexcept {
 /// The same of a name by itself.
 inline std::uint64_t endsKey(std::string_view name) noexcept {
   if (name.size() >= 8) return endsKey(name.data(), name.data() + name.size());
-  const std::uint64_t word = shortWord(name.data(), name.size());
-  return keyOfEnds(word, word, name.size());
+  return shortKey(shortWord(name.data(), name.size()), name.size());
 }
 
 /// The keys of one name after the other that end at the same place, each longer than the last.

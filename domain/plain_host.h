@@ -24,10 +24,12 @@ class PlainHost {
 
   explicit operator bool() const noexcept { return places_ != 0; }
 
-  std::size_t start() const noexcept { return places_ & kMostBytes; }
-  std::size_t end() const noexcept { return places_ >> 16 & kMostBytes; }
+  std::size_t start() const noexcept { return static_cast<std::size_t>(places_ & kMostBytes); }
+  std::size_t end() const noexcept { return static_cast<std::size_t>(places_ >> 16 & kMostBytes); }
   /// Where the last two labels begin.
-  std::size_t lastTwo() const noexcept { return places_ >> 32 & kMostBytes; }
+  std::size_t lastTwo() const noexcept {
+    return static_cast<std::size_t>(places_ >> 32 & kMostBytes);
+  }
   /// The end less a trailing dot.
   std::size_t nameEnd() const noexcept { return static_cast<std::size_t>(places_ >> 48); }
 

@@ -48,6 +48,28 @@ inline bool mayBeListed(const SuffixTable& table, vu_match match, const PlainNam
          (match != vu_match::shortest && table.mayHaveWildcard(name.end()));
 }
 
+/// The rule for its last label alone, in any letter case; none may also be for want of a short way.
+inline RuleView findTop(const SuffixTable& table, const PlainName& name) noexcept {
+  constexpr std::uint64_t kEach = 0x0101010101010101U;
+  if (name.place.nameEnd() < 8) return {};
+  const std::uint64_t word = load64(name.end() - 8) | kLowerCase;
+  // Its highest bit is set in each byte that is a dot, and no other bit.
+  const std::uint64_t other = word ^ kEach * '.';
+  const std::uint64_t dots = ~(((other & kEach * 127) + kEach * 127) | other) & kEach * 128;
+  if (dots == 0) return {};
+  const std::size_t size = static_cast<std::size_t>(__builtin_clzll(dots)) / 8;
+  if (size == 0) return {};
+  const std::uint64_t label = word >> (64 - 8 * size);
+  return table.findShort(shortKey(label, size), label, size);
+}
+
+/// Cuts a plain host for which a rule may be listed.
+inline Cut cutListed(const SuffixTable& table, int maxLabels, vu_match match,
+                     const PlainName& name) noexcept {
+  return match == vu_match::shortest ? cutShortest(table, maxLabels, name.chain())
+                                     : cutPublicSuffix(table, name.chain(), 0, false);
+}
+
 }  // namespace vu::detail
 
 #endif  // VU_DOMAIN_PLAIN_NAME_H_

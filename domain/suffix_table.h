@@ -33,6 +33,13 @@ inline bool equalsFolded(const char* name, const char* lower, std::size_t size) 
   return true;
 }
 
+/// Asks for memory that will be read soon. The empty instruction keeps compilers from dropping
+/// functions that do nothing else.
+inline void prefetch(const char* bytes) noexcept {
+  __builtin_prefetch(bytes);
+  asm volatile("");
+}
+
 class SuffixTable {
  public:
   /// A table without suffixes.
@@ -54,6 +61,23 @@ class SuffixTable {
   /// least two bytes.
   bool mayHaveWildcard(const char* end) const noexcept { return isSet(tops_, topBit(end)); }
 
+  // What a look-up will read, fetched while something else is done, each when the one in front has
+  // come: the filter, a bucket, its rules, and the text of the rule that may be the one.
+  void prefetchFilter(std::uint64_t key) const noexcept {
+    prefetch(filter_ + static_cast<std::size_t>(key & filterMask_) / 8);
+  }
+  void prefetchBucket(std::uint64_t key) const noexcept { prefetch(bucketOf(key)); }
+  void prefetchRules(std::uint64_t key) const noexcept {
+    const std::size_t first = load32(bucketOf(key));
+    if (first < ruleCount_) prefetch(rules_ + first * kRuleBytes);
+  }
+  void prefetchText(std::uint64_t key) const noexcept {
+    eachWithTag(key, [this](RuleView each) {
+      prefetch(nameOf(each).data());
+      return false;
+    });
+  }
+
   /// What is known of a name with this key, none if nothing.
   RuleView find(std::uint64_t key, std::string_view name) const noexcept {
     return findBy(key, name, [](const char* a, const char* b, std::size_t size) {
@@ -63,6 +87,17 @@ class SuffixTable {
   /// The same for the name in lower case.
   RuleView findFolded(std::uint64_t key, std::string_view name) const noexcept {
     return findBy(key, name, equalsFolded);
+  }
+
+  /// The same for a name of fewer than eight bytes, which is given as a number.
+  RuleView findShort(std::uint64_t key, std::uint64_t word, std::size_t size) const noexcept {
+    return eachWithTag(key, [&](RuleView each) {
+      const std::size_t at = each.text();
+      if (each.length() != size || at > textBytes_) return false;
+      const bool readable = textBytes_ - at >= 8;
+      return readable ? (load64(texts_ + at) ^ word) << (64 - 8 * size) == 0
+                      : nameOf(each).size() == size && shortWord(texts_ + at, size) == word;
+    });
   }
 
   /// The name of a rule; "" when it has changed to nonsense.
@@ -87,18 +122,29 @@ class SuffixTable {
     return (static_cast<unsigned char>(bits[bit / 8]) >> bit % 8 & 1) != 0;
   }
 
-  template <typename Equal>
-  RuleView findBy(std::uint64_t key, std::string_view name, Equal equal) const noexcept {
-    const char* const bucket = buckets_ + static_cast<std::size_t>(key >> 32 >> bucketShift_) * 4;
+  const char* bucketOf(std::uint64_t key) const noexcept {
+    return buckets_ + static_cast<std::size_t>(key >> 32 >> bucketShift_) * 4;
+  }
+
+  /// The first rule with the lower half of a key for which `isIt`; none if there is none.
+  template <typename IsIt>
+  RuleView eachWithTag(std::uint64_t key, IsIt isIt) const noexcept {
+    const char* const bucket = bucketOf(key);
     const std::size_t end = std::min<std::size_t>(load32(bucket + 4), ruleCount_);
     const auto tag = static_cast<std::uint32_t>(key);
     for (std::size_t i = load32(bucket); i < end; ++i) {
       const RuleView each = rule(i);
-      if (each.tag() != tag || each.length() != name.size()) continue;
-      const std::string_view text = nameOf(each);
-      if (text.size() == name.size() && equal(name.data(), text.data(), name.size())) return each;
+      if (each.tag() == tag && isIt(each)) return each;
     }
     return {};
+  }
+
+  template <typename Equal>
+  RuleView findBy(std::uint64_t key, std::string_view name, Equal equal) const noexcept {
+    return eachWithTag(key, [&](RuleView each) {
+      const std::string_view text = nameOf(each);
+      return text.size() == name.size() && equal(name.data(), text.data(), name.size());
+    });
   }
 
   /// What a table without suffixes looks into.

@@ -39,8 +39,9 @@ struct Records {
 };
 
 TEST(Batch, AgreesWithSingleLookUps) {
-  const vu::test::TemporaryFile file("co.uk 3\n*.ck 3\n!www.ck 2\nCO.xy 3\n");
-  const vu_cctld table(file.path(), "corp.xy");
+  const std::string few = "co.uk 3\n*.ck 3\n!www.ck 2\nCO.xy 3\n";
+  std::string many = few;  // more than a cache holds
+  for (int i = 0; i < 50000; ++i) many += "n" + val2str(i) + ".xy 3\n";
   vu::fuzz::Inventor inventor{vu::fuzz::Seeds(VU_SOURCE "/fuzz/seeds/table.txt")};
   std::string bytes = "skipped";
   std::vector<std::int32_t> narrow = {static_cast<std::int32_t>(bytes.size())};
@@ -56,7 +57,11 @@ TEST(Batch, AgreesWithSingleLookUps) {
     const auto start = static_cast<std::size_t>(narrow[i]);
     texts[i] = {copy.view().data() + start, static_cast<std::size_t>(narrow[i + 1]) - start};
   }
-  for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
+  for (const auto& [content, match] :
+       {std::pair(few, vu_match::shortest), std::pair(few, vu_match::publicSuffix),
+        std::pair(many, vu_match::shortest), std::pair(many, vu_match::publicSuffix)}) {
+    const vu::test::TemporaryFile file(content);
+    const vu_cctld table(file.path(), "corp.xy");
     for (const std::size_t size : {sizeof(vu_record), std::size_t{40}, std::size_t{61}}) {
       Records byNarrow(count, size);
       Records byWide(count, size);

@@ -3,7 +3,7 @@ import ctypes
 import os
 import sys
 import tempfile
-from ctypes import POINTER, byref, c_char_p, c_size_t, c_uint8, c_uint32, c_uint64
+from ctypes import POINTER, byref, c_char_p, c_int64, c_size_t, c_uint8, c_uint32, c_uint64
 
 OK, ARGUMENT, MEMORY, NOT_FOUND, TABLE = range(5)
 SERVICE, PUBLIC_SUFFIX = range(2)
@@ -32,6 +32,11 @@ class Host(ctypes.Structure):
                 ("reserved", c_uint32 * 2)]
 
 
+class Description(ctypes.Structure):
+    _fields_ = [("version", Text), ("commit", Text), ("made", c_int64), ("icann", c_uint64),
+                ("private_domains", c_uint64), ("none", c_uint64)]
+
+
 vu = ctypes.CDLL(sys.argv[1])
 vu.vu_table_rules.restype = c_uint64
 for name in ("code_text", "status_text", "library_version", "table_path", "table_system_path"):
@@ -57,6 +62,24 @@ with open(path, "w") as file:
 code, table, message = open_table(path)
 equal((OK, "unchanged", path, 2),
       (code, message, vu.vu_table_path(table), vu.vu_table_rules(table)))
+# What it tells of itself, and a list that knows its own date.
+told = Description()
+told_size = c_size_t(ctypes.sizeof(told))
+os.utime(path, (1, 86400))
+code, found, _ = open_table(path)
+equal(OK, vu.vu_table_describe(found, byref(told), told_size))
+equal((b"", 86400, 0, 0, 2),
+      (told.version.data, told.made, told.icann, told.private_domains, told.none))
+vu.vu_table_close(found)
+dated = (b"// VERSION: 2024-02-29_23-59-59_UTC\n// COMMIT: c0ffee\n"
+         b"// ===BEGIN ICANN DOMAINS===\nuk\n")
+found = ctypes.c_void_p()
+equal(OK, vu.vu_table_open_bytes(dated, c_size_t(len(dated)), None, byref(found), None,
+                                 c_size_t(0)))
+equal(OK, vu.vu_table_describe(found, byref(told), told_size))
+equal((b"c0ffee", 1709251199, 1), (told.commit.data, told.made, told.icann))
+vu.vu_table_close(found)
+equal(ARGUMENT, vu.vu_table_describe(None, byref(told), told_size))
 # Where a table is found, and what is said where there is none.
 os.environ["VU_SUFFIXES"] = path.decode()
 for meant in (None, b""):

@@ -126,6 +126,7 @@ TEST(PublicSuffix, ExplainsWhatDecided) {
   } rows[] = {
       {"a.co.uk", 0, "co.uk", icann, "a.co.uk"},
       {"a.b.CK", 0, "*.ck", icann, "a.b.CK"},
+      {"http://a.b.Uk/", 0, "uk", icann, "b.Uk"},
       {"www.ck", 0, "!www.ck", icann, "www.ck"},
       {"a.own.uk", 0, "own.uk", none, "a.own.uk"},
       {"a.own.uk", VU_ICANN_ONLY, "uk", icann, "own.uk"},

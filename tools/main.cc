@@ -51,7 +51,7 @@ int run(int argc, char** argv) {
   int exitStatus = vu::tool::kDone;
   CLI::App app("Classify URLs by their registered domain, and look into what that rests on.", "vu");
   app.set_version_flag("--version", vu::tool::versions,
-                       "Print the version, and those of the libraries used");
+                       "Print the versions of vu and its libraries, and which table is used");
   app.option_defaults()->disable_flag_override();  // "--summary=no" would be taken for "--summary".
   app.require_subcommand(1);
   app.formatter(vu::tool::helpFormatter());

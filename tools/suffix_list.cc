@@ -193,20 +193,27 @@ std::vector<SpelledRule> rulesOf(const vu::detail::SuffixTable& table) {
   return rules;
 }
 
+bool isSystemList(const std::string& path) { return path == kSystemList; }
+
+std::string usualTable() {
+  const char* const named = std::getenv("VU_SUFFIXES");
+  if (named != nullptr && *named != '\0') return named;
+  if (access(vu_table_system_path(), R_OK) == 0) return vu_table_system_path();
+  return access(kSystemList, R_OK) == 0 ? kSystemList : "";
+}
+
 std::unique_ptr<vu_cctld> makeTable(const std::vector<std::string>& paths,
                                     const std::string& defaultDomain) {
   auto table = std::make_unique<vu_cctld>(nullptr, defaultDomain.c_str());
-  const char* const named = std::getenv("VU_SUFFIXES");
+  const std::string usual = paths.empty() ? usualTable() : "";
   if (paths.size() > 1) {
     openTogether(*table, paths);
   } else if (!paths.empty()) {
     openNamed(*table, paths.front());
-  } else if (named != nullptr && *named != '\0') {
-    openNamed(*table, named);
-  } else if (access(vu_table_system_path(), R_OK) == 0) {
-    openNamed(*table, vu_table_system_path());
-  } else {
+  } else if (usual.empty() || isSystemList(usual)) {
     openSystemList(*table);
+  } else {
+    openNamed(*table, usual);
   }
   return table;
 }

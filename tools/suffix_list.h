@@ -49,6 +49,12 @@ std::vector<SpelledRule> rulesOf(const vu::detail::SuffixTable& table);
 std::unique_ptr<vu_cctld> makeTable(const std::vector<std::string>& paths,
                                     const std::string& defaultDomain);
 
+/// The file of the table that is used where none is named; "" where there is none.
+std::string usualTable();
+
+/// Whether that is the system's list, of which the tool keeps a table itself.
+bool isSystemList(const std::string& path);
+
 }  // namespace vu::tool
 
 #endif  // VU_TOOLS_SUFFIX_LIST_H_

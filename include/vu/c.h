@@ -107,6 +107,23 @@ const char* vu_table_path(const vu_table* table);
 /// The number of distinct rules in the table; 0 for null.
 uint64_t vu_table_rules(const vu_table* table);
 
+/// What a table tells of itself.
+typedef struct vu_table_description {
+  vu_text version;  ///< Of the list that it was made of; empty where that tells none.
+  vu_text commit;   ///< The same.
+  /// When that list was made, by its version ("2024-05-01_07-09-51_UTC"), or else when the table's
+  /// file was last changed, in seconds since the beginning of 1970, UTC; -1 where neither is known.
+  /// Its age is time(NULL) less this.
+  int64_t made;
+  uint64_t icann;            ///< The number of rules by section, which together are all.
+  uint64_t private_domains;  ///< The same.
+  uint64_t none;             ///< The same.
+} vu_table_description;
+
+/// Tells of a table; the texts live as long as it does. VU_OK, or VU_ERROR_ARGUMENT.
+int vu_table_describe(const vu_table* table, vu_table_description* description,
+                      size_t description_size);
+
 /// Classifies one URL of `length` bytes into `*record`. A null `url` has status 201.
 /// VU_OK, or VU_ERROR_ARGUMENT.
 int vu_classify(const vu_table* table, int rule, const char* url, size_t length, vu_record* record,
