@@ -2,7 +2,7 @@
 \set VERBOSITY terse
 \getenv folder VU_FOLDER
 \set files :folder '/'
-CREATE EXTENSION vu;
+CREATE EXTENSION IF NOT EXISTS vu;
 CREATE TABLE urls(n serial, url text);
 INSERT INTO urls(url) VALUES ('http://www.shop.co.uk:8080/a'), ('http://a.shop.ltd.co.uk/'),
   ('10.1.2.3/x'), (''), ('host'), ('co.uk'), ('a@b.uk'), (NULL), ('http://bücher.de/'), ('a.b/ü'),
