@@ -82,6 +82,7 @@ TEST(Tool, AnswersEveryCommandLine) {
        "1003\tMALFORMED URL\t\t\t(a line of 70000000 bytes)\n0\tOPERATION SUCCESS\tx.y", ""},
       {"vu classify --host service" + s, "a.b\n c.d\n", 0, "\t c.d\n",
        "in standard input:2, are taken for part"},
+      {tsv, std::string("a.xy\0b.xy", 9), 1, "202\t", "NUL bytes in it; with --null they"},
       {"gzip -n | vu classify --allow-refused" + s, "a.b\n", 0, "202\t",
        "is compressed; zcat makes"},
       {"vu classify --top 1 --columns url", "", 2, "", "excludes --top"},
