@@ -220,6 +220,30 @@ std::string fillTables(Database& database, duckdb_data_chunk rows, duckdb_vector
   return {};
 }
 
+/// What the open table tells of itself; NULL where it does not.
+void version(const vu_table_description& told, duckdb_vector column, idx_t row) {
+  if (told.version.size == 0) return setNull(column, row);
+  setText(column, row, told.version.data, told.version.size);
+}
+
+void made(const vu_table_description& told, duckdb_vector column, idx_t row) {
+  if (told.made < 0) return setNull(column, row);
+  static_cast<std::int64_t*>(duckdb_vector_get_data(column))[row] = told.made;
+}
+
+using Fact = void (*)(const vu_table_description&, duckdb_vector, idx_t);
+
+std::string fillFacts(Database& database, duckdb_data_chunk rows, duckdb_vector results,
+                      Fact fact) {
+  std::string message;
+  const Table table = database.table(message);
+  if (!table) return message;
+  vu_table_description told;
+  vu_table_describe(table.get(), &told, sizeof told);
+  for (idx_t row = 0; row < duckdb_data_chunk_get_size(rows); ++row) fact(told, results, row);
+  return {};
+}
+
 /// No exception crosses into the engine.
 template <typename Fill>
 void guarded(duckdb_function_info info, Fill fillRows) {
@@ -234,6 +258,11 @@ void guarded(duckdb_function_info info, Fill fillRows) {
 template <Part part>
 void function(duckdb_function_info info, duckdb_data_chunk rows, duckdb_vector results) {
   guarded(info, [&](Database& database) { return fill(database, rows, results, part); });
+}
+
+template <Fact fact>
+void facts(duckdb_function_info info, duckdb_data_chunk rows, duckdb_vector results) {
+  guarded(info, [&](Database& database) { return fillFacts(database, rows, results, fact); });
 }
 
 void tables(duckdb_function_info info, duckdb_data_chunk rows, duckdb_vector results) {
@@ -300,15 +329,20 @@ duckdb_logical_type typeOfAll() {
 DUCKDB_EXTENSION_ENTRYPOINT(duckdb_connection connection, duckdb_extension_info info,
                             struct duckdb_extension_access* access) {
   Registrar functions(connection);
-  const bool added = functions.add("vu_status", DUCKDB_TYPE_INTEGER, function<status>) &&
-                     functions.add("vu_reason", DUCKDB_TYPE_VARCHAR, function<reason>) &&
-                     functions.add("vu_host", DUCKDB_TYPE_VARCHAR, function<host>) &&
-                     functions.add("vu_domain", DUCKDB_TYPE_VARCHAR, function<domain>) &&
-                     functions.add("vu_suffix", DUCKDB_TYPE_VARCHAR, function<suffix>) &&
-                     functions.add("vu_rule", DUCKDB_TYPE_VARCHAR, function<rule>) &&
-                     functions.add("vu_classify", typeOfAll(), function<all>, 1, 2, false) &&
-                     functions.add("vu_table", duckdb_create_logical_type(DUCKDB_TYPE_VARCHAR),
-                                   tables, 0, 1, true);
+  const bool added =
+      functions.add("vu_status", DUCKDB_TYPE_INTEGER, function<status>) &&
+      functions.add("vu_reason", DUCKDB_TYPE_VARCHAR, function<reason>) &&
+      functions.add("vu_host", DUCKDB_TYPE_VARCHAR, function<host>) &&
+      functions.add("vu_domain", DUCKDB_TYPE_VARCHAR, function<domain>) &&
+      functions.add("vu_suffix", DUCKDB_TYPE_VARCHAR, function<suffix>) &&
+      functions.add("vu_rule", DUCKDB_TYPE_VARCHAR, function<rule>) &&
+      functions.add("vu_classify", typeOfAll(), function<all>, 1, 2, false) &&
+      functions.add("vu_table", duckdb_create_logical_type(DUCKDB_TYPE_VARCHAR), tables, 0, 1,
+                    true) &&
+      functions.add("vu_table_version", duckdb_create_logical_type(DUCKDB_TYPE_VARCHAR),
+                    facts<version>, 0, 0, true) &&
+      functions.add("vu_table_made", duckdb_create_logical_type(DUCKDB_TYPE_BIGINT), facts<made>, 0,
+                    0, true);
   if (!added) access->set_error(info, "vu: the functions are there already");
   return added;
 }

@@ -18,6 +18,7 @@
 #include "miscadmin.h"
 #include "utils/builtins.h"
 #include "utils/guc.h"
+#include "utils/timestamp.h"
 #include <arpa/inet.h>
 #include <vu/c.h>
 
@@ -95,14 +96,18 @@ static int ruleOf(const text* match) {
                   errmsg("vu: the match is 'shortest' or 'public-suffix'")));
 }
 
-static Found classify(FunctionCallInfo fcinfo) {
-  Found found;
-  const text* url = PG_GETARG_TEXT_PP(0);
-  found.rule = ruleOf(PG_GETARG_TEXT_PP(1));
+static void needTable(void) {
   /* What fails again in a worker, its session has told. */
   if (unlikely(lookAgain)) {
     openTable(orSystems(tablePath), ERROR, IsParallelWorker() ? DEBUG1 : WARNING);
   }
+}
+
+static Found classify(FunctionCallInfo fcinfo) {
+  Found found;
+  const text* url = PG_GETARG_TEXT_PP(0);
+  found.rule = ruleOf(PG_GETARG_TEXT_PP(1));
+  needTable();
   found.url.data = VARDATA_ANY(url);
   found.url.size = VARSIZE_ANY_EXHDR(url);
   vu_classify(table, found.rule, found.url.data, found.url.size, &found.record,
@@ -190,6 +195,33 @@ Datum vu_suffix_sql(PG_FUNCTION_ARGS) { return partOf(fcinfo, suffix); }
 
 PG_FUNCTION_INFO_V1(vu_rule_sql);
 Datum vu_rule_sql(PG_FUNCTION_ARGS) { return partOf(fcinfo, rule); }
+
+PG_FUNCTION_INFO_V1(vu_table_sql);
+Datum vu_table_sql(PG_FUNCTION_ARGS) {
+  needTable();
+  return CStringGetTextDatum(vu_table_path(table));
+}
+
+static vu_table_description describe(void) {
+  vu_table_description told;
+  needTable();
+  vu_table_describe(table, &told, sizeof told);
+  return told;
+}
+
+PG_FUNCTION_INFO_V1(vu_table_version);
+Datum vu_table_version(PG_FUNCTION_ARGS) {
+  const vu_table_description told = describe();
+  if (told.version.size == 0) PG_RETURN_NULL();
+  return textOf(told.version.data, told.version.size);
+}
+
+PG_FUNCTION_INFO_V1(vu_table_made);
+Datum vu_table_made(PG_FUNCTION_ARGS) {
+  const vu_table_description told = describe();
+  if (told.made < 0) PG_RETURN_NULL();
+  PG_RETURN_TIMESTAMPTZ(time_t_to_timestamptz((pg_time_t)told.made));
+}
 
 PG_FUNCTION_INFO_V1(vu_classify_sql);
 Datum vu_classify_sql(PG_FUNCTION_ARGS) {

@@ -150,20 +150,43 @@ void function(sqlite3_context* context, int count, sqlite3_value** values) {
   if (found.url.data != nullptr) part(context, found);
 }
 
+/// Opens a table if none is open, or `anyway`; otherwise sets the error.
+bool isOpen(sqlite3_context* context, Connection& connection, const char* path, bool anyway) {
+  if (!anyway && connection.table != nullptr) return true;
+  char* const failure = open(connection, path);
+  if (failure == nullptr) return true;
+  sqlite3_result_error(context, failure, -1);
+  sqlite3_free(failure);
+  return false;
+}
+
 /// vu_table(path) opens another table, vu_table() says which one is open.
 void table(sqlite3_context* context, int count, sqlite3_value** values) {
   auto& connection = *static_cast<Connection*>(sqlite3_user_data(context));
-  if (count == 1 || connection.table == nullptr) {
-    const auto* const path =
-        count == 1 ? reinterpret_cast<const char*>(sqlite3_value_text(values[0])) : nullptr;
-    char* const failure = open(connection, path);
-    if (failure != nullptr) {
-      sqlite3_result_error(context, failure, -1);
-      sqlite3_free(failure);
-      return;
-    }
-  }
+  const auto* const path =
+      count == 1 ? reinterpret_cast<const char*>(sqlite3_value_text(values[0])) : nullptr;
+  if (!isOpen(context, connection, path, count == 1)) return;
   sqlite3_result_text(context, vu_table_path(connection.table), -1, SQLITE_TRANSIENT);
+}
+
+/// What the open table tells of itself; NULL where it does not.
+void version(sqlite3_context* context, const vu_table_description& told) {
+  if (told.version.size == 0) return;
+  sqlite3_result_text64(context, told.version.data, told.version.size, SQLITE_TRANSIENT,
+                        SQLITE_UTF8);
+}
+
+void made(sqlite3_context* context, const vu_table_description& told) {
+  if (told.made >= 0) sqlite3_result_int64(context, told.made);
+}
+
+template <void (*part)(sqlite3_context*, const vu_table_description&)>
+void description(sqlite3_context* context, int /*count*/, sqlite3_value** /*values*/) {
+  auto& connection = *static_cast<Connection*>(sqlite3_user_data(context));
+  if (!isOpen(context, connection, nullptr, false)) return;
+  vu_table_description told;
+  vu_table_describe(connection.table, &told, sizeof told);
+  part(context, told);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -310,13 +333,22 @@ constexpr struct {
   int flags;
   Function call;
 } kFunctions[] = {
-    {"vu_status", 1, kPure, function<status>}, {"vu_status", 2, kPure, function<status>},
-    {"vu_reason", 1, kPure, function<reason>}, {"vu_reason", 2, kPure, function<reason>},
-    {"vu_host", 1, kPure, function<host>},     {"vu_host", 2, kPure, function<host>},
-    {"vu_domain", 1, kPure, function<domain>}, {"vu_domain", 2, kPure, function<domain>},
-    {"vu_suffix", 1, kPure, function<suffix>}, {"vu_suffix", 2, kPure, function<suffix>},
-    {"vu_rule", 1, kPure, function<rule>},     {"vu_rule", 2, kPure, function<rule>},
-    {"vu_table", 0, kDirect, table},           {"vu_table", 1, kDirect, table},
+    {"vu_status", 1, kPure, function<status>},
+    {"vu_status", 2, kPure, function<status>},
+    {"vu_reason", 1, kPure, function<reason>},
+    {"vu_reason", 2, kPure, function<reason>},
+    {"vu_host", 1, kPure, function<host>},
+    {"vu_host", 2, kPure, function<host>},
+    {"vu_domain", 1, kPure, function<domain>},
+    {"vu_domain", 2, kPure, function<domain>},
+    {"vu_suffix", 1, kPure, function<suffix>},
+    {"vu_suffix", 2, kPure, function<suffix>},
+    {"vu_rule", 1, kPure, function<rule>},
+    {"vu_rule", 2, kPure, function<rule>},
+    {"vu_table", 0, kDirect, table},
+    {"vu_table", 1, kDirect, table},
+    {"vu_table_version", 0, kDirect, description<version>},
+    {"vu_table_made", 0, kDirect, description<made>},
 };
 
 }  // namespace

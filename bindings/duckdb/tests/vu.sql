@@ -14,7 +14,7 @@ SELECT count(*) FROM urls WHERE vu_classify(url).domain IS NOT DISTINCT FROM vu_
 SELECT vu_domain('a.b', 'longest');
 SELECT vu_domain(7.5), vu_domain('a.b'::BLOB);
 SELECT vu_table('/dev/null');
-SELECT vu_domain('a.b.co.uk'), vu_table();
+SELECT vu_domain('a.b.co.uk'), vu_table(), vu_table_version(), epoch(now()) - vu_table_made() < 3600;
 SELECT m, count(*), count(DISTINCT d), count(c) FROM (SELECT m, vu_domain(u, m) AS d, vu_classify(u, m) AS c FROM (
   SELECT CASE WHEN i % 5 > 0 THEN 'http://x.shop' || i % 1000 || '.ltd.co.uk/' || i END AS u,
     CASE WHEN i % 2 > 0 THEN 'shortest' ELSE 'public-suffix' END AS m FROM range(100000) AS r(i)))

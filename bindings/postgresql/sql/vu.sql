@@ -14,6 +14,8 @@ SELECT (vu_classify('http://10.1.2.3/')).*;
 SELECT count(*) FROM urls, vu_classify(url) AS c WHERE (c.status, c.reason, c.host, c.domain, c.suffix, c.rule) IS NOT DISTINCT FROM
   (vu_status(url), vu_reason(url), vu_host(url), vu_domain(url), vu_suffix(url), vu_rule(url));
 SELECT vu_rule('a.b.co.uk') AS a, vu_rule('a.b', 'public-suffix') AS b, vu_rule('a.b') IS NULL AS c;
+SELECT vu_table() = :'files' || 'suffixes.txt' AS a, vu_table_version() AS b,
+  now() - vu_table_made() BETWEEN '0' AND '1 hour' AS c;
 SELECT vu_domain('a.b', 'longest');
 SELECT vu_domain(7);
 CREATE INDEX ON urls(vu_domain(url));

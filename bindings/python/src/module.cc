@@ -45,7 +45,12 @@ void defineSuffixes(py::module_& module) {
       .def_property_readonly("path", &Suffixes::path, "The file that is open.")
       .def_property_readonly("match", &Suffixes::match, "The rule: shortest or public-suffix.")
       .def_property_readonly("host", &Suffixes::host, "Whose host: browser or service.")
-      .def_property_readonly("rules", &Suffixes::rules, "How many rules the table has.");
+      .def_property_readonly("rules", &Suffixes::rules, "How many rules the table has.")
+      .def_property_readonly("version", &Suffixes::version,
+                             "The version of the list that it was made of, or None.")
+      .def_property_readonly("made", &Suffixes::made,
+                             "When that list was made, or else when the file was last changed: a "
+                             "datetime in UTC, or None.");
   suffixes.attr("classify") = py::reinterpret_steal<py::object>(
       PyDescr_NewMethod(reinterpret_cast<PyTypeObject*>(suffixes.ptr()), &classifyMethod));
 }

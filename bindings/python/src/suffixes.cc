@@ -86,6 +86,12 @@ class SharedTexts {
   std::vector<Known> known_ = std::vector<Known>(1024);
 };
 
+vu_table_description describe(const vu_table* table) {
+  vu_table_description told;
+  vu_table_describe(table, &told, sizeof told);
+  return told;
+}
+
 [[noreturn]] void raiseTableError(int code, const char* message) {
   const py::object type = py::module_::import("vu.errors").attr("TableError");
   PyErr_SetObject(type.ptr(), type(code, strOf(message)).ptr());
@@ -117,6 +123,20 @@ Suffixes::Suffixes(const py::object& path, const std::string& match, const std::
 
 std::string Suffixes::match() const { return rule_ == VU_RULE_SERVICE ? kShortest : kPublicSuffix; }
 std::string Suffixes::host() const { return asBrowsers_ ? kBrowser : kService; }
+
+py::object Suffixes::version() const {
+  const vu_text version = describe(table_.get()).version;
+  if (version.size == 0) return py::none();
+  return strOf({version.data, version.size});
+}
+
+py::object Suffixes::made() const {
+  const std::int64_t made = describe(table_.get()).made;
+  if (made < 0) return py::none();
+  const py::module_ datetime = py::module_::import("datetime");
+  return datetime.attr("datetime")
+      .attr("fromtimestamp")(made, datetime.attr("timezone").attr("utc"));
+}
 
 void Suffixes::find(std::string_view& text, std::string& room, vu_record& record) const {
   if (!asBrowsers_ || text.empty()) {

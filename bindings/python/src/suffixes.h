@@ -41,6 +41,9 @@ class Suffixes {
   std::string match() const;
   std::string host() const;
   std::uint64_t rules() const { return vu_table_rules(table_.get()); }
+  /// What the table tells of itself; None where it does not.
+  py::object version() const;
+  py::object made() const;
 
  private:
   std::unique_ptr<vu_table, void (*)(vu_table*)> table_{nullptr, vu_table_close};

@@ -117,6 +117,12 @@ def test_other_columns_are_refused(suffixes):
 def test_tables(path, suffixes, monkeypatch):
     for argument in (str(path), bytes(path), path):
         assert vu.Suffixes(argument).rules == 5
+    assert suffixes.version is None and int(path.stat().st_mtime) == suffixes.made.timestamp()
+    listed = path.with_name("listed")
+    listed.write_text("// VERSION: 2024-05-01_07-09-51_UTC\n// ===BEGIN ICANN DOMAINS===\nuk\n")
+    told = vu.Suffixes(listed)
+    assert told.version == "2024-05-01_07-09-51_UTC"
+    assert told.made.isoformat() == "2024-05-01T07:09:51+00:00"
     monkeypatch.setenv("VU_SUFFIXES", str(path))
     assert vu.Suffixes().path == str(path)
     copy = pickle.loads(pickle.dumps(suffixes))

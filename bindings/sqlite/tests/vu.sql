@@ -31,7 +31,8 @@ SELECT vu_domain('a.b', 'longest');
 SELECT * FROM vu_classify('a.b', NULL);
 -- A table that does not open leaves the one before.
 SELECT vu_table('/dev/null');
-SELECT vu_domain('a.b.co.uk'), vu_table() = 'suffixes.txt';
+SELECT vu_domain('a.b.co.uk'), vu_table() = 'suffixes.txt', vu_table_version(),
+  strftime('%s') - vu_table_made() < 3600;
 -- Not for views, which may be somebody else's.
 CREATE VIEW opened AS SELECT vu_table('suffixes.txt');
 SELECT * FROM opened;
