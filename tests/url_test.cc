@@ -277,7 +277,9 @@ TEST(Url, AgreesWithNode) {
     }
     if (!host.text.empty()) ++hosts;
     if (ours == answers[i]) continue;
-    const std::string cause = causeOf(ours, answers[i]);
+    // Since Unicode 15.1 a capital sharp s stands for a small one, no longer for "ss".
+    const bool hasSharpS = host.source.find("\u1E9E") != std::string_view::npos;
+    const std::string cause = hasSharpS ? "a capital sharp s" : causeOf(ours, answers[i]);
     ++differences[cause];
     const bool isAscii = std::none_of(host.source.begin(), host.source.end(), [](char c) {
       return c == '%' || static_cast<unsigned char>(c) >= 0x80;
