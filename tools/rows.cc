@@ -142,7 +142,7 @@ Cell RowWriter::statusCell(RowColumn column, std::size_t place) const {
 
 void RowWriter::makeFrame() {
   vu_reason ordinary{};
-  ordinary.domain = {VU_SUCCESS, vu_host_kind::name, RowFrame::kUrl, RowFrame::kDomain, {}};
+  ordinary.domain = {VU_SUCCESS, vu_host_kind::name, RowFrame::kDomain, RowFrame::kDomain, {}};
   Buffer row;
   Tally none;
   write(ordinary, {RowFrame::kUrl, {}}, row, none);
