@@ -121,7 +121,7 @@ int vu_classify_host(const vu_table* table, int rule, const char* text,
     return VU_ERROR_ARGUMENT;
   }
   std::memset(record, 0, record_size);
-  vu::detail::setFound(*record, {text, 0}, table->suffixes.classify(found, matchOf(rule)));
+  vu::detail::setFound(*record, text, table->suffixes.classify(found, matchOf(rule)));
   return VU_OK;
 }
 

@@ -31,7 +31,8 @@ std::int64_t timeOf(const std::string& version) noexcept {
       end == 0 || year < 1970 || month < 1 || month > 12) {
     return -1;
   }
-  return daysTo(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+  const std::int64_t hours = daysTo(year, month, day) * 24 + hour;
+  return (hours * 60 + minute) * 60 + second;
 }
 
 vu_text textOf(const std::string& text) noexcept { return {text.data(), text.size()}; }

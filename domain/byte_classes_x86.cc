@@ -8,8 +8,10 @@ namespace vu::detail {
 namespace {
 
 bool hasAvx2() {
-  return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi") != 0 &&
-         __builtin_cpu_supports("bmi2") != 0;
+  // Some compilers tell it as a number, others as a truth.
+  return static_cast<bool>(__builtin_cpu_supports("avx2")) &&
+         static_cast<bool>(__builtin_cpu_supports("bmi")) &&
+         static_cast<bool>(__builtin_cpu_supports("bmi2"));
 }
 
 }  // namespace

@@ -68,7 +68,8 @@ inline std::uint64_t shortKey(std::uint64_t word, std::size_t size) noexcept {
 /// can be read.
 inline std::uint64_t endsKey(const char* begin, const char* end) noexcept {
   const auto size = static_cast<std::size_t>(end - begin);
-  const std::size_t missing = (8 - size) & (0 - std::size_t{size < 8});  // without a branch
+  const std::size_t missing =
+      (8 - size) & (0 - static_cast<std::size_t>(size < 8));  // without a branch
   const std::uint64_t last = (load64(end - 8) | kLowerCase) >> 8 * missing;
   const std::uint64_t first = (load64(begin - missing) | kLowerCase) >> 8 * missing;
   return keyOfEnds(first, last, size);

@@ -17,13 +17,13 @@ static_assert(sizeof(vu_record) == 48 && offsetof(vu_record, kind) == 4 &&
                   offsetof(vu_record, address) == 24 && offsetof(vu_record, reserved) == 40,
               "what other languages rely on");
 
-inline std::uint32_t startIn(std::string_view url, std::string_view part) noexcept {
+inline std::uint32_t startIn(const char* url, std::string_view part) noexcept {
   if (part.data() == nullptr) return 0;
-  return static_cast<std::uint32_t>(part.data() - url.data());
+  return static_cast<std::uint32_t>(part.data() - url);
 }
 
 /// Sets what was found, of which the views are into `text`, in a record of zeros.
-inline void setFound(vu_record& record, std::string_view text, const vu_domain& found) noexcept {
+inline void setFound(vu_record& record, const char* text, const vu_domain& found) noexcept {
   record.status = found.status;
   record.kind = static_cast<std::uint8_t>(found.kind);
   record.host_start = startIn(text, found.host);
@@ -42,7 +42,7 @@ inline void classifyInto(vu_record& record, const vu_cctld& table, std::string_v
   if (url.size() > std::numeric_limits<std::uint32_t>::max()) {
     record.status = VU_MALFORMED_URL;
   } else {
-    setFound(record, url, table.classify(url, match));
+    setFound(record, url.data(), table.classify(url, match));
   }
 }
 

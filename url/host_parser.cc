@@ -53,7 +53,7 @@ void readSource(std::string_view source, Text& text) {
     if (isWide) text.append("\xEF\xBF\xBD");
     taken = at;
   }
-  text.append(source, taken, std::string_view::npos);
+  text.append(source.substr(taken));
 }
 
 /// The value of two hexadecimal digits, or -1.

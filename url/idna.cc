@@ -1,8 +1,8 @@
 // The steps are the standard's own, with ICU's tables: map every code point, normalise, split at
-// the dots, decode what has an ACE prefix, check every label, encode. ICU's own call for whole names
-// takes time that is quadratic in a hostile one, refuses labels of more than 1000 units, and in older
-// releases accepts ACE labels that stand for nothing. It is ten times as fast, and asked first where
-// none of that can be.
+// the dots, decode what has an ACE prefix, check every label, encode. ICU's own call for whole
+// names takes time that is quadratic in a hostile one, refuses labels of more than 1000 units, and
+// in older releases accepts ACE labels that stand for nothing. It is ten times as fast, and asked
+// first where none of that can be.
 
 #include "url/idna.h"
 

@@ -325,12 +325,11 @@ class VU_EXPORT xmldata {
   std::list<xmldata*> _children;  ///< In the order of the text. Owned by the node.
 
  private:
-  // Where _attrs and _context point to, unless they are null.
   union {
-    stringLen ownAttrs_;
+    stringLen ownAttrs_;  ///< Where _attrs points to, unless it is null.
   };
   union {
-    stringLen ownContext_;
+    stringLen ownContext_;  ///< The same of _context.
   };
 };
 
