@@ -51,6 +51,8 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"f=$(mktemp) && printf 'co.xy 3\nx y' >$f && truncate -s 3G $f; vu classify a.b -s $f;"
        "printf x | vu encipher --passphrase-file $f | wc -c; rm $f",
        "", 0, "16\n", "Read Error at [2]-th record"},
+      {"vu suffixes diff - " + std::string(broken.path()), "co.xy 3\n", 1, "",
+       std::string(broken.path()) + ": Top level domain : Read Error at [2]"},
       {"vu classify a.b --suffixes " + std::string(broken.path()), "", 1, "",
        "Read Error at [2]-th record"},
       {tsv + "'[a.b,c.d]' '[::1]'", "", 1, "\t[a.b,c.d]\n0\tOPERATION SUCCESS\t[::1]\t::1\t[::1]\n",

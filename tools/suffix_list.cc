@@ -84,11 +84,6 @@ void openSystemList(vu_cctld& table) {
   table.openBytes(std::move(compiled), kSystemList);
 }
 
-[[noreturn]] void refuseSuffixes(const std::string& path, const std::string& why) {
-  throw Refusal(displayName(path) + ": " + why + "; \"vu suffixes check " + path +
-                "\" tells in which line, \"vu suffixes build\" makes a good file of a list");
-}
-
 void openNamed(vu_cctld& table, const std::string& path) {
   checkReadable(path);
   try {
@@ -126,6 +121,11 @@ void openTogether(vu_cctld& table, const std::vector<std::string>& paths) {
 }
 
 }  // namespace
+
+void refuseSuffixes(const std::string& path, const std::string& why) {
+  throw Refusal(displayName(path) + ": " + why + "; \"vu suffixes check " + path +
+                "\" tells in which line, \"vu suffixes build\" makes a good file of a list");
+}
 
 RuleList parseSuffixList(std::string_view list, const std::string& name, Section section) {
   RuleList all;

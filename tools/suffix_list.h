@@ -43,6 +43,9 @@ struct SpelledRule {
 };
 std::vector<SpelledRule> rulesOf(const vu::detail::SuffixTable& table);
 
+/// Says why the file at `path` gives no table, and what tells more. Throws Refusal.
+[[noreturn]] void refuseSuffixes(const std::string& path, const std::string& why);
+
 /// The table of all these files, each in any form; without any the one that VU_SUFFIXES names, the
 /// one of the system, or that of the system's Public Suffix List, which is kept compiled in the
 /// user's cache. Throws Refusal.

@@ -216,8 +216,10 @@ void check(const std::string& path) {
 
 /// Every rule of a file as it is spelled, with its section.
 std::map<std::string, std::string> readRules(const std::string& path) {
+  const LoadedTable loaded = vu::detail::loadAny(readFile(path), displayName(path));
+  if (!loaded.error.empty()) refuseSuffixes(path, loaded.error);
   std::map<std::string, std::string> rules;
-  for (SpelledRule& rule : rulesOf(*readTable(path, readFile(path)))) {
+  for (SpelledRule& rule : rulesOf(*loaded.table)) {
     rules[std::move(rule.text)] = (rule.sections & vu::detail::kIcannRules) != 0 ? "icann"
                                   : rule.sections != 0                           ? "private"
                                                                                  : "-";
