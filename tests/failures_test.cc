@@ -2,7 +2,6 @@
 // OpenSSL under it, fails once; then every allocation from it on. Nothing may leak, only what is
 // documented may be thrown, the object must be left as documented, and serve again.
 
-#include <functional>
 #include <list>
 #include <memory>
 
@@ -15,15 +14,13 @@
 #include "tests/support.h"
 #include "vu/vu.h"
 
+using vu::test::Arguments;
 using vu::test::Byte;
 using vu::test::bytes;
 using vu::test::messageOf;
 using vu::test::TemporaryFile;
 
 namespace {
-
-// -----------------------------------------------------------------------------------------------
-// All that a caller can see of an object, as text.
 
 const std::string kLong = "a-text-that-is-too-long-for-the-room-that-a-string-has-in-itself";
 
@@ -99,15 +96,6 @@ auto stateOf(const Pointer& pointer) -> decltype(stateOf(*pointer)) {
   return pointer ? stateOf(*pointer) : "none";
 }
 
-// -----------------------------------------------------------------------------------------------
-// Operations
-
-/// A prepared object, which the two hold.
-struct Subject {
-  std::function<void()> act;
-  std::function<std::string()> state;  ///< Of all that a caller can see of it.
-};
-
 struct Outcome {
   std::string before, now, done;  ///< States; `done` is that of a good run.
   bool threw;
@@ -122,23 +110,24 @@ bool anything(const Outcome& o) { return o.threw || o.now == o.done; }
 /// As `whole`, or an empty table.
 bool cleared(const Outcome& o) { return whole(o) || o.now.rfind("0 suffixes", 0) == 0; }
 
-struct Operation {
-  const char* what;
-  std::function<Subject()> prepare;
+/// How an operation may fail.
+struct Terms {
   bool (*allowed)(const Outcome&) = whole;
   const char* message = nullptr;  ///< How a text begins that may stand for std::bad_alloc.
 };
 
-/// What there is to complain of after an operation in which allocation `number`, from 0, fails.
-/// Clears `reached` when it makes fewer.
-std::string failAt(const Operation& row, long number, const std::string& done, bool& reached) {
-  const Subject subject = row.prepare();
-  Outcome outcome{subject.state(), "", done, true};
+/// What there is to complain of after `act` on what `make` gives, in which allocation `number`, from
+/// 0, fails. Clears `reached` when it makes fewer.
+template <typename Make, typename Act>
+std::string failAt(Make make, Act act, const Terms& terms, long number, const std::string& done,
+                   bool& reached) {
+  const auto object = make();
+  Outcome outcome{stateOf(*object), "", done, true};
   std::string message;
   const long failuresBefore = vu::test::failures;
   vu::test::allocationsLeft = number;
   try {
-    subject.act();
+    act(*object);
     outcome.threw = false;
   } catch (const std::bad_alloc&) {
   } catch (const vu_exception& failure) {
@@ -147,54 +136,42 @@ std::string failAt(const Operation& row, long number, const std::string& done, b
   }
   vu::test::allocationsLeft = -1;
   reached = vu::test::failures != failuresBefore;
-  outcome.now = subject.state();
-  if (!message.empty() && (row.message == nullptr || message.rfind(row.message, 0) != 0)) {
+  outcome.now = stateOf(*object);
+  if (!message.empty() && (terms.message == nullptr || message.rfind(terms.message, 0) != 0)) {
     return "threw " + message;
   }
-  if (!row.allowed(outcome)) return (outcome.threw ? "threw, left " : "left ") + outcome.now;
-  try {
-    subject.act();
-  } catch (const std::exception& failure) {
-    return std::string("then threw ") + failure.what();
-  }
-  if (row.allowed != started && subject.state() != done) return "then left " + subject.state();
-  return "";
+  if (!terms.allowed(outcome)) return (outcome.threw ? "threw, left " : "left ") + outcome.now;
+  message = messageOf([&] { act(*object); });
+  if (!message.empty()) return "then threw " + message;
+  return terms.allowed == started || stateOf(*object) == done ? "" : "then left another state";
 }
 
-/// The same with what it leaks. What is made once and kept for the process is no leak, nor is what
-/// OpenSSL's queue of errors holds.
-std::string failTwiceAt(const Operation& row, long number, const std::string& done, bool& reached) {
-  long held = 0;
-  for (int round = 0; round < 2; ++round) {
-    held = vu::test::blocksHeld;
-    std::string complaint = failAt(row, number, done, reached);
-    ERR_clear_error();
-    if (!complaint.empty()) return complaint;
-  }
-  return vu::test::blocksHeld == held ? "" : "leaks";
-}
-
-void survives(const std::vector<Operation>& rows) {
-  for (const Operation& row : rows) {
-    std::string done;
-    {
-      const Subject subject = row.prepare();
-      subject.act();
-      done = subject.state();
-    }
-    for (const bool forGood : {false, true}) {
-      vu::test::staysEmpty = forGood;
-      std::string complaint;
-      long number = 0;
-      for (bool reached = true; reached && complaint.empty(); ++number) {
-        complaint = failTwiceAt(row, number, done, reached);
+/// Fails each allocation of `act` on what `make` gives.
+template <typename Make, typename Act>
+void survives(const char* what, Make make, Act act, const Terms& terms = {}) {
+  const auto good = make();
+  act(*good);
+  const std::string done = stateOf(*good);
+  for (const bool forGood : {false, true}) {
+    vu::test::staysEmpty = forGood;
+    std::string complaint;
+    long number = 0;
+    for (bool reached = true; reached && complaint.empty(); ++number) {
+      // What is made once and kept for the process is no leak, nor is what OpenSSL's queue of errors
+      // holds: the second time counts.
+      long held = 0;
+      for (int round = 0; round < 2 && complaint.empty(); ++round) {
+        held = vu::test::blocksHeld;
+        complaint = failAt(make, act, terms, number, done, reached);
+        ERR_clear_error();
       }
-      EXPECT_EQ("", complaint) << row.what << ", allocation " << number - 1
-                               << (forGood ? " and all behind it" : "");
-      EXPECT_LT(1, number) << row.what << " allocates nothing";
+      if (complaint.empty() && vu::test::blocksHeld != held) complaint = "leaks";
     }
-    vu::test::staysEmpty = false;
+    EXPECT_EQ("", complaint) << what << ", allocation " << number - 1
+                             << (forGood ? " and all behind it" : "");
+    EXPECT_LT(1, number) << what << " allocates nothing";
   }
+  vu::test::staysEmpty = false;
 }
 
 /// Makes a T each time it is called.
@@ -203,55 +180,28 @@ auto making(Arguments... arguments) {
   return [=] { return std::make_unique<T>(arguments...); };
 }
 
-/// A row for `act` on what `make` gives.
-template <typename Make, typename Act>
-Operation change(const char* what, Make make, Act act, bool (*allowed)(const Outcome&) = whole,
-                 const char* message = nullptr) {
-  const auto prepare = [make, act] {
-    const auto object = std::shared_ptr(make());
-    return Subject{[object, act] { act(*object); }, [object] { return stateOf(*object); }};
-  };
-  return {what, prepare, allowed, message};
-}
-
-/// A row for a constructor, as `make` calls it.
+/// The same for a constructor, as `make` calls it.
 template <typename Make>
-Operation construction(const char* what, Make make, const char* message = nullptr,
-                       bool (*allowed)(const Outcome&) = whole) {
-  const auto act = [make](auto& holder) { holder = make(); };
-  return change(what, making<decltype(make())>(), act, allowed, message);
-}
-
-/// A row for an operation of which nothing is left but a text.
-template <typename Action>
-Operation result(const char* what, Action action, bool (*allowed)(const Outcome&) = whole,
-                 const char* message = nullptr) {
-  const auto act = [action](std::string& text) {
-    std::string made = action();
-    text.swap(made);
-  };
-  return change(what, making<std::string>(), act, allowed, message);
+void survivesMaking(const char* what, Make make, const Terms& terms = {}) {
+  survives(
+      what, making<decltype(make())>(), [make](auto& holder) { holder = make(); }, terms);
 }
 
 TEST(Failures, Pattern) {
-  const auto make = making<vu_pcre>("(a+)(b)", 3, -1);
   static std::string groups = "(a)\\1";  // more than a thread keeps room for
   while (groups.size() < 80) groups += "()";
   static const vu_pcre back(groups.c_str(), 1, -1);
   static NvalPcre nval("(a)=(b)");
-  const auto insert = [](Pairs& list) { insertNV2List(list, nval, "a=b a=b a=b", 0); };
-  survives({
-      construction("vu_pcre", make, "PCRE Compile "),
-      result(
-          "match, a reference back",
-          [] {
-            int vector[3];
-            return val2str(back.match("aa", 2, 0, 0, vector, 3));
-          },
-          // PCRE's own result is no exception.
-          [](const Outcome& o) { return o.now == o.done || (!o.threw && o.now == "-6"); }),
-      change("insertNV2List", making<Pairs>(), insert, started),
-  });
+  survivesMaking("vu_pcre", making<vu_pcre>("(a+)(b)", 3, -1), {whole, "PCRE Compile "});
+  survives("match, a reference back", making<std::string>(),
+           [](std::string& result) {
+             int vector[3];
+             result = val2str(back.match("aa", 2, 0, 0, vector, 3));
+           },
+           // PCRE's own result is no exception.
+           {[](const Outcome& o) { return whole(o) || (!o.threw && o.now == "-6"); }});
+  survives("insertNV2List", making<Pairs>(),
+           [](Pairs& list) { insertNV2List(list, nval, "a=b a=b a=b", 0); }, {started});
 }
 
 TEST(Failures, Xml) {
@@ -260,47 +210,45 @@ TEST(Failures, Xml) {
   static vu_pcrexml parser;
   static const std::unique_ptr<const xmldata> tree(parser.execute(text.c_str(), "data"));
   const auto leaf = making<xmldata>("data", 4, nullptr, 0);
-  /// To a stream that hands on what goes wrong.
-  const auto printing = [](const char* what, auto print) {
-    const auto act = [print](std::stringstream& out) {
-      out.clear();
-      out.exceptions(std::ios::badbit);
-      print(out);
-    };
-    return change(what, making<std::stringstream>(), act, started);
-  };
-  const auto add = [=](xmldata& node) {
-    auto child = leaf();
-    node.addData(child.get());
-    child.release();
-  };
-  const auto parse = [](xmldata& node) { parser.subpattern(&node, text.data(), length); };
-  const auto compose = [](xmldata& node) {
-    static int offsets[18];
-    static const vu_pcre element("<(\\w+)\\s*([^>]*)>(.*)</\\1>", 6, -1);
-    const int rc = element.match(text.data(), length, 0, 0, offsets, 18);
-    parser.composeXmldata(&node, text.data(), length, offsets, rc);
-  };
-  survives({
-      construction("xmldata", leaf),
-      change("addData", leaf, add, started),
-      printing("display 2", [](std::stringstream& out) { tree->display(1, 2, out); }),
-      printing("displayXML", [](std::stringstream& out) { tree->displayXML(out, 0, 1); }),
-      construction("vu_pcrexml", making<vu_pcrexml>(), "PCRE Compile "),
-      construction("execute",
-                   [] { return std::unique_ptr<xmldata>(parser.execute(text.c_str(), "data")); }),
-      change("subpattern", leaf, parse, started),
-      change("composeXmldata", leaf, compose, started),
-  });
+  survivesMaking("xmldata", leaf);
+  survives("addData", leaf,
+           [leaf](xmldata& node) {
+             auto child = leaf();
+             node.addData(child.get());
+             child.release();
+           },
+           {started});
+  // To streams that hand on what goes wrong.
+  for (const int mode : {1, 2}) {
+    survives("display", making<std::stringstream>(),
+             [mode](std::stringstream& out) {
+               out.clear();
+               out.exceptions(std::ios::badbit);
+               mode == 1 ? tree->displayXML(out, 0, 1) : tree->display(1, 2, out);
+             },
+             {started});
+  }
+  survivesMaking("vu_pcrexml", making<vu_pcrexml>(), {whole, "PCRE Compile "});
+  survivesMaking("execute",
+                 [] { return std::unique_ptr<xmldata>(parser.execute(text.c_str(), "data")); });
+  survives("subpattern", leaf, [](xmldata& node) { parser.subpattern(&node, text.data(), length); },
+           {started});
+  survives("composeXmldata", leaf,
+           [](xmldata& node) {
+             static int offsets[18];
+             static const vu_pcre element("<(\\w+)\\s*([^>]*)>(.*)</\\1>", 6, -1);
+             const int rc = element.match(text.data(), length, 0, 0, offsets, 18);
+             parser.composeXmldata(&node, text.data(), length, offsets, rc);
+           },
+           {started});
 }
 
 TEST(Failures, Config) {
   static const TemporaryFile file("\nuserdata " + kLong + "\n# none\nisdaemon 3\nsystemID x\n");
-  static char name[] = "daemon", d[] = "-D", c[] = "-c", x[] = "-x", key[] = "user=short",
-              v[] = "-v7";
-  static char* const argv[] = {name, d, x, key, v, c, const_cast<char*>(file.path()), d, nullptr};
-  static const int argc = 8;
-  static const std::string line = "userdata " + kLong + kLong;
+  static const Arguments arguments(
+      {"daemon", "-D", "-x", "user=short", "-v7", "-c", file.path(), "-D"});
+  static const int argc = arguments.count();
+  static char* const* const argv = arguments.vector();
   static const config_helper records[] = {
       {kLong.c_str(), 's', kLong.c_str()}, {"own", 'b', flagValue(3)}, {nullptr, 0, nullptr}};
   const auto parser = making<vu_getopt>(argc, argv, nullptr);
@@ -311,53 +259,39 @@ TEST(Failures, Config) {
     made->setParam("systemID", "by the program", 's');
     return made;
   };
-  const auto readFile = [](vu_getopt& p) { p.setConfigFile(file.path()); };
-  const auto readLine = [](vu_getopt& p) { p.parseConfigLine(line); };
-  const auto initialise = [](vu_config& s) { s.initConfig(argc, argv, nullptr); };
-  const auto reload = [](vu_config& s) { s.reload(argc, argv, nullptr); };
-  const char* const fileError = "Cannot ";
-  survives({
-      construction("vu_getopt", parser, fileError),
-      change("setConfigFile", fresh, readFile, anything, fileError),
-      change("parseConfigLine", parser, readLine),
-      construction("vu_config", making<vu_config>(records)),
-      change("initConfig", store, initialise, whole, fileError),
-      change("reload", store, reload, whole, fileError),
-      change("configParams", store, [](vu_config& s) { s.configParams(records); }),
-      change("setParam", store, [](vu_config& s) { s.setParam("own", kLong.c_str(), 's'); }),
-  });
+  const Terms ofFiles{whole, "Cannot "};
+  survivesMaking("vu_getopt", parser, ofFiles);
+  survives("setConfigFile", fresh, [](vu_getopt& p) { p.setConfigFile(file.path()); },
+           {anything, "Cannot "});
+  survives("parseConfigLine", parser,
+           [](vu_getopt& p) { p.parseConfigLine("userdata " + kLong + kLong); });
+  survivesMaking("vu_config", making<vu_config>(records));
+  survives(
+      "initConfig", store, [](vu_config& s) { s.initConfig(argc, argv, nullptr); }, ofFiles);
+  survives(
+      "reload", store, [](vu_config& s) { s.reload(argc, argv, nullptr); }, ofFiles);
+  survives("configParams", store, [](vu_config& s) { s.configParams(records); });
+  survives("setParam", store, [](vu_config& s) { s.setParam("own", kLong.c_str(), 's'); });
 }
 
 TEST(Failures, Domain) {
   static const TemporaryFile old("co.xy 3\nzz 2\n");
-  static const TemporaryFile file("ltd.xy 5\na-long-label-indeed.ltd.xy 5\n*.zz 3\nA.XY 4\n");
+  static const TemporaryFile file("ltd.co.xy 5\na-long-label-indeed.ltd.xy 5\n*.zz 3\nA.XY 4\n");
   static const vu_cctld usual(old.path(), kLong.c_str());
   const auto table = making<vu_cctld>(old.path(), "corp.xy");
-  const auto lookUp = [](const char* url) {
-    return [url] {
+  survivesMaking("vu_cctld", making<vu_cctld>(file.path(), kLong.c_str()),
+                 {cleared, "PCRE Compile "});
+  survives("initSet", table, [](vu_cctld& t) { t.initSet(file.path()); }, {cleared});
+  survives("reload", table, [](vu_cctld& t) { t.reload(file.path()); });
+  for (const char* url : {"http://www.a-domain-of-some-length.xy/", "http://host/"}) {
+    survives("lookup", making<std::string>(), [url](std::string& domain) {
       unsigned ip = 0;
-      std::string domain = "before";
       usual.lookup(url, domain, ip);
-      return domain;
-    };
-  };
-  survives({
-      construction("vu_cctld", making<vu_cctld>(file.path(), kLong.c_str()), "PCRE Compile ",
-                   cleared),
-      change(
-          "initSet", table, [](vu_cctld& t) { t.initSet(file.path()); }, cleared),
-      change("reload", table, [](vu_cctld& t) { t.reload(file.path()); }),
-      result("lookup", lookUp("http://www.a-domain-of-some-length.xy/")),
-      result("lookup, completed", lookUp("http://host/")),
-  });
+    });
+  }
 }
 
 TEST(Failures, Crypto) {
-  const auto message = [](const char* what, int mode, const EVP_CIPHER* cipher,
-                          const std::string& in) {
-    return change(
-        what, making<Engine>(mode, cipher), [in](Engine& e) { e.run(in); }, anything, "Cipher ");
-  };
   const auto makeFirst = [] {
     std::fill_n(vu_crypto::cipherkey_, 128, Byte{0});
     return std::make_unique<vu_crypto>(1, 0, "phrase", bytes("salt"), 4, 3);
@@ -369,18 +303,20 @@ TEST(Failures, Crypto) {
     Engine aes(1, nullptr);
     aes.run(kLong);
     const std::string ciphertext(aes.out.begin(), aes.out.begin() + 80);
-    survives({
-        message("AES", 1, nullptr, kLong),
-        message("AES, deciphering", 0, nullptr, ciphertext),
-        message("RC4", 1, EVP_rc4(), kLong),
-        construction("vu_crypto", making<Engine>(1, EVP_rc4())),
-        construction("vu_crypto, the first", makeFirst, nullptr, wholeOrNoKey),
-        construction("vu_key", making<vu_key>("phrase", bytes("salt"), 4, 3),
-                     "vu_key: Derivation "),
-        result(
-            "vu_domainKey", [] { return printHexical(vu_domainKey(kLong).data(), 20, 0, false); },
-            whole, "vu_domainKey: "),
-    });
+    const Terms ofMessages{anything, "Cipher "};
+    const auto encipher = [](Engine& engine) { engine.run(kLong); };
+    survives("AES", making<Engine>(1, nullptr), encipher, ofMessages);
+    survives("RC4", making<Engine>(1, EVP_rc4()), encipher, ofMessages);
+    survives(
+        "deciphering", making<Engine>(0, nullptr), [=](Engine& e) { e.run(ciphertext); },
+        ofMessages);
+    survivesMaking("vu_crypto", making<Engine>(1, EVP_rc4()));
+    survivesMaking("vu_crypto, the first", makeFirst, {wholeOrNoKey});
+    survivesMaking("vu_key", making<vu_key>("phrase", bytes("salt"), 4, 3),
+                   {whole, "vu_key: Derivation "});
+    survives("vu_domainKey", making<std::string>(),
+             [](std::string& key) { key = printHexical(vu_domainKey(kLong).data(), 20, 0, false); },
+             {whole, "vu_domainKey: "});
   });
 }
 
@@ -397,13 +333,12 @@ TEST(Failures, FirstOfTheProcess) {
     lengthOfMessage(nullptr);
     return std::make_unique<std::string>();
   };
-  const Operation rc4 = change(
-      "RC4", behindAes, [&](std::string& text) { text = lengthOfMessage(EVP_rc4()); }, whole,
-      "Cipher Init failed : ");
+  const auto act = [&](std::string& text) { text = lengthOfMessage(EVP_rc4()); };
   for (long number = 0; number < 100; ++number) {
     vu::test::inChild([&] {
       bool reached = false;
-      EXPECT_EQ("", failAt(rc4, number, "4", reached)) << "allocation " << number;
+      EXPECT_EQ("", failAt(behindAes, act, {whole, "Cipher Init failed : "}, number, "4", reached))
+          << "allocation " << number;
       EXPECT_TRUE(reached);
       if (!HasFailure()) std::_Exit(0);  // before anybody looks for what OpenSSL itself loses
     });

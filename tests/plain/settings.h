@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <fstream>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -65,51 +65,30 @@ inline std::string itemOf(const vu_config& store, const char* name) {
   config_value value{};
   const std::string message = messageOf([&] { value = store.getConfItem(name); });
   if (!message.empty()) return "<" + message + ">";
-  unsigned char bytes[sizeof value];
-  std::memcpy(bytes, &value, sizeof value);
-  const std::size_t used = type == 'p' || type == 'u'   ? 2
-                           : type == 'd' || type == 'l' ? 4
-                                                        : sizeof value;
-  if (std::any_of(bytes + used, bytes + sizeof value, [](auto byte) { return byte != 0; })) {
-    return "more than the value";
-  }
-  switch (type) {
-    case 'd':
-      return exactly(value.asInt);
-    case 'e':
-      return exactly(value.asDouble);
-    case 'l':
-      return exactly(value.asUInt);
-    case 'p':
-    case 'u':
-      return exactly(value.asUShort);
-    case 0:
-      return value.asText == nullptr ? "" : "not zero";
-    default:
-      return value.asText;
-  }
+  // The number in front of the value; nothing stands behind it.
+  const auto number = [&value](auto kind) {
+    std::memcpy(&kind, &value, sizeof kind);
+    config_value alone{};
+    std::memcpy(&alone, &kind, sizeof kind);
+    return exactly(kind) + (std::memcmp(&alone, &value, sizeof value) == 0 ? "" : " and more");
+  };
+  if (type == 'd') return number(0);
+  if (type == 'e') return number(0.0);
+  if (type == 'l') return number(0U);
+  if (type == 'p' || type == 'u') return number(static_cast<unsigned short>(0));
+  if (type == 0) return value.asText == nullptr ? "" : "not zero";
+  return value.asText;
 }
 
 /// A converted setting, told plainly.
 inline std::string itemPlainly(const std::string& text, char type) {
-  switch (type) {
-    case 'd':
-      return convertPlainly<int>(text, false);
-    case 'e':
-      return convertPlainly<double>(text, false);
-    case 'l':
-      return convertPlainly<unsigned int>(text, false);
-    case 'p':
-      return convertPlainly<unsigned short>(text, false);
-    case 'u': {
-      const std::string whole = convertPlainly<unsigned int>(text, false);
-      return whole[0] == '<' ? whole : std::to_string(std::stoul(whole) & 0xffffU);
-    }
-    case 0:
-      return "";
-    default:
-      return text;
-  }
+  if (type == 'd') return convertPlainly<int>(text, false);
+  if (type == 'e') return convertPlainly<double>(text, false);
+  if (type == 'p') return convertPlainly<unsigned short>(text, false);
+  if (type == 0) return "";
+  if (type != 'l' && type != 'u') return text;
+  const std::string whole = convertPlainly<unsigned int>(text, false);
+  return type == 'l' || whole[0] == '<' ? whole : std::to_string(std::stoul(whole) & 0xffffU);
 }
 
 /// All that a store holds of a table.
@@ -170,9 +149,7 @@ class PlainSettings {
   std::string records(const char* first = nullptr) const {
     std::string all = first != nullptr ? recordText(table_[0].name, first, "set by program") : "";
     for (std::size_t i = first != nullptr ? 1 : 0; i < values_.size(); ++i) {
-      const Value& value = values_[i];
-      all += recordText(table_[i].name, table_[i].type == 'b' ? val2str(value.count) : value.text,
-                        value.origin);
+      all += recordText(table_[i].name, textOf(i), values_[i].origin);
     }
     return all;
   }
@@ -180,25 +157,21 @@ class PlainSettings {
   /// What nobody could read of the rows behind the first: the first complaint of a reload.
   std::string complaint() const {
     for (std::size_t i = 1; i < values_.size(); ++i) {
-      const Value& value = values_[i];
-      const bool isFlag = table_[i].type == 'b';
-      const char type = isFlag ? 'd' : table_[i].type;
-      const std::string item = itemPlainly(isFlag ? val2str(value.count) : value.text, type);
+      const char type = table_[i].type == 'b' ? 'd' : table_[i].type;
+      const std::string item = itemPlainly(textOf(i), type);
       if (item[0] == '<' && std::strchr("delpu", type) != nullptr) {
-        return table_[i].name + (" (" + value.origin + "): ") + item.substr(1, item.size() - 2);
+        return table_[i].name + (" (" + values_[i].origin + "): ") +
+               item.substr(1, item.size() - 2);
       }
     }
     return "";
   }
 
   void readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file || (file.peek(), file.bad())) {
+    if (!std::filesystem::is_regular_file(path)) {
       throw vu_exception("Cannot open configuration file [" + path + "]");
     }
-    file.clear();
-    std::stringstream content;
-    if (file.peek() != EOF) content << file.rdbuf();
+    std::istringstream content(contentOf(path));
     std::string line;
     for (long number = 1; std::getline(content, line); ++number) {
       readLine(line, path + ":" + std::to_string(number));
@@ -225,6 +198,10 @@ class PlainSettings {
     long count;
     std::string origin;
   };
+
+  std::string textOf(std::size_t row) const {
+    return table_[row].type == 'b' ? val2str(values_[row].count) : values_[row].text;
+  }
 
   bool apply(char letter, const char* argument) {
     const bool isKey = letter == 'x' || letter == 'X';
