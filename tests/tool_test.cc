@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
@@ -20,19 +21,23 @@ using vu::test::TemporaryFile;
 
 namespace {
 
+/// What is in no example of a page. In a folder with some tables and a list, whose names stand for
+/// themselves.
 TEST(Tool, AnswersEveryCommandLine) {
-  const TemporaryFile suffixes("co.xy 3\n");
-  const TemporaryFile broken("co.xy 3\nnet.xy\n");
-  const TemporaryFile list(
-      "// ===BEGIN ICANN DOMAINS===\nxy\n*.ck\n!www.ck\nb\xc3\xbc.xy\n"
-      "// ===END ICANN DOMAINS===\nbetween.xy\n// ===BEGIN PRIVATE DOMAINS===\n"
-      "blog.xy comment\na.blog.xy\n// ===END PRIVATE DOMAINS===\n");
-  const TemporaryFile parts(
-      "// ===BEGIN ICANN DOMAINS===\nxy\n*.wild\n!www.wild\n// ===END ICANN DOMAINS===\n"
-      "// ===BEGIN PRIVATE DOMAINS===\nblog.xy\n// ===END PRIVATE DOMAINS===\n");
-  const std::string byParts = std::string(" -m public-suffix -s ") + parts.path() + " ";
-  const std::string s = std::string(" --suffixes ") + suffixes.path() + " ";
-  const std::string tsv = "vu classify --format tsv" + s;
+  std::string folder = "/tmp/vu-test-XXXXXX";
+  ASSERT_NE(nullptr, mkdtemp(folder.data()));
+  const std::string within =
+      "parts() { vu classify -m public-suffix -s parts \"$@\"; }; VU_SUFFIXES=suffixes; "
+      "export VU_SUFFIXES; cd " +
+      folder + "; ";
+  ASSERT_EQ("", run(within + R"(
+    printf 'co.xy 3\n' >suffixes; printf 'co.xy 3\nnet.xy\n' >broken
+    icann='// ===BEGIN ICANN DOMAINS===' end='// ===END ICANN DOMAINS==='
+    private='// ===BEGIN PRIVATE DOMAINS==='
+    printf '%s\n' "$icann" xy '*.ck' '!www.ck' bü.xy "$end" between.xy "$private" 'blog.xy x' \
+      a.blog.xy '// ===END PRIVATE DOMAINS===' >list
+    printf '%s\n' "$icann" xy '*.wild' '!www.wild' "$end" "$private" blog.xy >parts)")
+                    .err);
   const struct {
     std::string command;
     std::string input;
@@ -40,31 +45,27 @@ TEST(Tool, AnswersEveryCommandLine) {
     std::string out;
     std::string err;
   } rows[] = {
-      {tsv + "--allow-refused -f /nowhere -f -", "a.b\n", 1, "\ta.b\n", "cannot open /nowhere"},
-      {"vu classify --summary" + s, "a.b.xy\nc.b.xy\nhost\n", 1, "b.xy",
-       "2   66.7 %    0 OPERATION SUCCESS\n"},
-      {"vu classify --summary" + s, "a.b.xy\nc.b.xy\nd.xy\n", 0, "b.xy",
+      {"vu classify --allow-refused -f /nowhere -f -", "a.b\n", 1, "\ta.b\n",
+       "cannot open /nowhere"},
+      {"vu classify --summary", "a.b.xy\nc.b.xy\nd.xy\n", 0, "b.xy",
        "2  b.xy  ##############################\n             1  d.xy  ###############\n"},
-      {tsv + "-f - -f " + suffixes.path(), "a.b\n", 1, "\ta.b\n202\t", ""},
+      {"vu classify -f - -f suffixes", "a.b\n", 1, "\ta.b\n202\t", ""},
       // Of files beyond 2 GiB, which need to be asked for on 32-bit systems, no more is read than
       // what counts.
       {"f=$(mktemp) && printf 'co.xy 3\nx y' >$f && truncate -s 3G $f; vu classify a.b -s $f;"
        "printf x | vu encipher --passphrase-file $f | wc -c; rm $f",
        "", 0, "16\n", "Read Error at [2]-th record"},
-      {"vu suffixes diff - " + std::string(broken.path()), "co.xy 3\n", 1, "",
-       std::string(broken.path()) + ": Top level domain : Read Error at [2]"},
-      {"vu classify a.b --suffixes " + std::string(broken.path()), "", 1, "",
-       "Read Error at [2]-th record"},
-      {tsv + "'[a.b,c.d]' '[::1]'", "", 1, "\t[a.b,c.d]\n0\tOPERATION SUCCESS\t[::1]\t::1\t[::1]\n",
-       ""},
-      {"vu classify --summary -d corp.xy" + s, "h\nh\n", 0, "h.corp.xy", "2  h.corp.xy  ####"},
-      {"seq -f x%.0f.com 70000 | vu classify --summary" + s + ">/dev/null", "", 0, "", "too low"},
-      {"yes a.b.xy | head -n 200000 | vu classify --summary -j 2" + s + ">/dev/null", "", 0, "",
+      {"vu suffixes diff - broken", "co.xy 3\n", 1, "",
+       "broken: Top level domain : Read Error at [2]"},
+      {"vu classify '[a.b,c.d]' '[::1]'", "", 1,
+       "\t[a.b,c.d]\n0\tOPERATION SUCCESS\t[::1]\t::1\t[::1]\n", ""},
+      {"vu classify --summary -d corp.xy", "h\nh\n", 0, "h.corp.xy", "2  h.corp.xy  ####"},
+      {"seq -f x%.0f.com 70000 | vu classify --summary >/dev/null", "", 0, "", "too low"},
+      {"yes a.b.xy | head -n 200000 | vu classify --summary -j 2 >/dev/null", "", 0, "",
        "200,000  100.0 %    0 OPERATION SUCCESS\n             0  without a domain\n\nMost frequent "
        "domains\n       200,000  b.xy"},
       {"vu classify a.b -d .corp", "", 2, "", "not a domain name: .corp"},
       {"vu classify a.b --suffixes ''", "", 2, "", "the name is empty"},
-      {"vu classify c.a.b -s -", "a.b 3\n", 0, "\tc.a.b\t", ""},
       {"cat | vu classify -s -", "a.b 3\n", 1, "",
        "standard input cannot be both the suffixes and"},
       {"vu classify -", "", 0, "\t-\n", "note: - is taken for a URL; without any, standard input"},
@@ -72,111 +73,97 @@ TEST(Tool, AnswersEveryCommandLine) {
        "open a.b: No such file or directory; URLs stand"},
       {"vu classify a.b >&- <&-", "", 1, "", "vu classify: cannot write standard output"},
       {"vu status '\x1b[31m'", "", 1, "", "no such status: \\x1b[31m"},
-      {"vu settings --format table", "", 0, "systemID    s                            default\n",
-       ""},
       {"vu settings --format jsonl -- -v 0x1F -x 'user=\xff\"' -b '[a,b]'", "", 0,
        "{\"name\":\"debug\",\"type\":\"d\",\"value\":\"31\",\"origin\":\"command line\"}\n", ""},
-      {"vu classify -0 --host service --format csv" + s, std::string("a.b/\n\0c.d\r\0", 11), 1,
+      {"vu classify -0 --host service --format csv", std::string("a.b/\n\0c.d\r\0", 11), 1,
        ",,\"a.b/\n\"\n202,COUNTRY CODE - NOT A DOMAIN,,,\"c.d\r\"\n", ""},
-      {"vu classify --top 1 --format csv --header" + s, "a.b.xy\nb.xy\nc.xy\na b\n", 1,
+      {"vu classify --top 1 --format csv --header", "a.b.xy\nb.xy\nc.xy\na b\n", 1,
        "count,domain\n2,b.xy\n", ""},
-      {"(head -c 70000000 /dev/zero | tr '\\0' a; echo; echo x.y) | vu classify" + s, "", 1,
+      {"(head -c 70000000 /dev/zero | tr '\\0' a; echo; echo x.y) | vu classify", "", 1,
        "1003\tMALFORMED URL\t\t\t(a line of 70000000 bytes)\n0\tOPERATION SUCCESS\tx.y", ""},
-      {"vu classify --host service" + s, "a.b\n c.d\n", 0, "\t c.d\n",
+      {"vu classify --host service", "a.b\n c.d\n", 0, "\t c.d\n",
        "in standard input:2, are taken for part"},
-      {tsv, std::string("a.xy\0b.xy", 9), 1, "202\t", "NUL bytes in it; with --null they"},
-      {"gzip -n | vu classify --allow-refused" + s, "a.b\n", 0, "202\t",
-       "is compressed; zcat makes"},
+      {"vu classify", std::string("a.xy\0b.xy", 9), 1, "202\t",
+       "NUL bytes in it; with --null they"},
+      {"gzip -n | vu classify --allow-refused", "a.b\n", 0, "202\t", "is compressed; zcat makes"},
       {"vu classify --top 1 --columns url", "", 2, "", "excludes --top"},
       {"cd /tmp; umask 027; rm -f vu-mask; vu encipher - vu-mask 2>&-; stat -c %a vu-mask; "
        "rm vu-mask",
        "x", 0, "640\n", ""},
-      {"vu classify --header --columns suffix,status,subdomain,domain -d corp.xy" + s,
+      {"vu classify --header --columns suffix,status,subdomain,domain -d corp.xy",
        "x.y.b.co.xy:1\na.b.\n1.2.3.4\nh\n", 0,
        "suffix\tstatus\tsubdomain\tdomain\nco.xy\t0\tx.y\tb.co.xy\nb\t0\t\ta.b\n"
        "\t0\t\t1.2.3.4\ncorp.xy\t0\t\th.corp.xy\n",
        ""},
-      {"vu classify --columns url,domain --format jsonl 'a b'" + s, "", 1,
+      {"vu classify --columns url,domain --format jsonl 'a b'", "", 1,
        "{\"url\":\"a b\",\"domain\":null}\n", ""},
       {"vu classify --columns url,dommain", "", 2, "",
        "dommain is none of status, text, domain, addr"},
-      {"vu classify --explain --columns domain" + s, "x.co.xy\na.b.c\n1.2\n", 0,
+      {"vu classify --explain --columns domain", "x.co.xy\na.b.c\n1.2\n", 0,
        "x.co.xy\tco.xy\t\nb.c\t\t\n1.0.0.2\t\t\n", ""},
       // The same by both rules, in every column that a host is told in.
-      {"vu classify --columns status,domain,address,subdomain" + s,
+      {"vu classify --columns status,domain,address,subdomain",
        "http://x.y@a.b.CO.xy./\n[::FFFF:1.2.3.255]:80\n0x7f.1\nmailto:a@b\na:b:c\nhost.\n", 1,
        "0\tb.co.xy\t\ta\n0\t[::ffff:102:3ff]\t::ffff:102:3ff\t\n0\t127.0.0.1\t127.0.0.1\t\n"
        "201\t\t\t\n201\t\t\t\n203\t\t\t\n",
        ""},
-      {"vu classify --columns domain -d corp.xy host." + s, "", 0, "host.corp.xy\n", ""},
-      {"vu classify --columns domain -d corp.xy host. --host service" + s, "", 0, "host..corp.xy\n",
-       ""},
-      {"vu classify --explain --listed-only --columns status,domain" + byParts,
+      {"vu classify --columns domain -d corp.xy host.", "", 0, "host.corp.xy\n", ""},
+      {"parts --explain --listed-only --columns status,domain",
        "http://%61.b.blog.xy\na!.b.x.wild\na!.wild\nb.zz\n1.255\n", 1,
        "0\tb.blog.xy\tblog.xy\tprivate\n0\tb.x.wild\t*.wild\ticann\n202\t\t*\t\n"
        "202\t\t*\t\n0\t1.0.0.255\t\t\n",
        ""},
-      {"vu classify --explain --with-place --format jsonl --columns domain" + byParts +
-           "a.b.zz -f -",
+      {"parts --explain --with-place --format jsonl --columns domain a.b.zz -f -",
        "a.b.blog.xy\n\n", 0,
        "{\"domain\":\"b.zz\",\"rule\":\"*\",\"section\":null,\"file\":null,\"line\":null}\n"
        "{\"domain\":\"b.blog.xy\",\"rule\":\"blog.xy\",\"section\":\"private\","
        "\"file\":\"standard input\",\"line\":1}\n"
        "{\"domain\":null,\"rule\":null,\"section\":null,\"file\":\"standard input\",\"line\":2}\n",
        ""},
-      {"vu classify --sections icann --columns domain,line" + byParts, "a.b.blog.xy\na.wild\n", 1,
+      {"parts --sections icann --columns domain,line", "a.b.blog.xy\na.wild\n", 1,
        "blog.xy\t1\n\t2\n", ""},
-      {"vu classify --listed-only --columns rule" + byParts, "a.zz\nwww.wild\n", 1, "\n!www.wild\n",
-       ""},
-      {"vu classify -m public-suffix --sections icann" + s, "a.b\n", 1, "",
+      {"parts --listed-only --columns rule", "a.zz\nwww.wild\n", 1, "\n!www.wild\n", ""},
+      {"vu classify -m public-suffix --sections icann", "a.b\n", 1, "",
        "these suffixes have no sections"},
-      {"vu classify --host service --field url --columns status,domain" + s,
+      {"vu classify --host service --field url --columns status,domain",
        "id,url\r\n1,\"a.b.xy/\"\"\r\n,\"\r\n2\r\n3,a.xy,b\r\n4, a.xy\r\n5,\"a\".xy", 1,
        "id,url,status,domain\r\n1,\"a.b.xy/\"\"\r\n,\",0,b.xy\r\n2,,201,\r\n3,a.xy,b,1003,\r\n"
        "4, a.xy,0,a.xy\r\n5,\"a\".xy,0,a.xy\n",
        "fields in standard input:4: 1, in its first row: 2\nvu classify: note: blanks around a "
-       "URL, "
-       "as in standard input:6,"},
-      {"vu classify --field 2 --with-place --columns domain" + s, "a.b\tc.d,e\n\tx.b.c\n", 1,
+       "URL, as in standard input:6,"},
+      {"vu classify --field 2 --with-place --columns domain", "a.b\tc.d,e\n\tx.b.c\n", 1,
        "a.b\tc.d,e\t\tstandard input\t1\n\tx.b.c\tb.c\tstandard input\t2\n", ""},
-      {"vu classify --field 1 --header --top 1 --format jsonl" + s, "url\na.b.xy\nb.xy\n", 0,
+      {"vu classify --field 1 --header --top 1 --format jsonl", "url\na.b.xy\nb.xy\n", 0,
        "{\"count\":2,\"domain\":\"b.xy\"}\n", ""},
-      {"vu classify --field 1 --only-failed" + s, "co.xy,1\na.b,\"\n", 1,
+      {"vu classify --field 1 --only-failed", "co.xy,1\na.b,\"\n", 1,
        "co.xy,1,204,COUNTRY CODE - PURE DOMAIN,,\n", "standard input:2: quotes begin in this row"},
       {"(echo a.b,c; head -c 70000000 /dev/zero | tr '\\0' a) | vu classify --field 2 --columns "
-       "status" +
-           s,
+       "status",
        "", 1, "a.b,c,203\n,(a line of 70000000 bytes),1003\n", ""},
-      {"(echo '\"'; yes '\"\"' | head -c 70000000) | vu classify --field 1" + s, "", 1, "",
+      {"(echo '\"'; yes '\"\"' | head -c 70000000) | vu classify --field 1", "", 1, "",
        "input:1: quotes begin in this row that nothing closes within 64 MiB"},
-      {"vu classify --field urll" + s, "\xef\xbb\xbfurl,x\n", 1, "",
+      {"vu classify --field urll", "\xef\xbb\xbfurl,x\n", 1, "",
        "no field urll in its first row: url, x; did you mean url?"},
-      {"vu classify --field 3" + s, "url,x\n", 1, "",
-       "no field 3: its first row ends with field 2"},
-      {"vu classify --format tsv --field 1 --columns domain" + s, "b.xy/,\n", 0, "b.xy/,\tb.xy\n",
-       ""},
-      {"(echo a; echo 1.2) >f.tmp; vu classify --field a --columns url -f f.tmp - f.tmp" + s +
-           "; rm f.tmp",
+      {"vu classify --field 3", "url,x\n", 1, "", "no field 3: its first row ends with field 2"},
+      {"vu classify --format tsv --field 1 --columns domain", "b.xy/,\n", 0, "b.xy/,\tb.xy\n", ""},
+      {"(echo a; echo 1.2) >f.tmp; vu classify --field a --columns url -f f.tmp - f.tmp ; rm f.tmp",
        "b,a\n,3.4\n", 0, "a,url\n1.2,1.2\n1.2,1.2\n",
        "has other titles in its first row than the first file\n"},
       {"vu classify --field 1 a.b", "", 2, "", "is for rows of files, not for a.b"},
       {"vu classify --field 1 --format jsonl", "", 2, "", "rows of csv or tsv and keeps their"},
-      {"vu classify -m public-suffix --explain --columns domain a.b.co.xy a.blog.xy -s - -s " +
-           std::string(parts.path()),
+      {"vu classify -m public-suffix --explain --columns domain a.b.co.xy a.blog.xy -s - -s parts",
        "b.co.xy 4\n", 0, "a.b.co.xy\tb.co.xy\t\na.blog.xy\tblog.xy\tprivate\n", ""},
       {"cat | vu classify a.b -s - -s /dev/stdin", "", 1, "", "can be read once only"},
-      {"vu classify a.b -s " + std::string(broken.path()) + s, "", 1, "",
-       "[2]-th record; \"vu suffixes check"},
+      {"vu classify a.b -s broken", "", 1, "", "[2]-th record; \"vu suffixes check"},
       {"vu classify --listed-only a.b", "", 2, "", "are for --match public-suffix"},
-      {"vu status nothing 204 3 0", "", 1,
+      {"vu status nothing 204 99999999999 0", "", 1,
        "204\tCOUNTRY CODE - PURE DOMAIN\n0\tOPERATION SUCCESS\n",
-       "no such status: nothing; \"vu status\" lists them all\nvu status: no such status: 3;"},
+       "no such status: nothing; \"vu status\" lists them all\nvu status: no such status: "
+       "99999999999;"},
       // What was found in front of a failure is shown.
       {"vu pairs --pattern '(.)=(.)(!)?' --format csv", "a=1 b=,\nc=3! d=4", 1, "a,1\nb,\",\"\n",
        "more groups than a name"},
       {"vu settings --format csv --header -- -v abc -x 'user=a,'", "", 1, "debug,d,,command line\n",
-       "vu settings: debug (command line): bad conversion [abc]\n"},
-      {"vu settings --format table -- -v abc", "", 1, "debug       d  - ",
        "vu settings: debug (command line): bad conversion [abc]\n"},
       {"vu settings --check -- -c /dev/stdin", "\nhash_size 2x4\ndebug x\n", 1, "",
        "vu settings: debug (/dev/stdin:3): bad conversion [x]\n"},
@@ -189,8 +176,8 @@ TEST(Tool, AnswersEveryCommandLine) {
        "vu settings: bad conversion [\\x1b]\n"},
       {"vu settings --check -- -c /dev/stdin", "  # x\n", 0, "good", ""},
       // Behind a good file, in a later block of a long one.
-      {std::string("vu settings -- -c ") + suffixes.path() + " -c /dev/stdin",
-       std::string(400000, '\n') + "isdaemon x\n", 1, "", "[x] (/dev/stdin:400001)\n"},
+      {"vu settings -- -c suffixes -c /dev/stdin", std::string(400000, '\n') + "isdaemon x\n", 1,
+       "", "[x] (/dev/stdin:400001)\n"},
       // Files that grow while they are read.
       {"{ printf 'debug 7\nisda'; sleep 0.05; printf 'emon 3'; } | vu settings -- -c /dev/stdin |"
        "grep -E '^(debug|isda)' | cut -f 3",
@@ -211,29 +198,23 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu suffixes", "", 2, "", "Usage: vu suffixes [OPTIONS] COMMAND\n"},
       {"vu suffixes build", "", 2, "", "LIST is required; see \"vu suffixes build --help\"\n"},
       {"vu", "", 2, "", "Examples:\n  vu classify http"},
-      {"vu --version | cut -d ' ' -f 1 | sed s/PCRE2/PCRE/ | xargs", "", 0,
-       "vu PCRE OpenSSL CLI11 suffixes\n", ""},
-      {"VU_SUFFIXES=" + std::string(suffixes.path()) + " vu --version | tail -n 1", "", 0,
-       "suffixes " + std::string(suffixes.path()) + ", 0 days old\n", ""},
-      {tsv + suffixes.path(), "", 1, suffixes.path(),
-       std::string(suffixes.path()) + " is a file, too; --file reads"},
-      {"vu status 99999999999", "", 1, "", "no such status: 99999999999"},
+      {"vu --version | sed '/suff/!s/ .*//; s/PCRE2/PCRE/' | xargs", "", 0,
+       "vu PCRE OpenSSL CLI11 suffixes suffixes, 0 days old\n", ""},
+      {"vu classify suffixes", "", 1, "suffixes", "suffixes is a file, too; --file reads"},
       {"vu status | wc -l", "", 0, "13\n", ""},
-      {"vu suffixes build " + std::string(list.path()), "", 0,
+      {"vu suffixes build list", "", 0,
        "xy 2\n*.ck 3\n!www.ck 2\nxn--b-eha.xy 3\nbetween.xy 3\nblog.xy 3\na.blog.xy 4\n",
        "cannot honour 3:\n  wildcards, which only public-suffix matching reads: 1, such as *.ck\n"},
-      {"vu suffixes build --section private " + std::string(list.path()), "", 0,
-       "blog.xy 3\na.blog.xy 4\n",
+      {"vu suffixes build --section private list", "", 0, "blog.xy 3\na.blog.xy 4\n",
        "cannot honour 1:\n  longer than another listed suffix, which wins: 1, such as a"},
-      {"vu suffixes build --section icann " + std::string(list.path()), "", 0,
-       "xy 2\n*.ck 3\n!www.ck 2\nxn--b-eha.xy 3\n", "cannot honour 2"},
+      {"vu suffixes build --section icann list", "", 0, "xy 2\n*.ck 3\n!www.ck 2\nxn--b-eha.xy 3\n",
+       "cannot honour 2"},
       {"vu suffixes build -", "\xef\xbb\xbf  xy\r\n", 0, "xy 2\n", "honours them all"},
       {"vu suffixes build -", std::string(1024, 'a'), 1, "", "input:1: not a suffix rule: aaa"},
       {"vu suffixes build - --section icann", "// nothing\n", 1, "", "no rules of that section"},
       {"vu suffixes build -", "xy\na b\n#!/bin/sh\n", 1, "", "standard input:3: not a suffix rule"},
       {"vu suffixes check -", "\xef\xbb\xbf co.xy 3\n", 1, "", "begins with a byte-order mark"},
-      {"vu suffixes check " + std::string(broken.path()), "", 1, "",
-       std::string(broken.path()) + ":2: bad record after 1 good"},
+      {"vu suffixes check broken", "", 1, "", "broken:2: bad record after 1 good"},
       {"vu suffixes check -",
        "co.xy 4\nco.xy 3\nxy 2\na.ltd.co.xy 3\nltd.co.xy 3\n*.ck 3\n?? 2\na.b.c.d.e 3\n", 0,
        "records: 8\ndistinct suffixes: 7\nlargest label count: 4\nduplicates: 1\n"
@@ -246,11 +227,8 @@ TEST(Tool, AnswersEveryCommandLine) {
        "  longer than another listed suffix, which wins: 2, such as a.ltd.co.xy in line 4 "
        "(co.xy is listed)\n",
        ""},
-      {"vu xml --format compact", "<a>x</a>\n", 0, "<a>x</a>\n", ""},
       {"vu xml", "", 1, "", "vu xml: standard input is empty; a fragment"},
       {"vu xml", std::string("<a>\0</a>", 8), 1, "", "has a NUL byte in it"},
-      {"vu xml --format json", "", 2, "", "json is none of tree, xml, compact\n"},
-      {"vu xml --root ''", "", 2, "", "the name is empty"},
       {"vu pairs", std::string("a=1 b=\tc\0d=2\n", 14), 0, "a\t1\nb\t\nd\t2\n", ""},
       {"vu pairs --pattern '(a)(.)'", "a\t\na\xff", 0, "a\t\\t\na\t\xff\n", ""},
       {"vu pairs --pattern '(a)(.)' --format jsonl", "a\xff", 0,
@@ -261,23 +239,17 @@ TEST(Tool, AnswersEveryCommandLine) {
       {"vu pairs --pattern '(b)(c+)+d'", "bcx bcd", 0, "b\tc\n", ""},
       {"vu hash --u64", "0x0123456789ABCDEF\r\n0\nx\n", 1,
        "5be890c4\t0x0123456789ABCDEF\n9c352659\t0\n", "line 3: not a number from 0 to 1844674"},
-      {"vu hash abc 'Hello, world!' ''", "", 0,
-       "251e4793\tabc\n02666025\tHello, world!\n00000000\t\n", ""},
       {"vu hash", "abc\n\n\tx", 0, "251e4793\tabc\n00000000\t\n", ""},
       {"vu hash --hex 616263 0000000000000000000000000000000000000000 6", "", 1,
        "251e4793\t616263\n5f9ebd1d\t", "vu hash: not pairs of hexadecimal digits: 6\n"},
       {"vu hash --u32 4294967296", "", 1, "", "not a number from 0 to 4294967295: 4294967296"},
       {"vu hash --u32 --hex 1", "", 2, "", "one of --text, --hex, --u32 and --u64"},
-      {"vu encipher --info --cipher 2", "", 0,
-       "Block size [1] key length [16] initialisation vector length [0]\n", ""},
       {"vu encipher | vu decipher 2>/dev/null", "text", 0, "text", "the same everywhere\n"},
       {"vu encipher - /dev/full", "text", 1, "",
        "vu encipher: cannot write /dev/full: No space left"},
-      {"vu encipher --passphrase-file -", "", 1, "", "input cannot be both the pass phrase and"},
       {"cat | vu encipher --passphrase-file /dev/stdin", "", 1, "",
        "cannot be both the pass phrase"},
       {"vu encipher --passphrase-file ''", "", 2, "", "--passphrase-file: the name is empty"},
-      {"vu encipher - ''", "", 2, "", "the name is empty"},
       {"vu encipher --iterations 010 2>/dev/null | vu decipher --iterations 10 2>&1", "x", 0, "x",
        ""},
       {"vu encipher --iterations 0x10", "", 2, "", "0x10 is no number from 1 to 2147483647"},
@@ -293,14 +265,16 @@ TEST(Tool, AnswersEveryCommandLine) {
        "export LD_LIBRARY_PATH=$d; vu --version | cut -c 1-4 | head -n 1; vu encipher",
        "x", 1, "vu 1\n", "vu encipher: vu_crypto: Cannot load libcrypto ["},
       {"vu encipher --iterations 0", "", 2, "", "--iterations"},
-      {tsv + "| head -n 1", std::string(3000000, '\n'), 0, "0\tOPERATION SUCCESS\t\t\t\n", ""},
+      {"vu classify | head -n 1", std::string(3000000, '\n'), 0, "0\tOPERATION SUCCESS\t\t\t\n",
+       ""},
   };
   for (const auto& row : rows) {
-    const Result result = run(row.command, row.input);
+    const Result result = run(within + row.command, row.input);
     EXPECT_EQ(row.status, result.status) << row.command;
     EXPECT_TRUE(says(result.out, row.out)) << row.command;
     EXPECT_TRUE(says(result.err, row.err)) << row.command;
   }
+  std::filesystem::remove_all(folder);
 }
 
 TEST(Tool, RefusesRoomThatNoMemoryHas) {
