@@ -150,20 +150,18 @@ struct PlainTable {
     return found;
   }
 
-  const char* lookup(const char* url, int& domainLength, unsigned& ip) const {
+  const char* lookup(const char* url, int& domainLength, unsigned& ip, int& reserved) const {
     const vu_domain found = classify(url);
     const std::string text(found.host.data());
-    domainLength = 0;
+    domainLength = reserved = 0;
     ip = found.ipAddress();
-    switch (found.status) {
-      case VU_COUNTRY_CODE_NOT_A_DOMAIN:
-        throw vu_exception("vu_cctld::lookup: Not a URL domain name " + text);
-      case VU_COUNTRY_CODE_TOO_SHORT:
-        throw vu_exception("Ill-formed domain name [" + text + "] - record too short 1");
-      case VU_COUNTRY_CODE_PURE_DOMAIN:
-        throw vu_exception("Ill-formed domain name [" + text + "] - Pure domain record");
-      default:
-        break;
+    if (found.status == VU_COUNTRY_CODE_NOT_A_DOMAIN) {
+      throw vu_exception("vu_cctld::lookup: Not a URL domain name " + text);
+    }
+    if (found.status != VU_SUCCESS) {
+      const bool isShort = found.status == VU_COUNTRY_CODE_TOO_SHORT;
+      throw vu_exception("Ill-formed domain name [" + text + "] - " +
+                         (isShort ? "record too short 1" : "Pure domain record"));
     }
     const char* const start = found.domain.data();
     const char* const from = start != nullptr ? start : found.host.data();
@@ -173,7 +171,8 @@ struct PlainTable {
 
   void lookup(const char* url, std::string& domain, unsigned& ip) const {
     int length = 0;
-    const char* start = lookup(url, length, ip);
+    int reserved = 0;
+    const char* start = lookup(url, length, ip, reserved);
     if (start != nullptr && length > 0) {
       if (start[length - 1] == '.') --length;
       domain.assign(start, static_cast<std::size_t>(length));
@@ -190,43 +189,31 @@ template <typename Table>
 std::string outcome(const Table& table, const std::string& url) {
   int length = -7;
   unsigned ip = 7;
+  int reserved = 7;
   const char* start = nullptr;
-  std::ostringstream out;
-  out.imbue(std::locale::classic());
-  int reserved = 0;
-  const std::string message = messageOf([&] {
-    if constexpr (std::is_same_v<Table, PlainTable>) {
-      start = table.lookup(url.c_str(), length, ip);
-    } else {
-      reserved = 7;
-      start = table.lookup(url.c_str(), length, ip, reserved);
-    }
-  });
-  out << message << " | " << (start == nullptr ? -1 : start - url.c_str()) << " " << length << " "
-      << ip << (reserved != 0 ? " reserved is not 0" : "");
+  const std::string message =
+      messageOf([&] { start = table.lookup(url.c_str(), length, ip, reserved); });
+  std::string all = message + " | " + val2str(start == nullptr ? -1 : start - url.c_str()) + " " +
+                    val2str(length) + " " + val2str(ip) + (reserved != 0 ? " and more" : "");
   std::string domain = "unchanged";
   const std::string second = messageOf([&] { table.lookup(url.c_str(), domain, ip); });
-  out << " | " << (second == message ? "" : second) << domain << " " << ip;
-  return out.str();
+  return all + " | " + (second == message ? "" : second) + domain + " " + val2str(ip);
 }
 
 /// All that `classify` tells, as text; views by their places in `url`, which they must not leave.
 inline std::string described(const vu_domain& found, std::string_view url) {
-  std::ostringstream out;
-  out.imbue(std::locale::classic());
-  const auto add = [&](const char* name, std::string_view view) {
-    out << " " << name;
-    if (view.data() == nullptr) return;
+  std::string all = val2str(static_cast<unsigned>(found.status)) + " kind " +
+                    val2str(static_cast<int>(found.kind)) + " address " +
+                    printHexical(found.address.data(), 16, 0, false);
+  for (const std::string_view view : {found.host, found.domain}) {
+    all += " | ";
+    if (view.data() == nullptr) continue;
     const auto place = view.data() - url.data();
     const auto most = static_cast<std::ptrdiff_t>(url.size());
     const bool inside = place >= 0 && place + static_cast<std::ptrdiff_t>(view.size()) <= most;
-    out << " " << place << "+" << view.size() << (inside ? "" : " outside");
-  };
-  out << found.status << " kind " << static_cast<int>(found.kind) << " address";
-  for (const std::uint8_t byte : found.address) out << ' ' << static_cast<int>(byte);
-  add("host", found.host);
-  add("domain", found.domain);
-  return out.str();
+    all += val2str(place) + "+" + val2str(view.size()) + (inside ? "" : " outside");
+  }
+  return all;
 }
 
 }  // namespace vu::test
