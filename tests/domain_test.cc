@@ -169,17 +169,12 @@ TEST(Lookup, WorkedExamples) {
     std::string expected;
   } rows[] = {
       {"ftp://mail.shop.co.xy:21/a", "", " | 11 10 0 | shop.co.xy 0"},
-      {"http://co.xy/a", "",
-       "Ill-formed domain name [co.xy/a] - Pure domain record | -1 0 0 | unchanged 0"},
       {"010.1.1.254", "", " | 0 11 167838206 | 010.1.1.254 167838206"},
       {"10.1.2.255", "", " | 5 5 0 | 2.255 0"},
-      {"1.2.3.4.5", "", " | 0 9 33752069 | 1.2.3.4.5 33752069"},
       {"1.2?x", "", "vu_cctld::lookup: Not a URL domain name 1.2?x | -1 0 258 | unchanged 258"},
       {"intranet/page", "",
        "Ill-formed domain name [intranet/page] - record too short 1 | -1 0 0 | unchanged 0"},
       {"intranet.", "corp.xy", " | -1 9 0 | intranet..corp.xy 0"},
-      {"Mail.Shop.CO.XY", "", " | 10 5 0 | CO.XY 0"},
-      {"a234567890.bcd://y.zz", "", " | 17 4 0 | y.zz 0"},
       {"ftp:///x", "", " | 6 0 0 | Internal lookup return NULLunchanged 0"},
       {".", "corp.xy", " | 0 1 0 |  0"},
   };
@@ -191,10 +186,10 @@ TEST(Lookup, WorkedExamples) {
   int length = 1;
   int reserved = 1;
   unsigned ip = 1;
+  std::string domain = "unchanged";
   EXPECT_EQ("Top Level Domain lookup error : Empty URL",
             messageOf([&] { table.lookup(nullptr, length, ip, reserved); }));
   EXPECT_EQ(0U, static_cast<unsigned>(length) + static_cast<unsigned>(reserved) + ip);
-  std::string domain = "unchanged";
   EXPECT_EQ("Top Level Domain lookup error : Empty URL",
             messageOf([&] { table.lookup(nullptr, domain, ip); }));
   EXPECT_EQ("unchanged", domain);

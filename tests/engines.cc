@@ -22,31 +22,25 @@ std::string oneOf(const char* const (&pieces)[N]) {
   return pieces[below(N)];
 }
 
-std::string makePattern(int depth);
-
-std::string makeAtom(int depth) {
-  constexpr const char* kPlain[] = {
-      "a",           "b",   "c",   "0",    "=",    " ",      "ab",      ".",   "\\w",
-      "\\d",         "\\s", "\\W", "[ab]", "[^a]", "[\\w=]", "\\.",     "\\n", "\\x61",
-      "[[:alpha:]]", "\\D", "\\S", "é",    "\\h",  "\\N",    "\\Qa+\\E"};
-  constexpr const char* kAnchors[] = {"^",   "$",   "\\b", "\\B",    "\\A",
-                                      "\\z", "\\Z", "\\G", "(?<=a)", "(?<!b)"};
-  constexpr const char* kOpen[] = {"(", "(", "(?:", "(?:", "(?i:", "(?<n>"};
-  const std::size_t kind = below(16);
-  if (kind < 10 || depth == 0) return oneOf(kPlain);
-  if (kind < 11) return oneOf(kAnchors);
-  return oneOf(kOpen) + makePattern(depth - 1) + ")";
-}
-
-std::string makePattern(int depth) {
+std::string makePattern() {
+  constexpr const char* kPieces[] = {
+      "a",   "b",   "c",   "0",           "=",        " ",      "ab",     ".",   "\\w", "\\d",
+      "\\s", "\\W", "\\D", "\\S",         "[ab]",     "[^a]",   "[\\w=]", "\\.", "\\n", "\\x61",
+      "é",   "\\h", "\\N", "^",           "$",        "\\b",    "\\B",    "\\A", "\\z", "\\Z",
+      "\\G", "|",   "|",   "[[:alpha:]]", "\\Qa+\\E", "(?<=a)", "(?<!b)"};
+  constexpr const char* kOpen[] = {"(", "(", "(?:", "(?i:", "(?<n>"};
   constexpr const char* kRepeats[] = {"*", "+", "?", "*?", "+?", "??", "{2}", "{1,3}", "{0,2}?"};
   std::string text;
-  for (std::size_t n = below(4) + 1; n > 0; --n) {
-    text += makeAtom(depth);
-    if (below(3) == 0) text += oneOf(kRepeats);
-    if (below(6) == 0) text += "|";
+  std::size_t open = 0;
+  for (std::size_t n = below(12) + 1; n > 0; --n) {
+    const std::size_t kind = below(8);
+    open += kind == 0 ? 1 : 0;
+    if (kind == 1 && open == 0) continue;
+    open -= kind == 1 ? 1 : 0;
+    text += kind == 0 ? oneOf(kOpen) : kind == 1 ? ")" : oneOf(kPieces);
+    if (kind != 0 && text.back() != '|' && below(3) == 0) text += oneOf(kRepeats);
   }
-  return text;
+  return text + std::string(open, ')');
 }
 
 std::string makeSubject() {
@@ -119,7 +113,7 @@ int main(int argc, char** argv) {
   long bad = 0;
   for (long i = 0; i < count; ++i) {
     random_.seed(static_cast<unsigned int>(i));
-    const Case c{makePattern(2), makeSubject(), kCompileOptions[below(std::size(kCompileOptions))],
+    const Case c{makePattern(), makeSubject(), kCompileOptions[below(std::size(kCompileOptions))],
                  kSearchOptions[below(std::size(kSearchOptions))], static_cast<int>(below(5)) + 20};
     const std::string what = difference(c);
     if (what.empty()) continue;
