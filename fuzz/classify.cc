@@ -14,18 +14,17 @@
 #include "vu/domain.h"
 #include "vu/url.h"
 
-using vu::fuzz::check;
-using vu::fuzz::expectEqual;
-using vu::tool::Buffer;
-using vu::tool::Format;
-using vu::tool::RowWriter;
-using vu::tool::Tally;
-
+namespace vu::fuzz {
 namespace {
+
+using tool::Buffer;
+using tool::Format;
+using tool::RowWriter;
+using tool::Tally;
 
 const vu_cctld& table() {
   static const auto made = [] {
-    const vu::test::TemporaryFile file("co.xy 3\nb.co.xy 4\n*.ck 3\n!www.ck 2\n");
+    const test::TemporaryFile file("co.xy 3\nb.co.xy 4\n*.ck 3\n!www.ck 2\n");
     return std::make_unique<vu_cctld>(file.path(), "corp.xy");
   }();
   return *made;
@@ -44,9 +43,9 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 /// What the tool's reader gives, block by block.
 std::string readBack(const std::string& text) {
-  static const vu::test::TemporaryFile file;
+  static const test::TemporaryFile file;
   file.rewrite(text);
-  vu::tool::LineBlocks blocks(file.path());
+  tool::LineBlocks blocks(file.path());
   std::string all;
   for (Buffer block; blocks.next(block); all += block.text()) {
     check(block.size() > 0, "no block is empty");
@@ -124,7 +123,7 @@ void checkRow(Format format, const std::string& row, const std::vector<std::stri
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  vu::fuzz::Input input(data, size);
+  Input input(data, size);
   const std::size_t choices = input.choice(64);
   std::string text = input.rest();
   // Lines with so much behind them are cut by masks.
@@ -136,11 +135,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   wanted.onlyFailed = (choices & 4) != 0;
   wanted.countDomains = true;
   if ((choices & 8) != 0) wanted.match = vu_match::publicSuffix;
-  if ((choices & 16) == 0) wanted.host = vu::tool::HostRule::service;
+  if ((choices & 16) == 0) wanted.host = tool::HostRule::service;
   const RowWriter writer(table(), wanted);
   Buffer rows;
   Tally tally;
-  const vu::test::ExactCopy copy(text);
+  const test::ExactCopy copy(text);
   writer.writeLines(copy.view(), {}, rows, tally);
 
   const std::vector<std::string> lines = linesOf(text);
@@ -170,10 +169,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   }
   check(rest.empty(), "no line makes two rows");
 
-  vu::tool::Summary summary;
+  tool::Summary summary;
   summary.add(tally);
   expectEqual(lines.size(), summary.urls(), "URLs counted");
   expectEqual(refused, summary.refused(), "refused URLs counted");
   check(!summary.text(1).empty(), "there is a summary");
   return 0;
 }
+
+}  // namespace vu::fuzz

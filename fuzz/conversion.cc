@@ -9,22 +9,20 @@
 #include "fuzz/support.h"
 #include "tests/plain/numbers.h"
 
-using vu::fuzz::expectEqual;
-using vu::test::convert;
-using vu::test::convertPlainly;
-
+namespace vu::fuzz {
 namespace {
 
 template <typename... Types>
 void readAs(const std::string& text, bool flag) {
-  (expectEqual(convertPlainly<Types>(text, flag), convert<Types>(text, flag), text), ...);
+  (expectEqual(test::convertPlainly<Types>(text, flag), test::convert<Types>(text, flag), text),
+   ...);
 }
 
 std::string floatPlainly(const std::string& text, bool flag) {
   char* stop = nullptr;
   const double value = std::strtod(text.c_str(), &stop);
   if (!flag && stop != text.c_str() + text.size()) return "<Impure float value>";
-  return vu::test::exactly(static_cast<float>(value));
+  return test::exactly(static_cast<float>(value));
 }
 
 template <typename... Arguments>
@@ -67,14 +65,16 @@ void writeNumbers(const std::string& text, int precision) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  vu::fuzz::Input input(data, size);
+  Input input(data, size);
   const bool flag = input.choice(2) == 1;
   const int small = static_cast<int>(input.choice(20)) - 1;
   const std::string text = input.rest();
   readAs<short, unsigned short, int, unsigned int, long, unsigned long, long long,
          unsigned long long, double, unsigned char, signed char>(text, flag);
-  expectEqual(floatPlainly(text, flag), convert<float>(text, flag), text);
+  expectEqual(floatPlainly(text, flag), test::convert<float>(text, flag), text);
   expectEqual(text, str2val<std::string>(text, flag), "a text");
   writeNumbers(text, small);
   return 0;
 }
+
+}  // namespace vu::fuzz

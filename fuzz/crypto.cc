@@ -11,26 +11,21 @@
 #include "fuzz/support.h"
 #include "tests/plain/cipher.h"
 
-using vu::fuzz::expectEqual;
-using vu::test::Byte;
-using vu::test::Bytes;
-using vu::test::bytes;
-using vu::test::messageOf;
-
+namespace vu::fuzz {
 namespace {
 
 /// Engines of a cipher, and that cipher as OpenSSL has it.
 struct Engines {
   explicit Engines(const EVP_CIPHER* cipher)
       : plain(cipher == EVP_rc4() ? fetchRc4() : cipher),
-        encipher(1, cipher, "open sesame", bytes("salt"), 4, 1),
+        encipher(1, cipher, "open sesame", test::bytes("salt"), 4, 1),
         decipher(0, cipher, "never used", nullptr, 0, 1) {}
 
   static const EVP_CIPHER* fetchRc4() {
     static OSSL_LIB_CTX* const own = OSSL_LIB_CTX_new();
     static OSSL_PROVIDER* const legacy = OSSL_PROVIDER_load(own, "legacy");
     static EVP_CIPHER* const rc4 = EVP_CIPHER_fetch(own, "RC4", nullptr);
-    vu::fuzz::check(legacy != nullptr && rc4 != nullptr, "there is RC4");
+    check(legacy != nullptr && rc4 != nullptr, "there is RC4");
     return rc4;
   }
 
@@ -50,18 +45,18 @@ constexpr std::size_t kReversible = 6;
 Engines& enginesOf(std::size_t choice) {
   static std::unique_ptr<Engines> all[std::size(kCiphers)];
   if (all[choice] == nullptr) all[choice] = std::make_unique<Engines>(kCiphers[choice]());
-  static const Bytes key(vu_crypto::cipherkey_, vu_crypto::cipherkey_ + 128);
+  static const test::Bytes key(vu_crypto::cipherkey_, vu_crypto::cipherkey_ + 128);
   std::copy(key.begin(), key.end(), vu_crypto::cipherkey_);
   return *all[choice];
 }
 
 /// One message in both directions, with exactly the room that is demanded.
 void thereAndBack(Engines& engines, const std::string& message) {
-  const std::string enciphered = vu::test::process(engines.encipher, message);
-  const Bytes room(enciphered.size() + 32);
-  expectEqual(vu::test::plainly(0, engines.plain, enciphered, room),
-              vu::test::byEngine(engines.decipher, enciphered, room), "deciphered");
-  expectEqual(message, vu::test::process(engines.decipher, enciphered), "there and back");
+  const std::string enciphered = test::process(engines.encipher, message);
+  const test::Bytes room(enciphered.size() + 32);
+  expectEqual(test::plainly(0, engines.plain, enciphered, room),
+              test::byEngine(engines.decipher, enciphered, room), "deciphered");
+  expectEqual(message, test::process(engines.decipher, enciphered), "there and back");
 }
 
 /// Input and output in one buffer, `apart` bytes from each other: refused where they share bytes,
@@ -69,30 +64,30 @@ void thereAndBack(Engines& engines, const std::string& message) {
 void inOneBuffer(Engines& engines, const std::string& message, std::size_t apart, bool outFirst) {
   const int length = static_cast<int>(message.size());
   const auto capacity = static_cast<std::size_t>(engines.encipher.ciphersize(length));
-  Bytes buffer(message.size() + capacity + apart, Byte{'?'});
+  test::Bytes buffer(message.size() + capacity + apart, test::Byte{'?'});
   const std::size_t in = outFirst ? apart : 0;
   const std::size_t out = outFirst ? 0 : apart;
   std::copy(message.begin(), message.end(), buffer.begin() + static_cast<std::ptrdiff_t>(in));
-  const Bytes before = buffer;
+  const test::Bytes before = buffer;
   const bool overlap = !message.empty() && in < out + capacity && out < in + message.size();
-  const std::string refusal = messageOf([&] {
+  const std::string refusal = test::messageOf([&] {
     return engines.encipher.cipheranalyse(&buffer[in], length, &buffer[out],
                                           static_cast<int>(capacity));
   });
   expectEqual(overlap ? "vu_crypto: Overlapping buffers" : "", refusal, "one buffer");
-  if (overlap) vu::fuzz::check(buffer == before, "a refusal changes nothing");
+  if (overlap) check(buffer == before, "a refusal changes nothing");
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  vu::fuzz::Input input(data, size);
+  Input input(data, size);
   const std::size_t cipher = input.choice(std::size(kCiphers));
   Engines& engines = enginesOf(cipher);
   const std::size_t room = input.choice(4);
   const std::size_t apart = input.choice(80);
   for (std::size_t changes = input.choice(10); changes > 0; --changes) {
-    vu_crypto::cipherkey_[input.choice(48)] ^= Byte{0x5a};
+    vu_crypto::cipherkey_[input.choice(48)] ^= test::Byte{0x5a};
   }
   const std::string message = input.rest();
 
@@ -100,11 +95,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
       static_cast<std::size_t>(engines.encipher.ciphersize(static_cast<int>(message.size())));
   const std::size_t capacities[] = {demanded, demanded + apart, demanded - 1,
                                     demanded > apart ? demanded - apart : 0};
-  const Bytes out(capacities[room], Byte{'?'});
-  const vu::test::ExactCopy in(message);
+  const test::Bytes out(capacities[room], test::Byte{'?'});
+  const test::ExactCopy in(message);
   for (const int mode : {0, 1}) {
-    expectEqual(vu::test::plainly(mode, engines.plain, in.view(), out),
-                vu::test::byEngine(mode == 1 ? engines.encipher : engines.decipher, in.view(), out),
+    expectEqual(test::plainly(mode, engines.plain, in.view(), out),
+                test::byEngine(mode == 1 ? engines.encipher : engines.decipher, in.view(), out),
                 mode == 1 ? "enciphered" : "deciphered");
   }
   if (cipher < kReversible) {
@@ -113,3 +108,5 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   }
   return 0;
 }
+
+}  // namespace vu::fuzz

@@ -10,12 +10,10 @@
 
 #include "fuzz/support.h"
 
-using vu::fuzz::check;
-using vu::fuzz::expectEqual;
-using vu::test::messageOf;
-using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
-
+namespace vu::fuzz {
 namespace {
+
+using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
 
 /// No pattern that begins with a verb goes through just-in-time code. With this one, searches that
 /// take long at one of their beginnings are told, and left out: they end, but not soon.
@@ -54,9 +52,10 @@ void readResults(const vu_pcre& pattern, int pairs, std::string_view subject) {
     const char* const view = pattern.getResult(i, subject.data(), length);
     const bool isSet = view != nullptr;
     const auto bytes = static_cast<std::size_t>(isSet ? length : 0);
-    if (isSet) check(vu::fuzz::isInside(view, bytes, subject), "a group is in the subject");
+    if (isSet) check(isInside(view, bytes, subject), "a group is in the subject");
     std::string text;
-    const std::string message = messageOf([&] { text = pattern.getResultStr(i, subject.data()); });
+    const std::string message =
+        test::messageOf([&] { text = pattern.getResultStr(i, subject.data()); });
     const std::string refusal = "vu_pcre::getResult : Empty result for index " + std::to_string(i);
     expectEqual(isSet ? "" : refusal, message, "an empty group");
     expectEqual(isSet ? std::string(view, bytes) : "", text, "a group");
@@ -66,7 +65,7 @@ void readResults(const vu_pcre& pattern, int pairs, std::string_view subject) {
 /// A view, as its place in the text.
 std::string placeOf(const CharSizet_t& view, std::string_view text) {
   if (view.data == nullptr && view.size == 0) return "none";
-  if (!vu::fuzz::isInside(view.data, view.size, text)) return "outside";
+  if (!isInside(view.data, view.size, text)) return "outside";
   return std::to_string(view.data - text.data()) + "+" + std::to_string(view.size);
 }
 
@@ -98,7 +97,7 @@ void checkPairs(const vu_pcre& plain, NvalPcre& ours, int pairs, std::string_vie
   std::string expected;
   if (!findPlainly(plain, pairs, text, expected)) return;
   Pairs list;
-  const std::string message = messageOf([&] { insertNV2List(list, ours, text); });
+  const std::string message = test::messageOf([&] { insertNV2List(list, ours, text); });
   std::string found;
   for (const auto& [name, value] : list) {
     found += placeOf(name, text) + "=" + placeOf(value, text) + " ";
@@ -109,22 +108,22 @@ void checkPairs(const vu_pcre& plain, NvalPcre& ours, int pairs, std::string_vie
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  vu::fuzz::Input input(data, size);
+  Input input(data, size);
   const int pairs = static_cast<int>(input.choice(8)) + 1;
   const int compileOptions = kCompileOptions[input.choice(std::size(kCompileOptions))];
   const int options = kSearchOptions[input.choice(std::size(kSearchOptions))];
   const std::size_t start = input.choice(16);
   const std::string expression = input.piece().substr(0, kLongestPattern);
-  const vu::test::ExactCopy copy(input.rest().substr(0, kLongestSubject));
+  const test::ExactCopy copy(input.rest().substr(0, kLongestSubject));
   const std::string_view subject = copy.view();
   const int length = static_cast<int>(subject.size());
   const int offset = static_cast<int>(std::min(start, subject.size()));
 
   std::unique_ptr<vu_pcre> plain;
   std::unique_ptr<NvalPcre> ours;
-  const std::string refusal = messageOf(
+  const std::string refusal = test::messageOf(
       [&] { ours = std::make_unique<NvalPcre>(expression.c_str(), pairs, compileOptions); });
-  messageOf([&] {
+  test::messageOf([&] {
     plain = std::make_unique<vu_pcre>((kByInterpreter + expression).c_str(), pairs, compileOptions);
   });
   check((plain == nullptr) == !refusal.empty(), "what compiles does so behind a verb");
@@ -140,10 +139,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   expectEqual(expected, written(matched, got.data(), pairs), "match");
   int executed = 0;
   const std::string message =
-      messageOf([&] { executed = ours->execute(subject.data(), length, offset, options); });
+      test::messageOf([&] { executed = ours->execute(subject.data(), length, offset, options); });
   expectEqual(result == 0 ? "PCRE Output vector too small" : "", message, "the room for pairs");
   expectEqual(expected, written(executed, ours->results(), pairs), "execute");
   if (executed > 0) readResults(*ours, pairs, subject);
   checkPairs(*plain, *ours, pairs, subject);
   return 0;
 }
+
+}  // namespace vu::fuzz

@@ -20,7 +20,8 @@ std::string current;  // the input that is tried
 void tryOut(const std::string& bytes) {
   current = bytes;
   const vu::test::ExactCopy copy(bytes);
-  LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(copy.view().data()), bytes.size());
+  vu::fuzz::LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(copy.view().data()),
+                                   bytes.size());
 }
 
 void tryAll(const std::filesystem::path& path) {

@@ -14,11 +14,7 @@
 
 #include "fuzz/support.h"
 
-using vu::fuzz::expectEqual;
-using vu::test::Arguments;
-using vu::test::messageOf;
-using vu::test::PlainSettings;
-
+namespace vu::fuzz {
 namespace {
 
 /// A table with every type letter that is converted.
@@ -54,7 +50,7 @@ class OptionTable {
 };
 
 /// The arguments. They name no file but ours: a device could be read for ever.
-std::vector<std::string> takeArguments(vu::fuzz::Input& input, const std::string& path) {
+std::vector<std::string> takeArguments(Input& input, const std::string& path) {
   std::vector<std::string> all = {"daemon"};
   for (std::size_t left = input.choice(20); left > 0; --left) {
     std::string each = input.piece();
@@ -67,33 +63,33 @@ std::vector<std::string> takeArguments(vu::fuzz::Input& input, const std::string
 
 /// A file that is read by a call, up to a bad line.
 void tryFile(const std::string& path, const vu_opt_helper* table) {
-  PlainSettings plain(table);
-  const std::string expected = messageOf([&] { plain.readFile(path); });
+  test::PlainSettings plain(table);
+  const std::string expected = test::messageOf([&] { plain.readFile(path); });
   vu_getopt parser(0, nullptr, table);
-  expectEqual(expected, messageOf([&] { parser.setConfigFile(path.c_str()); }), "reading");
-  expectEqual(plain.records(), vu::test::recordsOf(parser), "records of a file");
+  expectEqual(expected, test::messageOf([&] { parser.setConfigFile(path.c_str()); }), "reading");
+  expectEqual(plain.records(), test::recordsOf(parser), "records of a file");
 }
 
 /// A reload of a store of which the program has set the first row.
-void tryReload(const Arguments& arguments, const vu_opt_helper* table, const std::string& outcome,
-               const PlainSettings& plain) {
+void tryReload(const test::Arguments& arguments, const vu_opt_helper* table,
+               const std::string& outcome, const test::PlainSettings& plain) {
   vu_config store;
   store.initConfig(0, nullptr, table);
   store.setParam(table->name, "0x7", table->type == 'b' ? 'd' : table->type);
-  const std::string before = vu::test::contentsOf(store, table);
+  const std::string before = test::contentsOf(store, table);
   const std::string message =
-      messageOf([&] { store.reload(arguments.count(), arguments.vector(), table); });
+      test::messageOf([&] { store.reload(arguments.count(), arguments.vector(), table); });
   const std::string complaint = outcome == plain.records() ? plain.complaint() : outcome;
   if (outcome != "usage") expectEqual(complaint, message, "reloading");
-  expectEqual(message.empty() ? plain.records("0x7") : before, vu::test::contentsOf(store, table),
+  expectEqual(message.empty() ? plain.records("0x7") : before, test::contentsOf(store, table),
               "the store behind a reload");
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const vu::test::TemporaryFile file;
-  vu::fuzz::Input input(data, size);
+  static const test::TemporaryFile file;
+  Input input(data, size);
   const std::size_t which = input.choice(3);
   const OptionTable own(which == 0 ? "" : which == 1 ? kWords : input.piece());
   const vu_opt_helper* const table = which == 0 ? opt_helper : own.rows();
@@ -102,11 +98,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   tryFile(file.path(), table);
 
   // Operands move to the end of a vector: each parse has one of its own.
-  const Arguments first(texts);
-  PlainSettings plain(table);
+  const test::Arguments first(texts);
+  test::PlainSettings plain(table);
   const std::string expected = plain.parse(first);
   const int operands = optind;
-  const Arguments second(texts);
+  const test::Arguments second(texts);
   opterr = 1;
   expectEqual(expected, recordsOf(second, which == 0 ? nullptr : table), "records");
   expectEqual(1, opterr, "opterr");
@@ -118,19 +114,21 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   }
   // The next user of getopt starts with nothing of ours.
   optind = 1;
-  const Arguments others({"other", "-V"});
+  const test::Arguments others({"other", "-V"});
   expectEqual('V', getopt(others.count(), others.vector(), "V"), "another parse");
 
   vu_config store;
-  const Arguments third(texts);
+  const test::Arguments third(texts);
   const std::string message =
-      messageOf([&] { store.initConfig(third.count(), third.vector(), table); });
+      test::messageOf([&] { store.initConfig(third.count(), third.vector(), table); });
   if (message.empty()) {
-    expectEqual(plain.records(), vu::test::contentsOf(store, table), "the store");
+    expectEqual(plain.records(), test::contentsOf(store, table), "the store");
   } else {
     expectEqual("Unknown Get Parameter [" + std::string(table->name) + "]",
-                messageOf([&] { store.getParam(table->name); }), "a store without anything");
+                test::messageOf([&] { store.getParam(table->name); }), "a store without anything");
   }
-  tryReload(Arguments(texts), table, expected, plain);
+  tryReload(test::Arguments(texts), table, expected, plain);
   return 0;
 }
+
+}  // namespace vu::fuzz

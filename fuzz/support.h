@@ -71,9 +71,9 @@ inline bool isInside(const char* view, std::size_t size, std::string_view text) 
          view - text.data() <= static_cast<std::ptrdiff_t>(text.size() - size);
 }
 
-}  // namespace vu::fuzz
-
 /// What every target defines: tries one input and returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+}  // namespace vu::fuzz
 
 #endif  // VU_FUZZ_SUPPORT_H_

@@ -13,13 +13,7 @@
 #include "domain/table_builder.h"
 #include "fuzz/support.h"
 
-using vu::fuzz::check;
-using vu::fuzz::expectEqual;
-using vu::test::described;
-using vu::test::messageOf;
-using vu::test::outcome;
-using vu::test::PlainTable;
-
+namespace vu::fuzz {
 namespace {
 
 constexpr const char* kTables[] = {
@@ -36,14 +30,14 @@ constexpr std::size_t kLongestNumber = 9;    // and hold one of more digits at t
 /// One table in both forms.
 struct Both {
   Both(const std::string& content, const char* domain) : ours(nullptr, domain) {
-    static const vu::test::TemporaryFile file;
+    static const test::TemporaryFile file;
     file.rewrite(content);
     ours.initSet(file.path());
     plain.load(file.path());
     plain.defaultDomain = domain;
   }
   vu_cctld ours;
-  PlainTable plain;
+  test::PlainTable plain;
 };
 
 const Both& madeBefore(std::size_t table, std::size_t domain) {
@@ -53,18 +47,18 @@ const Both& madeBefore(std::size_t table, std::size_t domain) {
   return *made;
 }
 
-void lookUp(const vu_cctld& ours, const PlainTable& plain, const std::string& url) {
-  const vu::test::ExactCopy copy(url);
+void lookUp(const vu_cctld& ours, const test::PlainTable& plain, const std::string& url) {
+  const test::ExactCopy copy(url);
   for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
-    const std::string found = described(ours.classify(copy.view(), match), copy.view());
-    expectEqual(described(plain.classify(copy.view(), match), copy.view()), found, url);
-    expectEqual(found, described(ours.explain(copy.view(), match).domain, copy.view()), url);
+    const std::string found = test::described(ours.classify(copy.view(), match), copy.view());
+    expectEqual(test::described(plain.classify(copy.view(), match), copy.view()), found, url);
+    expectEqual(found, test::described(ours.explain(copy.view(), match).domain, copy.view()), url);
   }
   // Narrowed, it is told by the general way.
   expectEqual(ours.explain(copy.view(), vu_match::publicSuffix, VU_LISTED_ONLY).text(),
               ours.explain(copy.view(), vu_match::publicSuffix).text(), url);
-  const std::string cut = vu::test::upToNul(url);
-  expectEqual(outcome(plain, cut), outcome(ours, cut), cut);
+  const std::string cut = test::upToNul(url);
+  expectEqual(test::outcome(plain, cut), test::outcome(ours, cut), cut);
 }
 
 /// The length of the longest run of bytes of a kind.
@@ -94,19 +88,19 @@ std::vector<std::string> hostsIn(const std::string& text) {
 bool isAnotherForm(std::string_view text) {
   if (text.rfind("\x8Dvutab\r\n", 0) == 0) return true;
   if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.remove_prefix(3);
-  while (!text.empty() && vu::detail::isSpace(text[0])) text.remove_prefix(1);
+  while (!text.empty() && detail::isSpace(text[0])) text.remove_prefix(1);
   return text.substr(0, 2) == "//";
 }
 
 std::string answers(const vu_cctld& table, const std::vector<std::string>& hosts) {
   std::string all = val2str(table.suffixCount()) + " " + val2str(table.maxLabels()) + "\n";
-  for (const std::string& host : hosts) all += described(table.classify(host), host) + "\n";
+  for (const std::string& host : hosts) all += test::described(table.classify(host), host) + "\n";
   return all;
 }
 
-void load(vu::fuzz::Input& input, const char* domain) {
-  static const vu::test::TemporaryFile file;
-  static const vu::test::TemporaryFile good("co.xy 3\n*.ck 3\n");
+void load(Input& input, const char* domain) {
+  static const test::TemporaryFile file;
+  static const test::TemporaryFile good("co.xy 3\n*.ck 3\n");
   const std::size_t front = input.choice(3);
   const std::size_t less = input.choice(64);
   const std::string rest = input.rest();
@@ -120,19 +114,20 @@ void load(vu::fuzz::Input& input, const char* domain) {
   vu_cctld table(good.path());
   const std::string before = answers(table, hosts);
   std::string reloaded;
-  const std::string message = messageOf([&] { reloaded = val2str(table.reload(file.path())); });
+  const std::string message =
+      test::messageOf([&] { reloaded = val2str(table.reload(file.path())); });
   vu_cctld fresh(nullptr, domain);
   std::string loaded;
-  loaded += messageOf([&] { loaded = val2str(fresh.initSet(file.path())); });
+  loaded += test::messageOf([&] { loaded = val2str(fresh.initSet(file.path())); });
   if (!isAnotherForm(content)) expectEqual(loaded, reloaded + message, "both ways to load");
   if (!message.empty()) expectEqual(before, answers(table, hosts), "the table after a failure");
 
-  const auto isToken = [](char c) { return !vu::detail::isSpace(c); };
+  const auto isToken = [](char c) { return !detail::isSpace(c); };
   if (longestRun(content, isToken) > kLongestToken ||
-      longestRun(content, vu::detail::isDigit) > kLongestNumber) {
+      longestRun(content, detail::isDigit) > kLongestNumber) {
     return;
   }
-  PlainTable plain;
+  test::PlainTable plain;
   plain.defaultDomain = domain;
   expectEqual(plain.load(file.path()), loaded, "loading");
   expectEqual(plain.suffixes.size(), static_cast<std::size_t>(fresh.suffixCount()), "suffixes");
@@ -143,29 +138,29 @@ void load(vu::fuzz::Input& input, const char* domain) {
 /// Whatever the bytes behind a good header are, a look-up stays within the block and within its
 /// URL, and ends.
 void forge(const std::string& input) {
-  vu::detail::TableBuilder builder;
+  detail::TableBuilder builder;
   for (const char* rule : {"uk", "co.uk", "Ltd.co.uk", "*.ck", "!www.ck", "x.y.deep.uk", "a..b"}) {
-    builder.add(rule, vu::detail::kIcannRules);
+    builder.add(rule, detail::kIcannRules);
   }
   std::string block = builder.finish({4, "version: 1\n"});
   std::size_t at = 0;
   for (; at + 3 <= input.size() && at < 48 && input[at] != 0; at += 3) {
-    const auto high = static_cast<vu::test::Byte>(input[at]);
-    const auto low = static_cast<vu::test::Byte>(input[at + 1]);
+    const auto high = static_cast<test::Byte>(input[at]);
+    const auto low = static_cast<test::Byte>(input[at + 1]);
     block[(std::size_t{high} << 8 | low) % block.size()] = input[at + 2];
   }
-  vu::detail::seal(block);
+  detail::seal(block);
   vu_cctld table(nullptr);
-  const bool opened = messageOf([&] { table.openBytes(block, "forged"); }).empty();
+  const bool opened = test::messageOf([&] { table.openBytes(block, "forged"); }).empty();
   if (at == 0) check(opened, "the table as it was made is opened");
   std::istringstream lines(input.substr(at) +
                            "\na.b.co.uk\nq.Ltd.co.uk\na.b.ck\nwww.ck\nz.x.y.deep.uk");
   for (std::string host; std::getline(lines, host);) {
-    const vu::test::ExactCopy copy(host);
+    const test::ExactCopy copy(host);
     for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
-      const std::string found = described(table.classify(copy.view(), match), copy.view());
+      const std::string found = test::described(table.classify(copy.view(), match), copy.view());
       const vu_reason reason = table.explain(copy.view(), match);
-      const std::string again = described(reason.domain, copy.view());
+      const std::string again = test::described(reason.domain, copy.view());
       check((found + again).find("outside") == std::string::npos, "views lie in the URL");
       if (at == 0) expectEqual(found, again, "the reason is for the answer");
       check(reason.text().size() <= block.size() + 2, "a rule's name lies in the block");
@@ -177,7 +172,7 @@ void forge(const std::string& input) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  vu::fuzz::Input input(data, size);
+  Input input(data, size);
   const std::size_t table = input.choice(kForged + 1);
   const std::size_t domain = input.choice(std::size(kDefaultDomains));
   if (table < kOwn) {
@@ -190,3 +185,5 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   }
   return 0;
 }
+
+}  // namespace vu::fuzz

@@ -7,10 +7,7 @@
 
 #include "fuzz/support.h"
 
-using vu::fuzz::check;
-using vu::fuzz::expectEqual;
-using vu::fuzz::isInside;
-
+namespace vu::fuzz {
 namespace {
 
 /// A host that has been told from its canonical text alone.
@@ -23,7 +20,7 @@ void checkCanonical(const vu_host& host) {
 }
 
 void checkHost(const std::string& text, vu_url_text how) {
-  const vu::test::ExactCopy url(text);
+  const test::ExactCopy url(text);
   // A blank in front says nothing, but is not ordinary.
   const std::string other = ' ' + text;
   std::string room(browserHostBound(text.size()), '\0');
@@ -56,9 +53,11 @@ void checkHost(const std::string& text, vu_url_text how) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  vu::fuzz::Input input(data, size);
+  Input input(data, size);
   const std::string text = (input.choice(2) == 1 ? "http://" : "") + input.rest();
   checkHost(text, vu_url_text::url);
   checkHost(text, vu_url_text::typed);
   return 0;
 }
+
+}  // namespace vu::fuzz

@@ -9,18 +9,13 @@
 
 #include "fuzz/support.h"
 
-using vu::fuzz::check;
-using vu::fuzz::expectEqual;
-using vu::test::dump;
-using vu::test::messageOf;
-
+namespace vu::fuzz {
 namespace {
 
 void checkView(const stringLen* view, std::string_view text) {
   if (view == nullptr) return;
-  check(
-      view->_len > 0 && vu::fuzz::isInside(view->_str, static_cast<std::size_t>(view->_len), text),
-      "a view lies inside the text");
+  check(view->_len > 0 && isInside(view->_str, static_cast<std::size_t>(view->_len), text),
+        "a view lies inside the text");
 }
 
 void checkAttributes(const xmldata& node) {
@@ -47,38 +42,39 @@ void checkNode(const xmldata& node, std::string_view text) {
 /// The XML of a tree, in both forms, differs by white space only.
 void checkPrints(const xmldata& root) {
   const auto squeezed = [](std::string text) {
-    text.erase(std::remove_if(text.begin(), text.end(), vu::detail::isSpace), text.end());
+    text.erase(std::remove_if(text.begin(), text.end(), detail::isSpace), text.end());
     return text;
   };
   std::stringstream compact;
   root.displayXML(compact, 0, 2);
-  expectEqual(squeezed(compact.str()), squeezed(dump(root, 1)), "indented and in one line");
+  expectEqual(squeezed(compact.str()), squeezed(test::dump(root, 1)), "indented and in one line");
 }
 
 /// The first element, from a match that is made here, is the first that a parser finds.
 void composeFirst(vu_pcrexml& parser, const xmldata& root, std::string_view text) {
-  static vu_pcre element(vu::test::kElement, 6, -1);
+  static vu_pcre element(test::kElement, 6, -1);
   const int length = static_cast<int>(text.size());
   const int result = element.execute(text.data(), length, 0, 0);
   xmldata alone("data", 4, nullptr, 0);
   parser.composeXmldata(&alone, text.data(), length, element.results(), result);
-  expectEqual(dump(*root._children.front()), dump(*alone._children.front()), "the first element");
+  expectEqual(test::dump(*root._children.front()), test::dump(*alone._children.front()),
+              "the first element");
 }
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  vu::fuzz::Input input(data, size);
+  Input input(data, size);
   const std::string text = input.rest();
   static vu_pcrexml parser;
-  static vu::test::PlainParser plain;
+  static test::PlainParser plain;
 
   if (!text.empty()) {
-    const vu::test::ExactCopy copy(text);
+    const test::ExactCopy copy(text);
     xmldata root("data", 4, nullptr, 0);
-    const std::string message = messageOf(
+    const std::string message = test::messageOf(
         [&] { parser.subpattern(&root, copy.view().data(), static_cast<int>(text.size())); });
-    expectEqual(plain.parse(text), message.empty() ? dump(root) : message, "a view");
+    expectEqual(plain.parse(text), message.empty() ? test::dump(root) : message, "a view");
     checkNode(root, copy.view());
     if (message.empty()) {
       checkPrints(root);
@@ -86,10 +82,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
   }
   // The same as a text that ends at its NUL.
-  const std::string cut = vu::test::upToNul(text);
+  const std::string cut = test::upToNul(text);
   std::unique_ptr<xmldata> root;
-  const std::string message = messageOf([&] { root.reset(parser.execute(cut.c_str(), "data")); });
+  const std::string message =
+      test::messageOf([&] { root.reset(parser.execute(cut.c_str(), "data")); });
   expectEqual(cut.empty() ? "vu_pcrexml::execute Empty Context" : plain.parse(cut),
-              root != nullptr ? dump(*root) : message, "a text");
+              root != nullptr ? test::dump(*root) : message, "a text");
   return 0;
 }
+
+}  // namespace vu::fuzz

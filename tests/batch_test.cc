@@ -9,8 +9,7 @@
 #include "tests/support.h"
 #include "vu/domain.h"
 
-using vu::test::allocations;
-
+namespace vu::test {
 namespace {
 
 /// The bytes of a record, told from the single look-up.
@@ -42,14 +41,14 @@ TEST(Batch, AgreesWithSingleLookUps) {
   const std::string few = "co.uk 3\n*.ck 3\n!www.ck 2\nCO.xy 3\n";
   std::string many = few;  // more than a cache holds
   for (int i = 0; i < 50000; ++i) many += "n" + val2str(i) + ".xy 3\n";
-  vu::fuzz::Inventor inventor{vu::fuzz::Seeds(VU_SOURCE "/fuzz/seeds/table.txt")};
+  fuzz::Inventor inventor{fuzz::Seeds(VU_SOURCE "/fuzz/seeds/table.txt")};
   std::string bytes = "skipped";
   std::vector<std::int32_t> narrow = {static_cast<std::int32_t>(bytes.size())};
   for (int i = 0; i < 20000; ++i) {
     bytes += inventor.next();
     narrow.push_back(static_cast<std::int32_t>(bytes.size()));
   }
-  const vu::test::ExactCopy copy(bytes);
+  const ExactCopy copy(bytes);
   const std::vector<std::int64_t> wide(narrow.begin(), narrow.end());
   const std::size_t count = narrow.size() - 1;
   std::vector<vu_text> texts(count);
@@ -60,7 +59,7 @@ TEST(Batch, AgreesWithSingleLookUps) {
   for (const auto& [content, match] :
        {std::pair(few, vu_match::shortest), std::pair(few, vu_match::publicSuffix),
         std::pair(many, vu_match::shortest), std::pair(many, vu_match::publicSuffix)}) {
-    const vu::test::TemporaryFile file(content);
+    const TemporaryFile file(content);
     const vu_cctld table(file.path(), "corp.xy");
     for (const std::size_t size : {sizeof(vu_record), std::size_t{40}, std::size_t{61}}) {
       Records byNarrow(count, size);
@@ -114,3 +113,4 @@ TEST(Batch, RefusesWhatIsNoText) {
 }
 
 }  // namespace
+}  // namespace vu::test

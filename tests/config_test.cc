@@ -10,14 +10,7 @@
 #include "tests/plain/settings.h"
 #include "tests/support.h"
 
-using vu::test::allocationsLeft;
-using vu::test::Arguments;
-using vu::test::contentsOf;
-using vu::test::itemOf;
-using vu::test::kindOf;
-using vu::test::messageOf;
-using vu::test::TemporaryFile;
-
+namespace vu::test {
 namespace {
 
 /// "daemon" and the words of a line; FILE stands for a path.
@@ -102,7 +95,7 @@ TEST(CommandLine, ReadsTables) {
   EXPECT_EQ("hidden=seen (" + std::string(file.path()) + ":1)\nlevel=16 (" + path +
                 ":2)\nkey=" + most + " (" + file.path() + ":2)\nfull=" + most +
                 " (command line)\nother=o (default)\nlate=" + path + " (command line)\n",
-            vu::test::recordsOf(parser));
+            recordsOf(parser));
   int type = 7;
   EXPECT_EQ("Unknown Parameter nosuch", messageOf([&] { parser.getOptItem("nosuch", type); }));
   EXPECT_EQ(0, type);
@@ -156,7 +149,7 @@ bool takesDebug(const std::string& value) {
 
 /// Lines may be read while the process ends, by a static object or a thread that goes on.
 TEST(CommandLine, IsReadWhileTheProcessEnds) {
-  vu::test::inChild([] {
+  inChild([] {
     static const struct AtEnd {
       ~AtEnd() { takesDebug("4") ? void() : _exit(1); }
     } atEnd;
@@ -288,3 +281,4 @@ TEST(Store, ReloadsInOneStep) {
 }
 
 }  // namespace
+}  // namespace vu::test

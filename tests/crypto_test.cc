@@ -14,17 +14,7 @@
 #include "tests/plain/cipher.h"
 #include "tests/support.h"
 
-using vu::test::byEngine;
-using vu::test::Byte;
-using vu::test::Bytes;
-using vu::test::bytes;
-using vu::test::contentOf;
-using vu::test::hex;
-using vu::test::inChild;
-using vu::test::kindOf;
-using vu::test::messageOf;
-using vu::test::process;
-
+namespace vu::test {
 namespace {
 
 TEST(Crypto, DerivesThePublishedKeys) {
@@ -246,7 +236,7 @@ TEST(Crypto, MakesTheKeysOfDomains) {
 /// A process whose configuration loads the legacy provider alone still has its key, for RC4.
 TEST(Crypto, DerivesWhereTheProcessCannot) {
   inChild([] {
-    const vu::test::TemporaryFile file(
+    const TemporaryFile file(
         "openssl_conf = a\n[a]\nproviders = b\n[b]\nlegacy = c\n[c]\nactivate = 1\n");
     setenv("OPENSSL_CONF", file.path(), 1);
     EXPECT_FALSE(vu_crypto::hasKey());
@@ -296,3 +286,4 @@ TEST(Crypto, HidesItsBuiltInTexts) {
 }
 
 }  // namespace
+}  // namespace vu::test

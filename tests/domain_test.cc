@@ -17,12 +17,7 @@
 #include "tests/support.h"
 #include "vu/pattern.h"
 
-using vu::test::allocations;
-using vu::test::messageOf;
-using vu::test::outcome;
-using vu::test::readError;
-using vu::test::TemporaryFile;
-
+namespace vu::test {
 namespace {
 
 /// What fscanf decides is compared with it by a fuzz target.
@@ -102,7 +97,7 @@ TEST(Table, RefusesSpoiledTables) {
   const std::string command = std::string(VU_TOOL) + " suffixes build --compiled " + list.path() +
                               " -o " + file.path() + " 2>/dev/null";
   ASSERT_EQ(0, std::system(command.c_str()));
-  const std::string good = vu::test::contentOf(file.path());
+  const std::string good = contentOf(file.path());
   const auto spoiled = [&good](std::size_t at) {
     std::string bytes = good;
     bytes[at] = static_cast<char>(bytes[at] ^ 64);
@@ -198,8 +193,8 @@ TEST(Lookup, WorkedExamples) {
 
 /// What is told at a glance, "" where that is not enough; as it may always be, but for the time.
 std::string plainHost(const std::string& url) {
-  const vu::test::ExactCopy copy(url);
-  const auto found = vu::detail::findPlainHost(copy.view().data(), copy.view().size());
+  const ExactCopy copy(url);
+  const auto found = detail::findPlainHost(copy.view().data(), copy.view().size());
   if (!found) return "";
   return url.substr(found.start(), found.end() - found.start()) + " " +
          url.substr(found.lastTwo(), found.nameEnd() - found.lastTwo());
@@ -226,13 +221,13 @@ TEST(Lookup, TellsOrdinaryHostsAtAGlance) {
 }
 
 /// The classes of bytes one at a time.
-vu::detail::ByteClasses plainClasses(const std::string& text) {
-  vu::detail::ByteClasses all{};
+detail::ByteClasses plainClasses(const std::string& text) {
+  detail::ByteClasses all{};
   for (std::size_t i = 0; i < 64; ++i) {
     const std::uint64_t bit = std::uint64_t{1} << i;
-    if (vu::detail::beginsLabel(text[i])) all.beginnings |= bit;
+    if (detail::beginsLabel(text[i])) all.beginnings |= bit;
     if (text[i] == '.') all.dots |= bit;
-    if (!vu::detail::insideLabel(text[i]) && text[i] != '.') all.others |= bit;
+    if (!detail::insideLabel(text[i]) && text[i] != '.') all.others |= bit;
   }
   return all;
 }
@@ -240,11 +235,11 @@ vu::detail::ByteClasses plainClasses(const std::string& text) {
 /// Every way to classify bytes, and to find hosts whatever stands behind their URLs.
 TEST(Lookup, ClassifiesBytesInEveryWay) {
   std::mt19937 random(8);
-  const auto same = [](vu::detail::PlainHost a, vu::detail::PlainHost b) {
+  const auto same = [](detail::PlainHost a, detail::PlainHost b) {
     return a.start() == b.start() && a.end() == b.end() && a.lastTwo() == b.lastTwo() &&
            a.nameEnd() == b.nameEnd();
   };
-  for (int i = 0; i < 20000 / vu::test::kLess; ++i) {
+  for (int i = 0; i < 20000 / kLess; ++i) {
     // Every byte there is, those beside the bounds of a class, and much like URLs.
     const std::string_view bytes = i % 3 == 1 ? "-./09:@AZ[_`az{" : "abcdef.xyz0123-./:";
     std::string text(64, '\0');
@@ -253,8 +248,8 @@ TEST(Lookup, ClassifiesBytesInEveryWay) {
     const std::size_t size = random() % 64;
     std::string other = text.substr(0, size) + "://" + text;
     const auto expected = plainClasses(text);
-    const auto host = vu::detail::findPlainHostByWords(text.data(), size);
-    for (const vu::detail::Way& way : vu::detail::everyWay()) {
+    const auto host = detail::findPlainHostByWords(text.data(), size);
+    for (const detail::Way& way : detail::everyWay()) {
       const auto found = way.classify(text.data());
       ASSERT_EQ(expected.beginnings, found.beginnings) << text;
       ASSERT_EQ(expected.dots, found.dots) << text;
@@ -262,8 +257,7 @@ TEST(Lookup, ClassifiesBytesInEveryWay) {
       ASSERT_TRUE(same(host, way.find(text.data(), size))) << text;
       ASSERT_TRUE(same(host, way.find(other.data(), size))) << text << ' ' << size;
       other[size] = '\0';
-      ASSERT_TRUE(text.find('\0') < size ||
-                  same(host, way.find(other.data(), vu::detail::kUpToNul)))
+      ASSERT_TRUE(text.find('\0') < size || same(host, way.find(other.data(), detail::kUpToNul)))
           << text << ' ' << size;
     }
   }
@@ -356,3 +350,4 @@ TEST(Lookup, HostileHostsTakeTimeInProportion) {
 }
 
 }  // namespace
+}  // namespace vu::test

@@ -14,12 +14,7 @@
 #include "tests/support.h"
 #include "vu/vu.h"
 
-using vu::test::Arguments;
-using vu::test::Byte;
-using vu::test::bytes;
-using vu::test::messageOf;
-using vu::test::TemporaryFile;
-
+namespace vu::test {
 namespace {
 
 const std::string kLong = "a-text-that-is-too-long-for-the-room-that-a-string-has-in-itself";
@@ -27,7 +22,7 @@ const std::string kLong = "a-text-that-is-too-long-for-the-room-that-a-string-ha
 std::string stateOf(const std::string& text) { return text; }
 std::string stateOf(const std::stringstream& out) { return out.str(); }
 std::string stateOf(const vu_pcrexml& /*parser*/) { return "made"; }
-std::string stateOf(const vu_getopt& parser) { return vu::test::recordsOf(parser); }
+std::string stateOf(const vu_getopt& parser) { return recordsOf(parser); }
 
 using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
 
@@ -50,7 +45,7 @@ std::string stateOf(const xmldata& tree) {
 
 std::string stateOf(const vu_config& store) {
   std::string state;
-  state += messageOf([&] { state = vu::test::contentsOf(store); });
+  state += messageOf([&] { state = contentsOf(store); });
   for (const char* name : {"own", kLong.c_str()}) {
     state += messageOf([&] { state += store.getParam(name) + store.origin(name); });
   }
@@ -124,18 +119,18 @@ std::string failAt(Make make, Act act, const Terms& terms, long number, const st
   const auto object = make();
   Outcome outcome{stateOf(*object), "", done, true};
   std::string message;
-  const long failuresBefore = vu::test::failures;
-  vu::test::allocationsLeft = number;
+  const long failuresBefore = failures;
+  allocationsLeft = number;
   try {
     act(*object);
     outcome.threw = false;
   } catch (const std::bad_alloc&) {
   } catch (const vu_exception& failure) {
-    vu::test::allocationsLeft = -1;
+    allocationsLeft = -1;
     message = failure.what();
   }
-  vu::test::allocationsLeft = -1;
-  reached = vu::test::failures != failuresBefore;
+  allocationsLeft = -1;
+  reached = failures != failuresBefore;
   outcome.now = stateOf(*object);
   if (!message.empty() && (terms.message == nullptr || message.rfind(terms.message, 0) != 0)) {
     return "threw " + message;
@@ -153,7 +148,7 @@ void survives(const char* what, Make make, Act act, const Terms& terms = {}) {
   act(*good);
   const std::string done = stateOf(*good);
   for (const bool forGood : {false, true}) {
-    vu::test::staysEmpty = forGood;
+    staysEmpty = forGood;
     std::string complaint;
     long number = 0;
     for (bool reached = true; reached && complaint.empty(); ++number) {
@@ -161,17 +156,17 @@ void survives(const char* what, Make make, Act act, const Terms& terms = {}) {
       // holds: the second time counts.
       long held = 0;
       for (int round = 0; round < 2 && complaint.empty(); ++round) {
-        held = vu::test::blocksHeld;
+        held = blocksHeld;
         complaint = failAt(make, act, terms, number, done, reached);
         ERR_clear_error();
       }
-      if (complaint.empty() && vu::test::blocksHeld != held) complaint = "leaks";
+      if (complaint.empty() && blocksHeld != held) complaint = "leaks";
     }
     EXPECT_EQ("", complaint) << what << ", allocation " << number - 1
                              << (forGood ? " and all behind it" : "");
     EXPECT_LT(1, number) << what << " allocates nothing";
   }
-  vu::test::staysEmpty = false;
+  staysEmpty = false;
 }
 
 /// Makes a T each time it is called.
@@ -299,7 +294,7 @@ TEST(Failures, Crypto) {
   const auto wholeOrNoKey = [](const Outcome& o) {
     return whole(o) || o.now == std::string(256, '0');
   };
-  vu::test::inChild([=] {
+  inChild([=] {
     Engine aes(1, nullptr);
     aes.run(kLong);
     const std::string ciphertext(aes.out.begin(), aes.out.begin() + 80);
@@ -335,7 +330,7 @@ TEST(Failures, FirstOfTheProcess) {
   };
   const auto act = [&](std::string& text) { text = lengthOfMessage(EVP_rc4()); };
   for (long number = 0; number < 100; ++number) {
-    vu::test::inChild([&] {
+    inChild([&] {
       bool reached = false;
       EXPECT_EQ("", failAt(behindAes, act, {whole, "Cipher Init failed : "}, number, "4", reached))
           << "allocation " << number;
@@ -346,3 +341,4 @@ TEST(Failures, FirstOfTheProcess) {
 }
 
 }  // namespace
+}  // namespace vu::test

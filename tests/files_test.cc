@@ -19,13 +19,7 @@
 #include "vu/config.h"
 #include "vu/domain.h"
 
-using vu::test::messageOf;
-using vu::test::readError;
-using vu::test::Result;
-using vu::test::run;
-using vu::test::says;
-using vu::test::TemporaryFile;
-
+namespace vu::test {
 namespace {
 
 constexpr uid_t kNobody = 65534;
@@ -111,7 +105,7 @@ TEST(Files, ReadersTellWhatTheyCannotRead) {
   }
   const TemporaryFile closed(kLine);
   chmod(closed.path(), 0);
-  vu::test::inChild([&] {
+  inChild([&] {
     ASSERT_TRUE(getuid() != 0 || seteuid(kNobody) == 0);
     const std::string path = closed.path();
     checkReaders(path, openError(path, EACCES), 0, cannot("open", path), "2");
@@ -255,3 +249,4 @@ TEST(Files, AFullPipeIsWaitedFor) {
 }
 
 }  // namespace
+}  // namespace vu::test

@@ -7,11 +7,7 @@
 #include "tests/plain/numbers.h"
 #include "tests/support.h"
 
-using vu::test::Byte;
-using vu::test::convert;
-using vu::test::kindOf;
-using vu::test::messageOf;
-
+namespace vu::test {
 namespace {
 
 TEST(Status, LooksUpBothWays) {
@@ -120,7 +116,7 @@ TEST(Utilities, SkipSpace) {
   } rows[] = {{"  \tab", 5, 3},    {"  \tab", 1, 1}, {"ab", 2, 0},
               {" \n\v\f\r", 5, 5}, {"\xa0", 1, 0},   {"", 0, 0}};
   for (const auto& row : rows) {
-    const vu::test::ExactCopy copy({row.text, row.remaining});
+    const ExactCopy copy({row.text, row.remaining});
     const char* cursor = copy.view().data();
     unsigned remaining = row.remaining;
     skipSpace(&cursor, remaining);
@@ -166,3 +162,4 @@ TEST(Utilities, NumericLength) {
 }
 
 }  // namespace
+}  // namespace vu::test

@@ -10,11 +10,7 @@
 #include "tests/plain/lookup2.h"
 #include "tests/support.h"
 
-using vu::test::Byte;
-using vu::test::bytes;
-using vu::test::ExactCopy;
-using vu::test::plainHash;
-
+namespace vu::test {
 namespace {
 
 TEST(Hash, GivesThePublishedValues) {
@@ -97,3 +93,4 @@ TEST(Hash, KeysDifferInEveryByte) {
 }
 
 }  // namespace
+}  // namespace vu::test

@@ -13,8 +13,7 @@
 
 #include "tests/support.h"
 
-using vu::test::messageOf;
-
+namespace vu::test {
 namespace {
 
 /// What `action` returns in a thread of its own.
@@ -41,7 +40,7 @@ TEST(Locks, DeadlinesCarry) {
               {{5, 999999999}, 1999, {7, 998999999}},
               {{2147483647, 1}, 2000, {2147483649, 1}}};
   for (const auto& row : rows) {
-    const timespec deadline = vu::detail::deadlineAfter(row.now, row.timeout);
+    const timespec deadline = detail::deadlineAfter(row.now, row.timeout);
     EXPECT_EQ(row.expected.tv_sec, deadline.tv_sec) << row.timeout;
     EXPECT_EQ(row.expected.tv_nsec, deadline.tv_nsec) << row.timeout;
   }
@@ -125,7 +124,7 @@ TEST(Locks, HoldAndRelease) {
 TEST(Locks, OnlyGuardsWithoutALockThrow) {
   EXPECT_EQ("Empty RW Lock", messageOf([] { const vu_readlock guard(std::defer_lock); }));
   EXPECT_EQ("Empty RW Lock", messageOf([] { const vu_writelock guard(std::defer_lock); }));
-  EXPECT_EQ(vu_failure::lock, vu::test::kindOf([] { const vu_readlock guard(std::defer_lock); }));
+  EXPECT_EQ(vu_failure::lock, kindOf([] { const vu_readlock guard(std::defer_lock); }));
   pthread_rwlock_t own = PTHREAD_RWLOCK_INITIALIZER;
   const vu_writelock held;
   EXPECT_EQ("other", messageOf([&] {
@@ -139,3 +138,4 @@ TEST(Locks, OnlyGuardsWithoutALockThrow) {
 }
 
 }  // namespace
+}  // namespace vu::test

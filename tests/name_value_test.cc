@@ -7,11 +7,10 @@
 #include "tests/support.h"
 #include "vu/pattern.h"
 
-using vu::test::ExactCopy;
-using vu::test::messageOf;
-using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
-
+namespace vu::test {
 namespace {
+
+using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
 
 /// "name=value;" for each pair. What the pairs are is compared with a plain telling by a fuzz target.
 std::string written(const Pairs& pairs) {
@@ -71,3 +70,4 @@ TEST(NameValue, ReportsFailures) {
 }
 
 }  // namespace
+}  // namespace vu::test

@@ -18,8 +18,7 @@
 #include "pattern/jit_agreement.h"
 #include "tests/support.h"
 
-using vu::test::messageOf;
-
+namespace vu::test {
 namespace {
 
 TEST(Pattern, RefusesWhatDoesNotCompile) {
@@ -79,16 +78,16 @@ TEST(Pattern, RefusesWhatIsNoSubject) {
 TEST(Pattern, KnowsWhereTheEnginesAgree) {
   for (const char* agreed : {"", "a(b)c|d*?e+?f??", "(?:a)(?i:b)(?i)(?s-m:c)", "(?<n>a)(?P<m>b)",
                              "(?<=ab)c", "(?<!a)c", "\\d\\w\\(\\*\\++a{2}"}) {
-    EXPECT_TRUE(vu::detail::jitAgrees(agreed, 0)) << agreed;
-    EXPECT_FALSE(vu::detail::jitAgrees(agreed, vu_pcre::firstLine)) << agreed;
-    EXPECT_FALSE(vu::detail::jitAgrees(agreed, vu_pcre::extended)) << agreed;
+    EXPECT_TRUE(detail::jitAgrees(agreed, 0)) << agreed;
+    EXPECT_FALSE(detail::jitAgrees(agreed, vu_pcre::firstLine)) << agreed;
+    EXPECT_FALSE(detail::jitAgrees(agreed, vu_pcre::extended)) << agreed;
   }
   for (const char* other :
        {"(?=a)",     "(?!a)",    "(?>a)",    "(?|a)",   "(?1)",    "(?R)",    "(?P=n)",
         "(?P>n)",    "(?(1)a)",  "(*F)a",    "a*+",     "a++",     "a?+",     "a{2}+",
         "(a)\\1",    "\\g1",     "\\k<n>",   "\\Qa\\E", "(?<=a)*", "(?<=a)+", "(?<!a)?",
         "(?<!a){2}", "(?<=(a))", "(?<=[a])", "(?<=\\w)"}) {
-    EXPECT_FALSE(vu::detail::jitAgrees(other, 0)) << other;
+    EXPECT_FALSE(detail::jitAgrees(other, 0)) << other;
   }
 }
 
@@ -244,3 +243,4 @@ TEST(Pattern, DeepMatchesAreFound) {
 }
 
 }  // namespace
+}  // namespace vu::test

@@ -11,6 +11,7 @@
 #include "tests/support.h"
 #include "vu/domain.h"
 
+namespace vu::test {
 namespace {
 
 constexpr char kList[] = "/usr/share/publicsuffix/public_suffix_list.dat";
@@ -40,7 +41,7 @@ std::string expected(const psl_ctx_t* psl, const std::vector<std::string>& rules
 using Psl = std::unique_ptr<psl_ctx_t, void (*)(psl_ctx_t*)>;
 
 /// Makes a definition file of the list; 0 when that went well.
-int build(const vu::test::TemporaryFile& file, const std::string& options = "") {
+int build(const TemporaryFile& file, const std::string& options = "") {
   return std::system((std::string(VU_TOOL) + " suffixes build " + kList + " -o " + file.path() +
                       options + " 2>/dev/null")
                          .c_str());
@@ -49,8 +50,8 @@ int build(const vu::test::TemporaryFile& file, const std::string& options = "") 
 /// Every way to a table: the answers to every rule's names are the same, and libpsl's; so is the
 /// section of each.
 TEST(PublicSuffix, AgreesWithLibpslByEveryWayIn) {
-  const vu::test::TemporaryFile definition;
-  const vu::test::TemporaryFile compiled;
+  const TemporaryFile definition;
+  const TemporaryFile compiled;
   ASSERT_EQ(0, build(definition));
   ASSERT_EQ(0, build(compiled, " --compiled"));
   std::vector<std::unique_ptr<vu_cctld>> tables;
@@ -58,16 +59,16 @@ TEST(PublicSuffix, AgreesWithLibpslByEveryWayIn) {
   const int count = tables[0]->initSet(definition.path());
   ASSERT_GT(count, 8000);
   EXPECT_EQ(count, tables[1]->open(compiled.path()));
-  EXPECT_EQ(count, tables[2]->openBytes(vu::test::contentOf(compiled.path()), "memory"));
+  EXPECT_EQ(count, tables[2]->openBytes(contentOf(compiled.path()), "memory"));
   EXPECT_EQ(count, tables[3]->reload(kList));
   const vu_table_facts facts = tables[1]->facts();
   EXPECT_EQ(static_cast<unsigned>(count), facts.icann + facts.privateDomains + facts.none);
   EXPECT_EQ(static_cast<unsigned>(count), tables[0]->facts().none);
-  EXPECT_LT(vu::test::contentOf(compiled.path()).size(), 32U * static_cast<unsigned>(count));
+  EXPECT_LT(contentOf(compiled.path()).size(), 32U * static_cast<unsigned>(count));
 
   const Psl psl(psl_load_file(kList), psl_free);
   std::vector<std::string> rules;
-  std::istringstream lines(vu::test::contentOf(definition.path()));
+  std::istringstream lines(contentOf(definition.path()));
   std::string each;
   for (int labels = 0; lines >> each >> labels;) rules.push_back(each);
   ASSERT_EQ(static_cast<std::size_t>(count), rules.size());
@@ -85,10 +86,10 @@ TEST(PublicSuffix, AgreesWithLibpslByEveryWayIn) {
       ASSERT_EQ(inUpperCase(domain),
                 tables[0]->classify(inUpperCase(host), vu_match::publicSuffix).domain);
       for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
-        const std::string answer = vu::test::described(tables[0]->classify(host, match), host);
+        const std::string answer = described(tables[0]->classify(host, match), host);
         for (const auto& table : tables) {
-          ASSERT_EQ(answer, vu::test::described(table->classify(host, match), host));
-          ASSERT_EQ(answer, vu::test::described(table->explain(host, match).domain, host));
+          ASSERT_EQ(answer, described(table->classify(host, match), host));
+          ASSERT_EQ(answer, described(table->explain(host, match).domain, host));
         }
       }
     }
@@ -169,8 +170,8 @@ TEST(PublicSuffix, StandsForLibpslsCallsAsToldInTheGuide) {
                                "www.ck",         "10.1.2.3",   "2.3",      "www.shop.example",
                                "shop.example",   "example",    "a.b.com",  "foo.blogspot.com",
                                "blogspot.com",   "com",        "hop.co.uk"};
-  const vu::test::TemporaryFile file;
-  const vu::test::TemporaryFile icann;
+  const TemporaryFile file;
+  const TemporaryFile icann;
   ASSERT_EQ(0, build(file));
   ASSERT_EQ(0, build(icann, " --section icann"));
   const Psl psl(psl_load_file(kList), psl_free);
@@ -199,3 +200,4 @@ TEST(PublicSuffix, StandsForLibpslsCallsAsToldInTheGuide) {
 }
 
 }  // namespace
+}  // namespace vu::test

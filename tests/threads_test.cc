@@ -12,9 +12,7 @@
 #include "tests/support.h"
 #include "vu/vu.h"
 
-using vu::test::process;
-using vu::test::TemporaryFile;
-
+namespace vu::test {
 namespace {
 
 /// Runs `action` with the number of each thread, from the same moment on.
@@ -69,7 +67,7 @@ TEST(Threads, ShareWhatTheyMay) {
 
 /// Engines of threads, of which the first have to make RC4 ready for all.
 TEST(Threads, HaveEnginesOfTheirOwn) {
-  vu::test::inChild([] {
+  inChild([] {
     vu_crypto first(1, 0, "p", nullptr, 0, 1);
     const std::string expected = process(first, "text");
     std::string rc4[4];
@@ -142,3 +140,4 @@ TEST(Threads, LookUpWhileTablesAreSwapped) {
 }
 
 }  // namespace
+}  // namespace vu::test

@@ -14,11 +14,7 @@
 #include "tools/buffer.h"
 #include "vu/domain.h"
 
-using vu::test::Result;
-using vu::test::run;
-using vu::test::says;
-using vu::test::TemporaryFile;
-
+namespace vu::test {
 namespace {
 
 /// What is in no example of a page. In a folder with some tables and a list, whose names stand for
@@ -277,7 +273,7 @@ TEST(Tool, AnswersEveryCommandLine) {
 }
 
 TEST(Tool, RefusesRoomThatNoMemoryHas) {
-  vu::tool::Buffer buffer;
+  tool::Buffer buffer;
   buffer += 'x';
   for (const std::uint64_t count : {~std::uint64_t{0}, ~std::uint64_t{0} >> 1}) {
     EXPECT_THROW(buffer.room(count), std::bad_alloc) << count;
@@ -292,12 +288,12 @@ TEST(Tool, BuildReplacesTheFileOrLeavesIt) {
   EXPECT_EQ(1, run("vu suffixes build -" + to, "??\n").status);
   const Result full = run("ulimit -f 1; yes example | head -n 5000 | vu suffixes build -" + to);
   EXPECT_TRUE(says(full.err, "cannot write " + std::string(file.path()) + ": File too large"));
-  EXPECT_EQ("co.xy 3\n", vu::test::contentOf(file.path()));
+  EXPECT_EQ("co.xy 3\n", contentOf(file.path()));
   EXPECT_EQ(0, run("ln -s " + std::string(file.path()) + " " + link + "; chmod 640 " + file.path() +
                        "; vu suffixes build - -o " + link + " 2>&-; rm " + link,
                    "xy\n")
                    .status);
-  EXPECT_EQ("xy 2\n", vu::test::contentOf(file.path()));
+  EXPECT_EQ("xy 2\n", contentOf(file.path()));
   EXPECT_EQ("640\n", run("stat -c %a " + std::string(file.path())).out);
   EXPECT_EQ("1\n", run("ls " + std::string(file.path()) + "* | wc -l").out);
 }
@@ -377,7 +373,7 @@ TEST(Tool, CipherFilesAppearWholeOrNotAtAll) {
 TEST(Tool, RowsStayInOrder) {
   std::string input;
   std::string expected;
-  for (int i = 0; i < 100000 / vu::test::kLess; ++i) {
+  for (int i = 0; i < 100000 / kLess; ++i) {
     const std::string domain = "shop" + std::to_string(i) + ".xy";
     input += "http://www." + domain + "/\n";
     expected += "0\tOPERATION SUCCESS\t" + domain + "\t\thttp://www." + domain + "/\n";
@@ -493,3 +489,4 @@ TEST(Tool, AnswersEachLineAtOnce) {
 }
 
 }  // namespace
+}  // namespace vu::test

@@ -17,6 +17,7 @@
 #include "vu/domain.h"
 #include "vu/url_c.h"
 
+namespace vu::test {
 namespace {
 
 std::string shown(const vu_host& host) {
@@ -28,7 +29,7 @@ std::string shown(const vu_host& host) {
 }
 
 std::string hostOf(std::string_view url, vu_url_text how = vu_url_text::url) {
-  const vu::test::ExactCopy copy(url);
+  const ExactCopy copy(url);
   std::vector<char> buffer(browserHostBound(url.size()));
   return shown(browserHost(copy.view(), buffer.data(), buffer.size(), how));
 }
@@ -91,23 +92,23 @@ TEST(Url, PlacesRoomAndAllocations) {
   char buffer[9];
   const std::string_view plain = "https://www.example.com:8443/x";
   const std::string_view capital = "https://u@\tEXAMPLE.\nCOM/";
-  const long before = vu::test::allocations;
+  const long before = allocations;
   const vu_host here = browserHost(plain, buffer);
   EXPECT_EQ(vu_host_refusal::noRoom, browserHost(capital, buffer).refused);
   EXPECT_EQ(capital.substr(11, 12), browserHost(capital, buffer).source);
   EXPECT_EQ(buffer, browserHost("http://EXAMPLE.x", buffer).text.data());
   EXPECT_EQ("[::1]", browserHost("http://[::1]/", nullptr, 0).text);
-  EXPECT_EQ(before, vu::test::allocations);
+  EXPECT_EQ(before, allocations);
   EXPECT_EQ(plain.data() + 8, here.text.data());
 
-  vu::test::allocationsLeft = 0;
+  allocationsLeft = 0;
   const vu_host starved = browserHost("http://--\xC3\xA9/", buffer);
-  vu::test::allocationsLeft = -1;
+  allocationsLeft = -1;
   EXPECT_EQ(vu_host_refusal::noMemory, starved.refused);
 }
 
 TEST(Url, DomainsOfHosts) {
-  const vu::test::TemporaryFile file("co.uk 3\n*.ck 3\n");
+  const TemporaryFile file("co.uk 3\n*.ck 3\n");
   vu_cctld table(nullptr);
   table.initSet(file.path());
   const struct {
@@ -197,9 +198,9 @@ bool hasIdleAceLabel(const std::string& ascii) {
 }
 
 TEST(Url, NamesBeyondAsciiAsIcuHasThem) {
-  const vu::fuzz::Seeds seeds(VU_SOURCE "/fuzz/seeds/url.txt");
+  const fuzz::Seeds seeds(VU_SOURCE "/fuzz/seeds/url.txt");
   std::mt19937 random;
-  for (int i = 0; i < 50000 / vu::test::kLess; ++i) {
+  for (int i = 0; i < 50000 / kLess; ++i) {
     std::string name;
     for (auto pieces = 1 + random() % 6; pieces > 0; --pieces) {
       name += seeds.words[random() % seeds.words.size()];
@@ -210,8 +211,8 @@ TEST(Url, NamesBeyondAsciiAsIcuHasThem) {
     }
     std::string ascii;
     std::pmr::string quick;
-    if (!vu::detail::nameToAsciiInSteps(name, ascii)) ascii = "!";
-    const bool isTaken = vu::detail::nameToAscii(name, quick);
+    if (!detail::nameToAsciiInSteps(name, ascii)) ascii = "!";
+    const bool isTaken = detail::nameToAscii(name, quick);
     ASSERT_EQ(ascii, isTaken ? std::string(quick) : "!") << name;
     const std::string icu = byIcu(name);
     ASSERT_EQ(hasIdleAceLabel(icu) ? "!" : icu, ascii) << name;
@@ -233,18 +234,17 @@ std::string causeOf(const std::string& ours, const std::string& node) {
 
 // VU_TEST_URLS is the number of inputs: a million takes a minute.
 TEST(Url, AgreesWithNode) {
-  if (vu::test::run("node --version").status != 0) GTEST_SKIP() << "Node is not there";
+  if (run("node --version").status != 0) GTEST_SKIP() << "Node is not there";
   const char* const wanted = std::getenv("VU_TEST_URLS");
-  vu::fuzz::Inventor inventor{vu::fuzz::Seeds(VU_SOURCE "/fuzz/seeds/url.txt")};
-  std::vector<std::string> urls(wanted != nullptr ? std::stoul(wanted) : 100000 / vu::test::kLess);
+  fuzz::Inventor inventor{fuzz::Seeds(VU_SOURCE "/fuzz/seeds/url.txt")};
+  std::vector<std::string> urls(wanted != nullptr ? std::stoul(wanted) : 100000 / kLess);
   std::string questions;
   for (std::string& url : urls) {
     url = inventor.next();
     if (!url.empty()) url = (url[0] % 2 != 0 ? "http://" : "") + url.substr(1);
-    questions += printHexical(vu::test::bytes(url), static_cast<int>(url.size()), 0, false) + "\n";
+    questions += printHexical(bytes(url), static_cast<int>(url.size()), 0, false) + "\n";
   }
-  std::istringstream answers(
-      vu::test::run("node '" VU_SOURCE "/tests/url_oracle.mjs'", questions).out);
+  std::istringstream answers(run("node '" VU_SOURCE "/tests/url_oracle.mjs'", questions).out);
   std::size_t others = 0;  // by another Unicode release
   std::size_t hosts = 0;
   for (const std::string& url : urls) {
@@ -275,7 +275,7 @@ TEST(Url, AgreesWithNode) {
 TEST(Url, TimeInProportion) {
   const auto repeated = [](const std::string& piece) {
     std::string text;
-    while (text.size() < 300000 / vu::test::kLess) text += piece;
+    while (text.size() < 300000 / kLess) text += piece;
     return text;
   };
   for (const std::string host :
@@ -295,3 +295,4 @@ TEST(Url, TimeInProportion) {
 }
 
 }  // namespace
+}  // namespace vu::test

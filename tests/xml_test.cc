@@ -13,11 +13,10 @@
 #include "tests/support.h"
 #include "vu/pattern.h"
 
-using vu::test::dump;
-using vu::test::messageOf;
-using Tree = std::unique_ptr<xmldata>;
-
+namespace vu::test {
 namespace {
+
+using Tree = std::unique_ptr<xmldata>;
 
 /// The results stand beside a plain telling in the fuzz target, whose seeds are replayed.
 TEST(Xml, ParsesWhatTheExpressionDescribes) {
@@ -41,7 +40,7 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
   };
   vu_pcrexml parser;
   for (const auto& row : rows) {
-    const vu::test::ExactCopy copy(row.text);
+    const ExactCopy copy(row.text);
     std::string result;
     result += messageOf([&] { result = dump(*Tree(parser.execute(copy.view(), "t")), 2); });
     EXPECT_EQ(row.compact.empty() ? row.text : row.compact, result) << row.text;
@@ -82,7 +81,7 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
 /// In a name and among attributes, near the text's end and far from it, where bytes are read many
 /// at a time.
 TEST(Xml, TellsEveryByteApart) {
-  vu::test::PlainParser plain;
+  PlainParser plain;
   vu_pcrexml parser;
   for (int c = 0; c < 256; ++c) {
     const char byte = static_cast<char>(c);
@@ -90,7 +89,7 @@ TEST(Xml, TellsEveryByteApart) {
          {"/>", "/>                ", ">some text of a body</a></abcdefghi>"}) {
       for (const std::string front :
            {"<", "<abcdefghi", "<abcdefghi x='1'", "<a x='some long value' "}) {
-        const vu::test::ExactCopy text(front + byte + tail);
+        const ExactCopy text(front + byte + tail);
         xmldata root("data", 4, nullptr, 0);
         const int length = static_cast<int>(text.view().size());
         const std::string message =
@@ -103,7 +102,7 @@ TEST(Xml, TellsEveryByteApart) {
 
 std::string repeated(const std::string& text, int times) {
   std::string all;
-  for (int i = 0; i < times / vu::test::kLess; ++i) all += text;
+  for (int i = 0; i < times / kLess; ++i) all += text;
   return all;
 }
 
@@ -131,8 +130,8 @@ TEST(Xml, TakesTimeInProportionToTheText) {
     std::string message;
   } rows[] = {
       {"a feed", feed, ""},
-      {"nested 300,000 deep", nested(300000 / vu::test::kLess, "x"), ""},
-      {"nested, nothing inside", nested(300000 / vu::test::kLess, "<"), none},
+      {"nested 300,000 deep", nested(300000 / kLess, "x"), ""},
+      {"nested, nothing inside", nested(300000 / kLess, "<"), none},
       {"never closed", repeated("<a>", 1000000), none},
       {"closed in the wrong order", repeated("<a><b></a></b>", 300000), none},
       {"closed by shorter names", repeated("<ab>x</a>", 300000), ""},
@@ -151,7 +150,7 @@ TEST(Xml, TakesTimeInProportionToTheText) {
     EXPECT_EQ(row.message, messageOf([&] { tree.reset(parser.execute(row.text.c_str(), "t")); }))
         << row.what;
     if (row.text.data() == feed.data()) {
-      EXPECT_EQ(200000U / vu::test::kLess, tree->child("feed")->_children.size());
+      EXPECT_EQ(200000U / kLess, tree->child("feed")->_children.size());
     }
     tree.reset();
     EXPECT_GT(20, (std::clock() - start) / CLOCKS_PER_SEC) << row.what;
@@ -253,7 +252,7 @@ TEST(XmlTree, HoldsViews) {
 
 /// Nodes of a parser and of a caller, in each other's trees, deleted in any order and thread.
 TEST(XmlTree, GivesItsNodesAway) {
-  const std::string text = "<a>" + repeated("<b x='1'>text</b>", 1000 * vu::test::kLess) + "</a>";
+  const std::string text = "<a>" + repeated("<b x='1'>text</b>", 1000 * kLess) + "</a>";
   Tree parsed(vu_pcrexml().execute(text, "data"));
   Tree others[] = {std::make_unique<xmldata>("even", 4, nullptr, 0),
                    Tree(new (std::nothrow) xmldata("odd", 3, nullptr, 0))};
@@ -293,3 +292,4 @@ TEST(XmlTree, IsAsDeepAsMemoryAllows) {
 }
 
 }  // namespace
+}  // namespace vu::test
