@@ -152,8 +152,8 @@ void survives(const char* what, Make make, Act act, const Terms& terms = {}) {
     std::string complaint;
     long number = 0;
     for (bool reached = true; reached && complaint.empty(); ++number) {
-      // What is made once and kept for the process is no leak, nor is what OpenSSL's queue of errors
-      // holds: the second time counts.
+      // What is made once and kept for the process is no leak, nor is what OpenSSL's queue of
+      // errors holds: the second time counts.
       long held = 0;
       for (int round = 0; round < 2 && complaint.empty(); ++round) {
         held = blocksHeld;

@@ -12,7 +12,7 @@ namespace {
 
 using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
 
-/// "name=value;" for each pair. What the pairs are is compared with a plain telling by a fuzz target.
+/// "name=value;" for each pair. What they are is compared with a plain telling by a fuzz target.
 std::string written(const Pairs& pairs) {
   std::string all;
   for (const auto& [name, value] : pairs) {
