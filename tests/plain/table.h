@@ -169,17 +169,18 @@ struct PlainTable {
     return start;
   }
 
-  void lookup(const char* url, std::string& domain, unsigned& ip) const {
+  int lookup(const char* url, std::string& domain, unsigned& ip) const {
     int length = 0;
     int reserved = 0;
     const char* start = lookup(url, length, ip, reserved);
     if (start != nullptr && length > 0) {
       if (start[length - 1] == '.') --length;
       domain.assign(start, static_cast<std::size_t>(length));
-      return;
+      return 0;
     }
     if (defaultDomain.empty()) throw vu_exception("Internal lookup return NULL");
     domain = std::string(classify(url).host) + "." + defaultDomain;
+    return 0;
   }
 };
 
@@ -193,11 +194,12 @@ std::string outcome(const Table& table, const std::string& url) {
   const char* start = nullptr;
   const std::string message =
       messageOf([&] { start = table.lookup(url.c_str(), length, ip, reserved); });
-  std::string all = message + " | " + val2str(start == nullptr ? -1 : start - url.c_str()) + " " +
-                    val2str(length) + " " + val2str(ip) + (reserved != 0 ? " and more" : "");
+  const std::string all = message + " | " + val2str(start == nullptr ? -1 : start - url.c_str()) +
+                          " " + val2str(length) + " " + val2str(ip);
   std::string domain = "unchanged";
-  const std::string second = messageOf([&] { table.lookup(url.c_str(), domain, ip); });
-  return all + " | " + (second == message ? "" : second) + domain + " " + val2str(ip);
+  const std::string second = messageOf([&] { reserved += table.lookup(url.c_str(), domain, ip); });
+  return all + " | " + (second == message ? "" : second) + domain + " " + val2str(ip) +
+         (reserved != 0 ? " and no 0" : "");
 }
 
 /// All that `classify` tells, as text; views by their places in `url`, which they must not leave.
