@@ -68,8 +68,8 @@ bool gaveUp(int result) {
 }
 
 /// What just-in-time code, entered directly, takes for granted.
-bool isSound(const char* subject, int length, int startOffset) {
-  return subject != nullptr && startOffset >= 0 && startOffset <= length;
+bool isSound(const char* subject, int length, int startOffset, const int* ovector) {
+  return subject != nullptr && ovector != nullptr && startOffset >= 0 && startOffset <= length;
 }
 
 /// Whether PCRE looks at the encoding of a subject first.
@@ -166,7 +166,7 @@ int searchRegex(const Regex& regex, const Study& study, const char* subject, int
     const std::size_t room = stackRoom();
     const JitStack* const own = PerThread<JitStack>::get();
     if (own != nullptr && own->stack != nullptr && study.isDirect && room >= study.jitFrame &&
-        isSound(subject, length, startOffset)) {
+        isSound(subject, length, startOffset, ovector)) {
       result = pcre_jit_exec(regex.code, study.data, subject, length, startOffset, options, ovector,
                              ovecsize, own->stack);
     } else if (room >= study.jitFrame + kJitStack) {
