@@ -14,6 +14,10 @@ namespace {
 /// are the first thread's, in a process that may not ask.
 constexpr std::size_t kUnknownStack = std::size_t{64} << 10;
 
+/// As many entries of a vector are cleared at once, without asking how many it has: a call that
+/// fills a few bytes would cost a tenth of a short search.
+constexpr int kClearedAtOnce = 12;
+
 int vectorSize(int pairs) {
   if (pairs < 0 || pairs > std::numeric_limits<int>::max() / 3) throw std::bad_array_new_length();
   return pairs * 3;
@@ -21,6 +25,16 @@ int vectorSize(int pairs) {
 
 [[noreturn]] void fail(const std::string& message) {
   throw vu_exception(vu_failure::pattern, message);
+}
+
+// Apart from their callers, which would make room for the texts each time.
+
+[[noreturn]] __attribute__((noinline)) void failForWantOfPairs() {
+  fail("PCRE Output vector too small");
+}
+
+[[noreturn]] __attribute__((noinline)) void failOutOfRange(int pairs) {
+  fail("vu_pcre::getResult : Index out of range : 1 - " + val2str(pairs));
 }
 
 }  // namespace
@@ -35,7 +49,7 @@ vu_pcre::vu_pcre(const char* pattern, int pairs, int options) : pattern_(pattern
   regex_ = vu::detail::compileRegex(pattern_, options);
   extra_ = vu::detail::studyRegex(*regex_, pattern_, options);
   ovecsize_ = vectorSize(pairs);
-  ovector_ = std::make_unique<int[]>(static_cast<std::size_t>(ovecsize_));
+  ovector_ = std::make_unique<int[]>(static_cast<std::size_t>(std::max(ovecsize_, kClearedAtOnce)));
 }
 
 vu_pcre::~vu_pcre() = default;
@@ -49,17 +63,20 @@ int vu_pcre::match(const char* subject, int length, int startOffset, int options
 }
 
 int vu_pcre::execute(const char* subject, int length, int startOffset, int options) {
-  std::fill_n(ovector_.get(), ovecsize_, 0);
-  const int result = match(subject, length, startOffset, options, ovector_.get(), ovecsize_);
-  if (result == 0) fail("PCRE Output vector too small");
+  int* const vector = ovector_.get();
+  std::fill_n(vector, kClearedAtOnce, 0);
+  if (ovecsize_ > kClearedAtOnce) {
+    std::fill(vector + kClearedAtOnce, vector + ovecsize_, 0);
+  }
+  const int result = vu::detail::searchRegex(*regex_, *extra_, subject, length, startOffset,
+                                             options, vector, ovecsize_);
+  if (result == 0) failForWantOfPairs();
   return result;
 }
 
 const char* vu_pcre::getResult(int index, const char* subject, int& length) const {
   const int pairs = ovecsize_ / 3;
-  if (index < 0 || index >= pairs) {
-    fail("vu_pcre::getResult : Index out of range : 1 - " + val2str(pairs));
-  }
+  if (index < 0 || index >= pairs) failOutOfRange(pairs);
   const int start = ovector_[static_cast<std::size_t>(index) * 2];
   const int end = ovector_[static_cast<std::size_t>(index) * 2 + 1];
   if (end <= start) return nullptr;

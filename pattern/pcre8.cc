@@ -35,8 +35,9 @@ struct Study {
   pcre_extra* data;  ///< Null when there is nothing to say.
   /// The size of vector from which on just-in-time code may run: all that the pattern could need.
   long jitVector = std::numeric_limits<long>::max();
+  /// The same for entering it directly.
+  long directVector = std::numeric_limits<long>::max();
   std::size_t jitFrame = 0;  ///< How much of the thread's stack that code may take.
-  bool isDirect = false;     ///< Whether that code may be entered directly.
 };
 
 const std::size_t kCompileStack = std::size_t{10} << 10;
@@ -111,6 +112,26 @@ pcre_extra interpreterLimits(const pcre_extra* study) {
   return limits;
 }
 
+__attribute__((noinline)) int interpret(const Regex& regex, const Study& study, const char* subject,
+                                        int length, int startOffset, int options, int* ovector,
+                                        int ovecsize) {
+  const pcre_extra limits = interpreterLimits(study.data);
+  return pcre_exec(regex.code, &limits, subject, length, startOffset, options, ovector, ovecsize);
+}
+
+/// By just-in-time code that may not be entered directly, else by the interpreter.
+__attribute__((noinline)) int searchIndirectly(const Regex& regex, const Study& study,
+                                               const char* subject, int length, int startOffset,
+                                               int options, int* ovector, int ovecsize) {
+  if (ovecsize >= study.jitVector && (options & ~kJitOptions) == 0 &&
+      stackRoom() >= study.jitFrame + kJitStack) {
+    const int result =
+        pcre_exec(regex.code, study.data, subject, length, startOffset, options, ovector, ovecsize);
+    if (!gaveUp(result)) return result;
+  }
+  return interpret(regex, study, subject, length, startOffset, options, ovector, ovecsize);
+}
+
 }  // namespace
 
 void EngineDelete::operator()(Regex* regex) const noexcept {
@@ -154,29 +175,23 @@ StudyPtr studyRegex(const Regex& regex, const char* pattern, int options) {
   study->data->match_limit = kJitSteps;
   study->jitVector = 3L * pairsOf(regex.code);
   study->jitFrame = jitFrame(sizeOf(regex.code));
-  study->isDirect = pcre_jit_exec != nullptr && !isForUtf8(regex.code);
+  if (pcre_jit_exec != nullptr && !isForUtf8(regex.code)) study->directVector = study->jitVector;
   PerThread<JitStack>::get();
   return study;
 }
 
 int searchRegex(const Regex& regex, const Study& study, const char* subject, int length,
                 int startOffset, int options, int* ovector, int ovecsize) {
-  if (ovecsize >= study.jitVector && (options & ~kJitOptions) == 0) {
-    int result = PCRE_ERROR_JIT_STACKLIMIT;
-    const std::size_t room = stackRoom();
-    const JitStack* const own = PerThread<JitStack>::get();
-    if (own != nullptr && own->stack != nullptr && study.isDirect && room >= study.jitFrame &&
-        isSound(subject, length, startOffset, ovector)) {
-      result = pcre_jit_exec(regex.code, study.data, subject, length, startOffset, options, ovector,
-                             ovecsize, own->stack);
-    } else if (room >= study.jitFrame + kJitStack) {
-      result = pcre_exec(regex.code, study.data, subject, length, startOffset, options, ovector,
-                         ovecsize);
-    }
-    if (!gaveUp(result)) return result;
+  const JitStack* const own = PerThread<JitStack>::get();
+  if (ovecsize >= study.directVector && (options & ~kJitOptions) == 0 && own != nullptr &&
+      own->stack != nullptr && isSound(subject, length, startOffset, ovector) &&
+      stackRoom() >= study.jitFrame) {
+    const int result = pcre_jit_exec(regex.code, study.data, subject, length, startOffset, options,
+                                     ovector, ovecsize, own->stack);
+    if (result >= PCRE_ERROR_NOMATCH || !gaveUp(result)) return result;
+    return interpret(regex, study, subject, length, startOffset, options, ovector, ovecsize);
   }
-  const pcre_extra limits = interpreterLimits(study.data);
-  return pcre_exec(regex.code, &limits, subject, length, startOffset, options, ovector, ovecsize);
+  return searchIndirectly(regex, study, subject, length, startOffset, options, ovector, ovecsize);
 }
 
 }  // namespace vu::detail

@@ -29,7 +29,7 @@ class PerThread {
     }
   };
 
-  static void make() noexcept {
+  __attribute__((noinline)) static void make() noexcept {
     thread_local Owner owner;
     made_ = owner.own = new (std::nothrow) T;
   }

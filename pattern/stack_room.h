@@ -5,12 +5,34 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 namespace vu::detail {
 
+/// Where the calling thread's stack lies.
+struct ThreadStack {
+  std::uintptr_t low;
+  std::uintptr_t high;  ///< 0: not asked for yet; as `low`: the system could not tell.
+
+  bool holds(std::uintptr_t address) const { return address > low && address <= high; }
+};
+
+// Reached on every search: the model spares the call that finds a library's thread data.
+inline thread_local ThreadStack threadStack __attribute__((tls_model("initial-exec"))) = {0, 0};
+
+/// Asks the system for `threadStack`.
+__attribute__((noinline)) void findThreadStack() noexcept;
+
 /// Bytes between here and the end of the thread's stack; `unknown` where the system cannot tell, as
 /// on a stack that the program has switched to by itself. Asks the system once a thread.
-std::size_t stackRoom(std::size_t unknown = std::size_t{16} << 10) noexcept;
+inline std::size_t stackRoom(std::size_t unknown = std::size_t{16} << 10) noexcept {
+  const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+  if (!threadStack.holds(here)) {
+    if (threadStack.high == 0) findThreadStack();
+    if (!threadStack.holds(here)) return unknown;
+  }
+  return here - threadStack.low;
+}
 
 /// How much of it just-in-time code may take for a pattern of so many compiled bytes. Its frame has
 /// at most two words for each item of the pattern and each offset, an item has two bytes or more,

@@ -49,6 +49,10 @@ TEST(Pattern, RefusesWhatIsNoSubject) {
   EXPECT_EQ(4, label.getContextOffset());
   EXPECT_EQ(-1, label.execute("???", 3, 0, 0));
   EXPECT_EQ(0, label.getContextOffset());  // nothing of an earlier match survives
+  vu_pcre wide("(a)(b)(c)(d)(e)(f)", 7, 0);
+  EXPECT_EQ(7, wide.execute("abcdef", 6, 0, 0));
+  EXPECT_EQ(-1, wide.execute("???", 3, 0, 0));
+  EXPECT_EQ(0, wide.results()[13]);
   int length = 0;
   for (const int index : {2, -1, INT_MIN, INT_MAX}) {
     EXPECT_EQ("vu_pcre::getResult : Index out of range : 1 - 2",
