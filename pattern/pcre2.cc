@@ -5,6 +5,10 @@
 // the interpreter does the search again from the start and decides. That one keeps its frames on
 // the heap, as many as 4 MiB hold. What a search needs beside the pattern is made once a thread.
 //
+// A search without options for a pattern of bytes, which is nearly every one, enters the
+// just-in-time code directly when the caller's vector has room for all groups: it looks at no more
+// than that code takes for granted.
+//
 // For a pattern that begins with a group the just-in-time code of releases before 10.43 may deny a
 // match: "(ab|a)c*b" finds nothing in "ab". It remembers where a repetition has failed, but not
 // that going back may lead in front of that place. It looks for such repetitions from the pattern's
@@ -19,6 +23,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 #include "pattern/engine.h"
@@ -35,8 +40,10 @@ struct Regex {
 };
 
 struct Study {
-  pcre2_code* jit;       ///< Null when there is no just-in-time code for the pattern.
-  std::size_t jitFrame;  ///< How much of the thread's stack the just-in-time code may take.
+  pcre2_code* jit = nullptr;  ///< Null when there is no just-in-time code for the pattern.
+  std::size_t jitFrame = 0;   ///< How much of the thread's stack the just-in-time code may take.
+  /// The size of vector from which on that code may be entered without further questions.
+  long directVector = std::numeric_limits<long>::max();
 };
 
 const std::size_t kCompileStack = std::size_t{26} << 10;
@@ -148,6 +155,12 @@ using JitStack = std::unique_ptr<pcre2_jit_stack, FreedBy<pcre2_jit_stack, pcre2
 
 Memory memory() { return Memory(pcre2_general_context_create(allocate, release, nullptr)); }
 
+bool gaveUp(int result) {
+  return result == PCRE2_ERROR_JIT_STACKLIMIT || result == PCRE2_ERROR_MATCHLIMIT;
+}
+
+PCRE2_SPTR bytesOf(std::string_view text) { return reinterpret_cast<PCRE2_SPTR>(text.data()); }
+
 /// What a search needs beside the pattern.
 class Searcher {
  public:
@@ -158,36 +171,47 @@ class Searcher {
     limits_.reset(pcre2_match_context_create(from.get()));
     found_.reset(pcre2_match_data_create(pairs, from.get()));
     stack_.reset(pcre2_jit_stack_create(kJitStack, kJitStack, from.get()));
-    if (!isReady()) return;
+    if (jitLimits_ == nullptr || limits_ == nullptr || found_ == nullptr) return;
+    offsets_ = pcre2_get_ovector_pointer(found_.get());
+    isReadyForJit_ = stack_ != nullptr;
     pcre2_set_match_limit(jitLimits_.get(), kJitSteps);
     pcre2_jit_stack_assign(jitLimits_.get(), nullptr, stack_.get());
     pcre2_set_heap_limit(limits_.get(), kHeapKiB);
   }
 
-  /// Whether there was memory for all; a system without just-in-time code has no stack for it.
-  bool isReady() const { return jitLimits_ != nullptr && limits_ != nullptr && found_ != nullptr; }
+  /// Whether there was memory for all but the stack; a system without just-in-time code has none.
+  bool isReady() const { return offsets_ != nullptr; }
+  bool isReadyForJit() const { return isReadyForJit_; }
 
   /// A search by PCRE2's options, with its result.
   int search(const Regex& regex, const pcre2_code* jit, std::string_view subject, std::size_t start,
              std::uint32_t options) const {
-    const auto* const text = reinterpret_cast<PCRE2_SPTR>(subject.data());
-    if (jit != nullptr && stack_ != nullptr) {
-      // The direct entry does not look at the encoding.
-      const int result = (regex.isUtf ? pcre2_match : pcre2_jit_match)(
-          jit, text, subject.size(), start, options, found_.get(), jitLimits_.get());
-      if (result != PCRE2_ERROR_JIT_STACKLIMIT && result != PCRE2_ERROR_MATCHLIMIT) return result;
+    if (jit != nullptr && isReadyForJit_) {
+      const int result = regex.isUtf ? pcre2_match(jit, bytesOf(subject), subject.size(), start,
+                                                   options, found_.get(), jitLimits_.get())
+                                     : enterJit(jit, subject, start, options);
+      if (!gaveUp(result)) return result;
     }
-    return pcre2_match(regex.code, text, subject.size(), start, options | PCRE2_NO_JIT,
+    return pcre2_match(regex.code, bytesOf(subject), subject.size(), start, options | PCRE2_NO_JIT,
                        found_.get(), limits_.get());
   }
 
-  const PCRE2_SIZE* offsets() const { return pcre2_get_ovector_pointer(found_.get()); }
+  /// The same by the direct entry alone, which does not look at the encoding.
+  int enterJit(const pcre2_code* jit, std::string_view subject, std::size_t start,
+               std::uint32_t options) const {
+    return pcre2_jit_match(jit, bytesOf(subject), subject.size(), start, options, found_.get(),
+                           jitLimits_.get());
+  }
+
+  const PCRE2_SIZE* offsets() const { return offsets_; }
 
  private:
   MatchContext jitLimits_;
   MatchContext limits_;
   MatchData found_;
   JitStack stack_;
+  const PCRE2_SIZE* offsets_ = nullptr;  ///< Those of found_.
+  bool isReadyForJit_ = false;
 };
 
 // -----------------------------------------------------------------------------------------------
@@ -227,13 +251,18 @@ int resultOf(int result, int options) {
   }
 }
 
+/// A group that took no part has the largest offset there is, which becomes -1.
+void copyPairs(const PCRE2_SIZE* offsets, std::uint32_t pairs, int* ovector) {
+  for (const PCRE2_SIZE* const end = offsets + 2 * std::size_t{pairs}; offsets != end;) {
+    *ovector++ = static_cast<int>(*offsets++);
+    *ovector++ = static_cast<int>(*offsets++);
+  }
+}
+
 /// The offsets that fit the caller's vector, whose last third is not for them.
 int report(int result, const Regex& regex, const PCRE2_SIZE* offsets, int* ovector, int ovecsize) {
   const int room = ovecsize / 3;
-  const int pairs = std::min(room, static_cast<int>(regex.pairs));
-  // A group that took no part has the largest offset there is, which becomes -1.
-  std::transform(offsets, offsets + 2 * std::ptrdiff_t{pairs}, ovector,
-                 [](PCRE2_SIZE offset) { return static_cast<int>(offset); });
+  copyPairs(offsets, std::min(static_cast<std::uint32_t>(room), regex.pairs), ovector);
   return result <= room ? result : 0;
 }
 
@@ -286,6 +315,33 @@ T infoOf(const pcre2_code* code, std::uint32_t what) {
   return value;
 }
 
+/// Any search, by the interpreter alone when `study` is null.
+__attribute__((noinline)) int search(const Regex& regex, const Study* study, const char* subject,
+                                     int length, int startOffset, int options, int* ovector,
+                                     int ovecsize) {
+  int unknown = options;
+  const std::uint32_t flags = options == 0 ? 0 : take(unknown, kSearchOptions);
+  if (unknown != 0) return vu_pcre::badOption;
+  if (subject == nullptr || (ovector == nullptr && ovecsize > 0)) return vu_pcre::nullSubject;
+  if (ovecsize < 0) return vu_pcre::badCount;
+  if (length < 0) return vu_pcre::badLength;
+  if (startOffset < 0 || startOffset > length) return vu_pcre::badOffset;
+
+  const bool byJit =
+      study != nullptr && (options & ~kJitOptions) == 0 && stackRoom() >= study->jitFrame;
+  const auto searchBy = [&](const Searcher& searcher) -> int {
+    if (!searcher.isReady()) return vu_pcre::noMemory;
+    const int result = searcher.search(regex, byJit ? study->jit : nullptr,
+                                       {subject, static_cast<std::size_t>(length)},
+                                       static_cast<std::size_t>(startOffset), flags);
+    return result > 0 ? report(result, regex, searcher.offsets(), ovector, ovecsize)
+                      : resultOf(result, options);
+  };
+  const Searcher* const own = PerThread<Searcher>::get();
+  if (own != nullptr && own->isReady() && regex.pairs <= kPairs) return searchBy(*own);
+  return searchBy(Searcher(regex.pairs));
+}
+
 }  // namespace
 
 void EngineDelete::operator()(Regex* regex) const noexcept {
@@ -318,7 +374,7 @@ RegexPtr compileRegex(const char* pattern, int options) {
   return regex;
 }
 
-StudyPtr studyRegex(const Regex& /*regex*/, const char* pattern, int options) {
+StudyPtr studyRegex(const Regex& regex, const char* pattern, int options) {
   StudyPtr study(new Study{});
   stackRoom();
   PerThread<Searcher>::get();
@@ -333,31 +389,23 @@ StudyPtr studyRegex(const Regex& /*regex*/, const char* pattern, int options) {
     return study;
   }
   study->jitFrame = jitFrame(infoOf<std::size_t>(study->jit, PCRE2_INFO_SIZE));
+  if (!regex.isUtf && regex.pairs <= kPairs) study->directVector = 3L * regex.pairs;
   return study;
 }
 
 int searchRegex(const Regex& regex, const Study& study, const char* subject, int length,
                 int startOffset, int options, int* ovector, int ovecsize) {
-  int unknown = options;
-  const std::uint32_t flags = options == 0 ? 0 : take(unknown, kSearchOptions);
-  if (unknown != 0) return vu_pcre::badOption;
-  if (subject == nullptr || (ovector == nullptr && ovecsize > 0)) return vu_pcre::nullSubject;
-  if (ovecsize < 0) return vu_pcre::badCount;
-  if (length < 0) return vu_pcre::badLength;
-  if (startOffset < 0 || startOffset > length) return vu_pcre::badOffset;
-
-  const bool byJit = (options & ~kJitOptions) == 0 && stackRoom() >= study.jitFrame;
-  const auto search = [&](const Searcher& searcher) -> int {
-    if (!searcher.isReady()) return vu_pcre::noMemory;
-    const int result = searcher.search(regex, byJit ? study.jit : nullptr,
-                                       {subject, static_cast<std::size_t>(length)},
-                                       static_cast<std::size_t>(startOffset), flags);
-    return result > 0 ? report(result, regex, searcher.offsets(), ovector, ovecsize)
-                      : resultOf(result, options);
-  };
   const Searcher* const own = PerThread<Searcher>::get();
-  if (own != nullptr && own->isReady() && regex.pairs <= kPairs) return search(*own);
-  return search(Searcher(regex.pairs));
+  if (ovecsize >= study.directVector && options == 0 && own != nullptr && own->isReadyForJit() &&
+      subject != nullptr && ovector != nullptr && startOffset >= 0 && startOffset <= length &&
+      stackRoom() >= study.jitFrame) {
+    const int result = own->enterJit(study.jit, {subject, static_cast<std::size_t>(length)},
+                                     static_cast<std::size_t>(startOffset), 0);
+    if (result > 0) copyPairs(own->offsets(), regex.pairs, ovector);
+    if (result >= PCRE2_ERROR_NOMATCH) return result;
+    return search(regex, nullptr, subject, length, startOffset, options, ovector, ovecsize);
+  }
+  return search(regex, &study, subject, length, startOffset, options, ovector, ovecsize);
 }
 
 }  // namespace vu::detail
