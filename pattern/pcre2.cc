@@ -11,10 +11,12 @@
 //
 // For a pattern that begins with a group the just-in-time code of releases before 10.43 may deny a
 // match: "(ab|a)c*b" finds nothing in "ab". It remembers where a repetition has failed, but not
-// that going back may lead in front of that place. It looks for such repetitions from the pattern's
-// beginning on and gives up at the first item that it does not know: so those get each
-// pattern behind a group that is repeated no times, which changes nothing else but costs a fifth of
-// a longer search.
+// that an alternative of another length may lead in front of that place. It looks for such
+// repetitions from the pattern's beginning on and gives up at the first item that it does not know:
+// so those get each pattern behind a group that is repeated no times, which changes nothing else
+// but costs a fifth of a longer search. Without alternatives 10.42 needs no such guard: behind what
+// may have several lengths, such as "a?", it remembers the whole range of places that have failed.
+// Older releases differ in that, too.
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
@@ -23,6 +25,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 
@@ -302,10 +305,12 @@ pcre2_code* compile(const std::string& pattern, int options, int& error, std::si
                        &offset, context.get());
 }
 
-/// Whether its just-in-time code may deny matches: see above.
-bool isBefore1043() {
+/// What a pattern needs in front, so that its just-in-time code denies no match: see above.
+const char* guardOf(const char* pattern) {
   const std::string release = engineName();
-  return std::atoi(release.c_str() + release.find('.') + 1) < 43;
+  const int minor = std::atoi(release.c_str() + release.find('.') + 1);
+  const bool isGuarded = minor < 42 || (minor == 42 && std::strchr(pattern, '|') != nullptr);
+  return isGuarded ? "(?:){0}" : "";
 }
 
 template <typename T>
@@ -381,8 +386,7 @@ StudyPtr studyRegex(const Regex& regex, const char* pattern, int options) {
   if (!jitAgrees(pattern, options)) return study;
   int error = 0;
   std::size_t offset = 0;
-  const char* const guard = isBefore1043() ? "(?:){0}" : "";
-  study->jit = compile(std::string(guard) + pattern, options, error, offset);
+  study->jit = compile(guardOf(pattern) + std::string(pattern), options, error, offset);
   if (study->jit == nullptr || pcre2_jit_compile(study->jit, PCRE2_JIT_COMPLETE) != 0) {
     pcre2_code_free(study->jit);
     study->jit = nullptr;
