@@ -43,8 +43,11 @@ struct Regex {
 };
 
 struct Study {
-  pcre2_code* jit = nullptr;  ///< Null when there is no just-in-time code for the pattern.
-  std::size_t jitFrame = 0;   ///< How much of the thread's stack the just-in-time code may take.
+  /// The pattern with just-in-time code: that of the regex, or the guarded one; null when there is
+  /// none.
+  const pcre2_code* jit = nullptr;
+  pcre2_code* guarded = nullptr;
+  std::size_t jitFrame = 0;  ///< How much of the thread's stack the just-in-time code may take.
   /// The size of vector from which on that code may be entered without further questions.
   long directVector = std::numeric_limits<long>::max();
 };
@@ -305,12 +308,18 @@ pcre2_code* compile(const std::string& pattern, int options, int& error, std::si
                        &offset, context.get());
 }
 
-/// What a pattern needs in front, so that its just-in-time code denies no match: see above.
-const char* guardOf(const char* pattern) {
+/// Whether its just-in-time code may deny matches: see above.
+bool needsGuard(const char* pattern) {
   const std::string release = engineName();
   const int minor = std::atoi(release.c_str() + release.find('.') + 1);
-  const bool isGuarded = minor < 42 || (minor == 42 && std::strchr(pattern, '|') != nullptr);
-  return isGuarded ? "(?:){0}" : "";
+  return minor < 42 || (minor == 42 && std::strchr(pattern, '|') != nullptr);
+}
+
+/// The pattern behind a group that is repeated no times; null when that does not compile.
+pcre2_code* compileGuarded(const char* pattern, int options) {
+  int error = 0;
+  std::size_t offset = 0;
+  return compile(std::string("(?:){0}") + pattern, options, error, offset);
 }
 
 template <typename T>
@@ -355,7 +364,7 @@ void EngineDelete::operator()(Regex* regex) const noexcept {
 }
 
 void EngineDelete::operator()(Study* study) const noexcept {
-  pcre2_code_free(study->jit);
+  pcre2_code_free(study->guarded);
   delete study;
 }
 
@@ -384,14 +393,10 @@ StudyPtr studyRegex(const Regex& regex, const char* pattern, int options) {
   stackRoom();
   PerThread<Searcher>::get();
   if (!jitAgrees(pattern, options)) return study;
-  int error = 0;
-  std::size_t offset = 0;
-  study->jit = compile(guardOf(pattern) + std::string(pattern), options, error, offset);
-  if (study->jit == nullptr || pcre2_jit_compile(study->jit, PCRE2_JIT_COMPLETE) != 0) {
-    pcre2_code_free(study->jit);
-    study->jit = nullptr;
-    return study;
-  }
+  pcre2_code* const code =
+      needsGuard(pattern) ? study->guarded = compileGuarded(pattern, options) : regex.code;
+  if (code == nullptr || pcre2_jit_compile(code, PCRE2_JIT_COMPLETE) != 0) return study;
+  study->jit = code;
   study->jitFrame = jitFrame(infoOf<std::size_t>(study->jit, PCRE2_INFO_SIZE));
   if (!regex.isUtf && regex.pairs <= kPairs) study->directVector = 3L * regex.pairs;
   return study;
