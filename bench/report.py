@@ -19,7 +19,7 @@ import sys
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 PACKAGES = (
-    "libpsl-dev psl libre2-dev libpcre3-dev libssl-dev libtinyxml2-dev libpugixml-dev libcli11-dev "
+    "libpsl-dev psl libre2-dev libpcre3-dev libpcre2-dev libssl-dev libtinyxml2-dev libpugixml-dev libcli11-dev "
     "libboost-program-options-dev libbenchmark-dev coreutils publicsuffix"
 ).split()
 
@@ -57,6 +57,15 @@ def cost_text(name, value):
         if value >= size:
             return f"{short(value / size)} {unit}"
     return f"{short(value)} ns"
+
+
+def without_absent_engines(targets, costs):
+    """The rows whose engine was there, which one of the two was."""
+    engines = ("pcre8", "pcre2")
+    absent = [each for each in engines if not any(name.endswith("/vu-" + each) for name in costs)]
+    if len(absent) == len(engines):
+        return targets
+    return [row for row in targets if not any(each in row[1] + row[2] for each in absent)]
 
 
 class Row:
@@ -195,7 +204,7 @@ def main():
     costs, throughputs = read_results(results)
     if not costs:
         sys.exit("report.py: nothing was measured")
-    rows = [Row(*target, costs) for target in read_targets()]
+    rows = [Row(*target, costs) for target in without_absent_engines(read_targets(), costs)]
     whole = len(sys.argv) > 2
     missing = [row for row in rows if not row.measured] if whole else []
     for row in missing:

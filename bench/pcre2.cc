@@ -1,32 +1,28 @@
-#ifndef VU_BENCH_PCRE2_BARE_PCRE_H_
-#define VU_BENCH_PCRE2_BARE_PCRE_H_
+// PCRE2 as a careful user has it: compiled just in time and entered directly, with room of its own.
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
-#include <string>
-
-#include "bench/support.h"
+#include "bench/pattern.h"
 
 namespace vu::bench {
+namespace {
 
-/// PCRE2 as a careful user has it: compiled just in time and entered directly, with room of its
-/// own.
-class BarePcre {
+class Pcre2 {
  public:
-  BarePcre(const char* pattern, int options) {
+  Pcre2(const char* pattern, int options) {
     int error = 0;
     std::size_t offset = 0;
-    pattern_ =
-        pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern), PCRE2_ZERO_TERMINATED,
-                      (options & 1) != 0 ? PCRE2_CASELESS : PCRE2_DOTALL, &error, &offset, nullptr);
+    const std::uint32_t theirs = options == vu_pcre::caseless ? PCRE2_CASELESS : PCRE2_DOTALL;
+    pattern_ = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern), PCRE2_ZERO_TERMINATED, theirs,
+                             &error, &offset, nullptr);
     require(pattern_ != nullptr, std::string("pcre2_compile refuses ") + pattern);
     require(pcre2_jit_compile(pattern_, PCRE2_JIT_COMPLETE) == 0, "no just-in-time code");
     found_ = pcre2_match_data_create_from_pattern(pattern_, nullptr);
   }
-  BarePcre(const BarePcre&) = delete;
-  BarePcre& operator=(const BarePcre&) = delete;
-  ~BarePcre() {
+  Pcre2(const Pcre2&) = delete;
+  Pcre2& operator=(const Pcre2&) = delete;
+  ~Pcre2() {
     pcre2_match_data_free(found_);
     pcre2_code_free(pattern_);
   }
@@ -44,6 +40,7 @@ class BarePcre {
   pcre2_match_data* found_;
 };
 
-}  // namespace vu::bench
+[[maybe_unused]] const bool isRegistered = registerEngine<Pcre2>("pcre2_jit_match");
 
-#endif  // VU_BENCH_PCRE2_BARE_PCRE_H_
+}  // namespace
+}  // namespace vu::bench

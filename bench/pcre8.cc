@@ -1,30 +1,28 @@
-#ifndef VU_BENCH_PCRE8_BARE_PCRE_H_
-#define VU_BENCH_PCRE8_BARE_PCRE_H_
+// PCRE 8 as a careful user has it: studied for the just-in-time compiler, one vector, cleared before
+// each search.
 
 #include <pcre.h>
 
 #include <algorithm>
 #include <iterator>
-#include <string>
 
-#include "bench/support.h"
+#include "bench/pattern.h"
 
 namespace vu::bench {
+namespace {
 
-/// PCRE as a careful user has it: studied for the just-in-time compiler, one vector, cleared before
-/// each search.
-class BarePcre {
+class Pcre8 {
  public:
-  BarePcre(const char* pattern, int options) {
+  Pcre8(const char* pattern, int options) {
     const char* error = nullptr;
     int offset = 0;
     pattern_ = pcre_compile(pattern, options, &error, &offset, nullptr);
     require(pattern_ != nullptr, std::string("pcre_compile refuses ") + pattern);
     study_ = pcre_study(pattern_, PCRE_STUDY_JIT_COMPILE, &error);
   }
-  BarePcre(const BarePcre&) = delete;
-  BarePcre& operator=(const BarePcre&) = delete;
-  ~BarePcre() {
+  Pcre8(const Pcre8&) = delete;
+  Pcre8& operator=(const Pcre8&) = delete;
+  ~Pcre8() {
     pcre_free_study(study_);
     pcre_free(pattern_);
   }
@@ -42,6 +40,7 @@ class BarePcre {
   int vector_[9];
 };
 
-}  // namespace vu::bench
+[[maybe_unused]] const bool isRegistered = registerEngine<Pcre8>("pcre_exec");
 
-#endif  // VU_BENCH_PCRE8_BARE_PCRE_H_
+}  // namespace
+}  // namespace vu::bench
