@@ -18,9 +18,9 @@
 #include <memory>
 #include <random>
 #include <thread>
-#include <unordered_set>
 
 #include "bench/support.h"
+#include "tests/plain/table.h"
 
 namespace vu::bench {
 namespace {
@@ -53,35 +53,6 @@ std::string_view domainByPsl(const psl_ctx_t* table, std::string_view url) {
 // ---------------------------------------------------------------------------------------------
 // Real URLs in the real table
 
-/// The records of the definition file, and the `shortest` rule as a reader would tell it.
-struct PlainTable {
-  std::unordered_set<std::string> suffixes;
-  int maxLabels = 2;
-
-  PlainTable() {
-    std::ifstream file(inputs().suffixFile);
-    std::string suffix;
-    for (int labels = 0; file >> suffix >> labels; maxLabels = std::max(maxLabels, labels)) {
-      suffixes.insert(suffix);
-    }
-  }
-
-  std::string_view domain(std::string_view host) const {
-    std::size_t start = host.rfind('.');
-    std::size_t lastTwo = std::string_view::npos;
-    for (int labels = 2; start != std::string_view::npos && labels <= maxLabels; ++labels) {
-      const std::size_t dot = start == 0 ? std::string_view::npos : host.rfind('.', start - 1);
-      const std::string_view candidate = host.substr(dot + 1);
-      if (lastTwo == std::string_view::npos) lastTwo = dot + 1;
-      if (suffixes.count(std::string(candidate)) != 0) {
-        return host.substr(host.rfind('.', dot - 1) + 1);
-      }
-      start = dot;
-    }
-    return host.substr(lastTwo);
-  }
-};
-
 /// Checks every URL before `job` is measured on them: `domainOf` against `expected`.
 template <typename DomainOf, typename Expected, typename Job>
 void lookUp(benchmark::State& state, DomainOf domainOf, Expected expected, Job job) {
@@ -92,8 +63,9 @@ void lookUp(benchmark::State& state, DomainOf domainOf, Expected expected, Job j
 }
 
 std::string_view shortestByPlainTelling(std::string_view url) {
-  static const PlainTable table;
-  return table.domain(bareHostCut(url));
+  static test::PlainTable table;
+  static const std::string loaded = table.load(inputs().suffixFile.c_str());
+  return table.classify(url).domain;
 }
 
 std::string_view longestByPsl(std::string_view url) { return domainByPsl(pslTable(), url); }

@@ -7,12 +7,12 @@
 #include <cstdint>
 #include <string_view>
 
+#include "domain/table_format.h"
+
 namespace vu::detail {
 
-constexpr std::size_t kLongestToken = 1023;
-
 /// Reads records as `fscanf(file, "%s %hd\n", ...)` does in the classic locale, but bounded: a
-/// token of more than 1023 bytes is a bad record. Like a C string, a token ends at a NUL inside it.
+/// token longer than kLongestToken is a bad record. Like a C string, a token ends at a NUL inside it.
 class DefinitionFile {
  public:
   /// Reads the file whose bytes these are, which must outlive it. `whole` is false for one whose

@@ -50,7 +50,7 @@ class JoinedLabels {
   const char* inHost(const char* label) const noexcept;
 
  private:
-  static constexpr std::size_t kRoom = 1024;  ///< More than any name of a table has.
+  static constexpr std::size_t kRoom = kLongestToken + 1;  ///< More than any name of a table has.
 
   std::string_view host_;
   char bytes_[kRoom];  ///< Filled from its end.

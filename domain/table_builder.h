@@ -19,8 +19,9 @@ class TableBuilder {
   /// Makes room for about this many tokens.
   void reserve(std::size_t tokens);
 
-  /// Lists a token, a suffix or a rule with "*." or "!" in front, of at most 1023 bytes; `section`
-  /// is one of SectionBits. Throws only when memory runs out, or the numbers of the format do.
+  /// Lists a token, a suffix or a rule with "*." or "!" in front, no longer than kLongestToken;
+  /// `section` is one of SectionBits. Throws only when memory runs out, or the numbers of the
+  /// format do.
   void add(std::string_view token, unsigned section = kOwnRules);
 
   /// The number of distinct tokens.

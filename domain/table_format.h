@@ -18,6 +18,8 @@ constexpr std::string_view kTableMagic = "\x8Dvutab\r\n";
 constexpr unsigned kTableMajor = 2;
 constexpr unsigned kTableMinor = 0;
 constexpr std::uint32_t kByteOrder = 0x01020304;
+/// The longest suffix or rule, in bytes, "*." or "!" in front of it counted.
+constexpr std::size_t kLongestToken = 1023;
 
 /// Where the fields of the header stand.
 namespace header {

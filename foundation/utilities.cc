@@ -69,7 +69,8 @@ unsigned int numericLength(unsigned int value) {
   return digits;
 }
 
-// Callers have them inline; those that take their address find them here.
+// The header has these functions inline, so that no other code here would make the library export
+// them; a program that takes their address without inlining them needs those that stand here.
 template <typename Time>
 using Difference = double (*)(const Time&, const Time&, bool);
 [[gnu::used]] static const Difference<timeval> ofTimeval = TimeDifference;

@@ -142,5 +142,6 @@ int vu_memcmp(const unsigned char* a, const unsigned char* b, unsigned int n) {
 
 template class vu_data<unsigned char*, 20>;
 
-// Callers have it inline; those that take its address find it here.
+// The header has this function inline, so that no other code here would make the library export it;
+// a program that takes its address without inlining it needs the one that stands here.
 [[gnu::used]] static int (*const exported)(const unsigned char*, const unsigned char*) = vu_cmpUC20;

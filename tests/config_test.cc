@@ -8,6 +8,7 @@
 
 #include "tests/allocations.h"
 #include "tests/plain/settings.h"
+#include "tests/process.h"
 #include "tests/support.h"
 
 namespace vu::test {

@@ -12,6 +12,7 @@
 #include <openssl/provider.h>
 
 #include "tests/plain/cipher.h"
+#include "tests/process.h"
 #include "tests/support.h"
 
 namespace vu::test {

@@ -11,6 +11,7 @@
 
 #include "tests/allocations.h"
 #include "tests/plain/settings.h"
+#include "tests/process.h"
 #include "tests/support.h"
 #include "vu/vu.h"
 

@@ -14,7 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/plain/table.h"
-#include "tests/shell.h"
+#include "tests/process.h"
 #include "tests/support.h"
 #include "vu/config.h"
 #include "vu/domain.h"

@@ -1,5 +1,6 @@
 // What only a library over PCRE 8 has.
 
+#include <gtest/gtest.h>
 #include <pcre.h>
 
 #include "tests/allocations.h"

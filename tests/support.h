@@ -4,7 +4,6 @@
 #define VU_TESTS_SUPPORT_H_
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -17,8 +16,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "vu/foundation.h"
 
@@ -110,24 +107,6 @@ class ExactCopy {
   std::unique_ptr<char[]> bytes_;
   std::size_t size_;
 };
-
-/// Runs `action` in a child process, up to the end of its static objects. Its failures are printed.
-template <typename Action>
-void inChild(Action action) {
-  std::fflush(nullptr);
-  const pid_t child = fork();
-  if (child == 0) {
-    try {
-      action();
-    } catch (const std::exception& failure) {
-      ADD_FAILURE() << failure.what();
-    }
-    std::exit(testing::Test::HasFailure() ? 1 : 0);
-  }
-  int status = 0;
-  ASSERT_EQ(child, waitpid(child, &status, 0));
-  EXPECT_EQ(0, status);
-}
 
 }  // namespace vu::test
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/plain/cipher.h"
+#include "tests/process.h"
 #include "tests/support.h"
 #include "vu/vu.h"
 

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/shell.h"
+#include "tests/process.h"
 #include "tests/support.h"
 #include "tools/buffer.h"
 #include "vu/domain.h"

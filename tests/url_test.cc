@@ -11,7 +11,7 @@
 
 #include "fuzz/seeds.h"
 #include "tests/allocations.h"
-#include "tests/shell.h"
+#include "tests/process.h"
 #include "tests/support.h"
 #include "url/idna.h"
 #include "vu/domain.h"

@@ -1,10 +1,12 @@
-// The vu tool in a shell command line.
+// Other processes: the vu tool in a shell command line, and pieces of tests.
 
-#ifndef VU_TESTS_SHELL_H_
-#define VU_TESTS_SHELL_H_
+#ifndef VU_TESTS_PROCESS_H_
+#define VU_TESTS_PROCESS_H_
 
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -40,6 +42,24 @@ inline testing::AssertionResult says(const std::string& text, const std::string&
          << "expected: " << expected << "\nfound: " << text.substr(0, 2000);
 }
 
+/// Runs `action` in a child process, up to the end of its static objects. Its failures are printed.
+template <typename Action>
+void inChild(Action action) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    try {
+      action();
+    } catch (const std::exception& failure) {
+      ADD_FAILURE() << failure.what();
+    }
+    std::exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, status);
+}
+
 }  // namespace vu::test
 
-#endif  // VU_TESTS_SHELL_H_
+#endif  // VU_TESTS_PROCESS_H_
