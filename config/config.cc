@@ -82,20 +82,20 @@ void vu_config::initConfig(int argc, char* const* argv, const void* table) {
 
 void vu_config::reload(int argc, char* const* argv, const void* table) {
   const vu_getopt parser(argc, argv, static_cast<const vu_opt_helper*>(table));
-  Settings staged;
+  Settings staged(static_cast<std::size_t>(parser.optCount()));
   for (int row = 0; row < parser.optCount(); ++row) {
     const config_helper& record = parser.params()[row];
     const Setting* const known = find(confMap_, record.name);
     if (known != nullptr && known->origin.empty()) continue;
-    Setting setting = settingOf(record, parser.origin(row));
-    checkReadable(setting);
+    std::unique_ptr<Setting> setting = settingOf(record, parser.origin(row));
+    checkReadable(*setting);
     staged.set(std::move(setting));
   }
   made(confMap_).setAll(staged);
 }
 
 int vu_config::configParams(const vu_getopt& parser) {
-  Settings staged;
+  Settings staged(static_cast<std::size_t>(parser.optCount()));
   for (int row = 0; row < parser.optCount(); ++row) {
     staged.set(settingOf(parser.params()[row], parser.origin(row)));
   }

@@ -66,6 +66,9 @@ void vu_getopt::parseConfigLine(const std::string& line) {
     throw vu_exception(vu_failure::settings,
                        "Unknown configure parameter in conf_file : " + std::string(name));
   }
+  if (fileText_ == nullptr) {
+    fileText_ = std::make_unique<std::string[]>(static_cast<unsigned int>(optCount_));
+  }
   std::string& text = fileText_[static_cast<std::size_t>(row)];
   text.assign(value);
   const bool isFlag = optTable_[row].type == 'b';

@@ -100,7 +100,6 @@ int vu_getopt::getOptions() {
   while (optTable_[count].name != nullptr) ++count;
   const auto slots = static_cast<std::size_t>(count) + 1;
   auto params = std::make_unique<config_helper[]>(slots);
-  auto fileText = std::make_unique<std::string[]>(slots);
   auto sources = std::make_unique<Sources>(slots);
   const std::string letters = getoptLetters(optTable_);
   for (std::size_t row = 0; row + 1 < slots; ++row) {
@@ -108,7 +107,7 @@ int vu_getopt::getOptions() {
   }
   optCount_ = count;
   params_ = std::move(params);
-  fileText_ = std::move(fileText);
+  fileText_ = nullptr;
   sources_ = std::move(sources);
   if (argc_ != 0) applyOptions(*this, argc_, argv_, letters);
   return 0;

@@ -52,8 +52,18 @@ void replace(Setting& known, Setting& by) noexcept {
 }
 
 Setting::Kind kindOf(char type) {
-  if (type == 0) return Setting::none;
-  return std::strchr("delpu", type) != nullptr ? Setting::number : Setting::text;
+  switch (type) {
+    case 0:
+      return Setting::none;
+    case 'd':
+    case 'e':
+    case 'l':
+    case 'p':
+    case 'u':
+      return Setting::number;
+    default:
+      return Setting::text;
+  }
 }
 
 template <typename Word>
@@ -82,21 +92,27 @@ std::size_t hashOf(std::string_view name) {
 
 }  // namespace
 
-Setting settingOf(const config_helper& record, std::string origin) {
-  Setting setting{record.name, {}, std::move(origin), nothing(), Setting::none};
+std::unique_ptr<Setting> settingOf(const config_helper& record, std::string origin) {
+  auto setting = std::make_unique<Setting>();
+  config_obj& stored = setting->stored;
   if (record.type == 'b') {
-    setting.stored = {'d', val2str(flagCount(record.value))};
+    stored.type = 'd';
+    stored.value = val2str(flagCount(record.value));
   } else if (record.value != nullptr) {
-    setting.stored = {record.type, record.value};
+    stored.type = record.type;
+    stored.value = record.value;
   } else {
     throw vu_exception(vu_failure::settings,
                        std::string("Null value for parameter [") + record.name + "]");
   }
-  setting.kind = kindOf(setting.stored.type);
+  setting->name = record.name;
+  setting->origin = std::move(origin);
+  setting->value = nothing();
+  setting->kind = kindOf(stored.type);
   try {
-    setting.value = numberOf(setting.stored);
+    setting->value = numberOf(stored);
   } catch (const vu_exception&) {
-    setting.kind = Setting::unreadable;  // a reader is told why, each time
+    setting->kind = Setting::unreadable;  // a reader is told why, each time
   }
   return setting;
 }
@@ -123,33 +139,27 @@ vu_exception failureOf(const Setting& setting, vu_failure kind, const std::strin
       kind, setting.name + " (" + (origin.empty() ? kSetByProgram : origin) + "): " + reason);
 }
 
-Settings::Settings(const Settings& other) : Settings() {
-  makeRoom(other.entries_.size());
-  for (const auto& each : other.entries_) add(std::make_unique<Setting>(*each));
+Settings::Settings(const Settings& other) : Settings(other.entries_.size()) {
+  for (const auto& each : other.entries_) put(std::make_unique<Setting>(*each));
 }
 
 const Setting* Settings::find(const char* name) const noexcept {
   return name != nullptr && !slots_.empty() ? slots_[slotOf(name)] : nullptr;
 }
 
-void Settings::set(Setting setting) {
+void Settings::set(std::unique_ptr<Setting> setting) {
   makeRoom(entries_.size() + 1);
-  if (Setting* const known = slots_[slotOf(setting.name)]) {
-    replace(*known, setting);
-  } else {
-    add(std::make_unique<Setting>(std::move(setting)));
-  }
+  put(std::move(setting));
 }
 
 void Settings::setAll(Settings& staged) {
-  makeRoom(entries_.size() + staged.entries_.size());
-  for (auto& each : staged.entries_) {
-    if (Setting* const known = slots_[slotOf(each->name)]) {
-      replace(*known, *each);
-    } else {
-      add(std::move(each));
-    }
+  if (entries_.empty()) {
+    entries_.swap(staged.entries_);
+    slots_.swap(staged.slots_);
+    return;
   }
+  makeRoom(entries_.size() + staged.entries_.size());
+  for (auto& each : staged.entries_) put(std::move(each));
 }
 
 /// The slot of a name, or the free one where it belongs: there is always one.
@@ -160,10 +170,15 @@ std::size_t Settings::slotOf(std::string_view name) const noexcept {
   return slot;
 }
 
-/// There is room for it, and its name is new.
-void Settings::add(std::unique_ptr<Setting> setting) noexcept {
-  slots_[slotOf(setting->name)] = setting.get();
-  entries_.push_back(std::move(setting));
+/// There is room for it.
+void Settings::put(std::unique_ptr<Setting> setting) noexcept {
+  Setting*& slot = slots_[slotOf(setting->name)];
+  if (slot != nullptr) {
+    replace(*slot, *setting);
+  } else {
+    slot = setting.get();
+    entries_.push_back(std::move(setting));
+  }
 }
 
 /// Makes room for that many entries in all.

@@ -31,7 +31,7 @@ struct Setting {
 };
 
 /// The setting of a record. Throws vu_exception for a null text of another type than 'b'.
-Setting settingOf(const config_helper& record, std::string origin);
+std::unique_ptr<Setting> settingOf(const config_helper& record, std::string origin);
 
 /// The value of a setting by its letter. Throws what str2val throws for the text.
 config_value valueOf(const Setting& setting);
@@ -47,6 +47,8 @@ class Settings {
   using Entries = std::vector<std::unique_ptr<Setting>>;
 
   Settings() = default;
+  /// Has room for so many.
+  explicit Settings(std::size_t count) { makeRoom(count); }
   Settings(const Settings& other);
   Settings& operator=(const Settings&) = delete;
 
@@ -56,7 +58,7 @@ class Settings {
   const Entries& entries() const { return entries_; }
 
   /// Stores one, in place of one of its name.
-  void set(Setting setting);
+  void set(std::unique_ptr<Setting> setting);
 
   /// Stores all of `staged`, or throws for want of memory and stores none. Leaves `staged` in
   /// whatever state.
@@ -64,7 +66,7 @@ class Settings {
 
  private:
   std::size_t slotOf(std::string_view name) const noexcept;
-  void add(std::unique_ptr<Setting> setting) noexcept;
+  void put(std::unique_ptr<Setting> setting) noexcept;
   void makeRoom(std::size_t count);
 
   Entries entries_;
