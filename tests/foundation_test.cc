@@ -143,6 +143,7 @@ TEST(Utilities, TimeDifference) {
     double seconds, microseconds;
   } rows[] = {{{10, 200000}, {8, 700000}, 1.5, 1500000},
               {{5, 0}, {6, 500000}, 0.5, 500000},
+              {{5, 0}, {5, 0}, 0, 0},
               {{most, 0}, {least, 0}, seconds, seconds * 1e6},
               {{least, 0}, {most, 1}, 0.999999, 999999}};
   for (const auto& row : rows) {

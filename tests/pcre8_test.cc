@@ -1,7 +1,8 @@
 // What only a library over PCRE 8 has.
 
-#include <gtest/gtest.h>
 #include <pcre.h>
+
+#include <gtest/gtest.h>
 
 #include "tests/allocations.h"
 #include "tests/plain/pattern.h"

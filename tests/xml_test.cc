@@ -54,6 +54,7 @@ TEST(Xml, ParsesWhatTheExpressionDescribes) {
     EXPECT_EQ("vu_pcrexml::execute Empty Tag",
               messageOf([&] { Tree tree(parser.execute("x", tag)); }));
   }
+  EXPECT_EQ(0U, vu_pcrexml().stoppedAt());
   EXPECT_EQ("vu_pcrexml: Empty XML Data", messageOf([&] { parser.subpattern(nullptr, "x", 1); }));
   xmldata root("r", 1, nullptr, 0);
   EXPECT_EQ("vu_pcrexml: PCRE matching error [-2]",
