@@ -15,9 +15,9 @@
 // repetitions from the pattern's beginning on and gives up at the first item that it does not know:
 // so those get each pattern behind a group that is repeated no times, and in one of its own, since
 // it begins anew with every alternative; which changes nothing else but costs a fifth of a longer
-// search. Without alternatives 10.42 needs no such guard: behind what
-// may have several lengths, such as "a?", it remembers the whole range of places that have failed.
-// Older releases differ in that, too.
+// search. Without alternatives 10.42 needs no such guard: behind what may have several lengths,
+// such as "a?", it remembers the whole range of places that have failed. Older releases differ in
+// that, too.
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
@@ -259,11 +259,23 @@ int resultOf(int result, int options) {
 }
 
 /// A group that took no part has the largest offset there is, which becomes -1.
-void copyPairs(const PCRE2_SIZE* offsets, std::uint32_t pairs, int* ovector) {
-  for (const PCRE2_SIZE* const end = offsets + 2 * std::size_t{pairs}; offsets != end;) {
-    *ovector++ = static_cast<int>(*offsets++);
-    *ovector++ = static_cast<int>(*offsets++);
-  }
+void copyPair(const PCRE2_SIZE* offsets, std::size_t pair, int* ovector) {
+  ovector[2 * pair] = static_cast<int>(offsets[2 * pair]);
+  ovector[2 * pair + 1] = static_cast<int>(offsets[2 * pair + 1]);
+}
+
+__attribute__((noinline)) void copyPairs(const PCRE2_SIZE* offsets, std::uint32_t pairs,
+                                         int* ovector) {
+  for (std::size_t pair = 0; pair < pairs; ++pair) copyPair(offsets, pair, ovector);
+}
+
+/// The same where there are few, as for most patterns, without a loop.
+void copyFewPairs(const PCRE2_SIZE* offsets, std::uint32_t pairs, int* ovector) {
+  if (pairs > 3) return copyPairs(offsets, pairs, ovector);
+  copyPair(offsets, 0, ovector);
+  if (pairs == 1) return;
+  copyPair(offsets, 1, ovector);
+  if (pairs == 3) copyPair(offsets, 2, ovector);
 }
 
 /// The offsets that fit the caller's vector, whose last third is not for them.
@@ -411,7 +423,7 @@ int searchRegex(const Regex& regex, const Study& study, const char* subject, int
       stackRoom() >= study.jitFrame) {
     const int result = own->enterJit(study.jit, {subject, static_cast<std::size_t>(length)},
                                      static_cast<std::size_t>(startOffset), 0);
-    if (result > 0) copyPairs(own->offsets(), regex.pairs, ovector);
+    if (result > 0) copyFewPairs(own->offsets(), regex.pairs, ovector);
     if (result >= PCRE2_ERROR_NOMATCH) return result;
     return search(regex, nullptr, subject, length, startOffset, options, ovector, ovecsize);
   }
