@@ -112,8 +112,8 @@ struct Terms {
   const char* message = nullptr;  ///< How a text begins that may stand for std::bad_alloc.
 };
 
-/// What there is to complain of after `act` on what `make` gives, in which allocation `number`, from
-/// 0, fails. Clears `reached` when it makes fewer.
+/// What there is to complain of after `act` on what `make` gives, in which allocation `number`,
+/// counted from 0, fails. Clears `reached` when it makes fewer.
 template <typename Make, typename Act>
 std::string failAt(Make make, Act act, const Terms& terms, long number, const std::string& done,
                    bool& reached) {
