@@ -11,8 +11,8 @@
 
 namespace vu::detail {
 
-/// Reads records as `fscanf(file, "%s %hd\n", ...)` does in the classic locale, but bounded: a token
-/// longer than kLongestToken is a bad record. Like a C string, a token ends at a NUL inside it.
+/// Reads records as `fscanf(file, "%s %hd\n", ...)` does in the classic locale, but bounded: a
+/// token longer than kLongestToken is a bad record. Like a C string, a token ends at a NUL in it.
 class DefinitionFile {
  public:
   /// Reads the file whose bytes these are, which must outlive it. `whole` is false for one whose
