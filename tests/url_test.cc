@@ -121,7 +121,7 @@ TEST(Url, DomainsOfHosts) {
       {"http://a!b.c.co.uk", "202 ", "0 c.co.uk"},
       {"http://a..x.co.uk", "0 x.co.uk", "0 x.co.uk"},
       {"http://!.co.uk", "204 ", "202 "},
-      {"http://!co.uk", "204 ", "202 "},
+      {"http://!a.co.uk", "0 a.co.uk", "202 "},
       {"http://1.2.-", "202 ", "202 "},
       {"http://255.0xff.1", "0 255.255.0.1", "0 255.255.0.1"},
       {"foo://a.co.uk", "202 ", "202 "},
