@@ -1,9 +1,10 @@
 // Many URLs in one call. The caller owns what goes in and what comes out, so that nothing here
 // allocates; where the texts lie is the only difference between the forms.
 //
-// In a table that no cache holds, a look-up waits for memory up to four times, for one piece after
-// the other. A group of URLs goes through these steps together, each step asking for what the next
-// one reads: so many wait at once.
+// A group of URLs goes through the steps of a look-up together. Few hosts need the table's rules, and
+// which of them do, a processor guesses wrongly: they are gathered first, without a branch, and done
+// behind all others. In a table that no cache holds, a look-up waits for memory up to four times, for
+// one piece after the other: each step asks for what the next one reads, so that many wait at once.
 
 #include <algorithm>
 #include <cstring>
@@ -35,22 +36,21 @@ PlainName plainNameOf(std::string_view url) noexcept {
                                                                  : PlainName();
 }
 
-/// Fetches what is listed for a group; how far that is needed is in `keys`, 0 for not at all.
-void fetch(const SuffixTable& table, const PlainName* names, std::size_t count) noexcept {
+/// Those of a group for which a rule may be listed, by their numbers.
+struct Listed {
+  unsigned char numbers[kGroup];
+  std::size_t count = 0;
+};
+
+/// Fetches what is listed for them.
+void fetch(const SuffixTable& table, const PlainName* names, const Listed& listed) noexcept {
   std::uint64_t keys[kGroup];
-  for (std::size_t i = 0; i < count; ++i) {
-    keys[i] = names[i].place ? names[i].key() : 0;
-    table.prefetchFilter(keys[i]);
+  for (std::size_t i = 0; i < listed.count; ++i) {
+    keys[i] = vu::detail::nameKey(names[listed.numbers[i]].domain());
+    table.prefetchBucket(keys[i]);
   }
-  std::size_t listed = 0;
-  for (std::size_t i = 0; i < count; ++i) {
-    if (!names[i].place || !table.mayKnow(keys[i])) continue;
-    const std::uint64_t key = vu::detail::nameKey(names[i].domain());
-    table.prefetchBucket(key);
-    keys[listed++] = key;
-  }
-  for (std::size_t i = 0; i < listed; ++i) table.prefetchRules(keys[i]);
-  for (std::size_t i = 0; i < listed; ++i) table.prefetchText(keys[i]);
+  for (std::size_t i = 0; i < listed.count; ++i) table.prefetchRules(keys[i]);
+  for (std::size_t i = 0; i < listed.count; ++i) table.prefetchText(keys[i]);
 }
 
 /// Writes a plain host with the domain that begins there, or none for null.
@@ -65,55 +65,58 @@ void writePlain(vu_record& record, const PlainName& name, const char* domain) no
   record.domain_length = narrow(name.end() - domain);
 }
 
-void write(vu_record& record, const Asked& asked, std::string_view url,
-           const PlainName& name) noexcept {
-  if (!name.place) {
-    vu::detail::classifyInto(record, asked.all, url, asked.match);
-  } else if (!mayBeListed(asked.table, asked.match, name)) {
-    writePlain(record, name, name.lastTwo());
-  } else {
-    const auto cut = cutListed(asked.table, asked.maxLabels, asked.match, name);
-    writePlain(record, name, cut.start);
-    record.status = cut.status;
-  }
-}
-
-/// `textAt` gives the URL of a number.
-template <typename TextAt>
-void writeGroup(const Asked& asked, TextAt textAt, std::size_t first, std::size_t count,
-                vu_record* records) noexcept {
-  PlainName names[kGroup];
-  for (std::size_t i = 0; i < count; ++i) names[i] = plainNameOf(textAt(first + i));
-  fetch(asked.table, names, count);
-  for (std::size_t i = 0; i < count; ++i) write(records[i], asked, textAt(first + i), names[i]);
-}
-
-template <typename TextAt>
-void writeAll(const Asked& asked, TextAt textAt, std::size_t first, std::size_t count,
-              vu_record* records) noexcept {
-  if (asked.table.bytes().size() <= kCached) {
-    for (std::size_t i = 0; i < count; ++i) {
-      const std::string_view url = textAt(first + i);
-      write(records[i], asked, url, plainNameOf(url));
+/// Writes all records as if nothing were listed, and finds out for whom a rule may be.
+template <typename UrlAt>
+Listed writeUnlisted(const Asked& asked, UrlAt urlAt, const PlainName* names, std::size_t count,
+                     vu_record* records) noexcept {
+  const unsigned asksWild = asked.match != vu_match::shortest;
+  Listed listed;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!names[i].place) {
+      vu::detail::classifyInto(records[i], asked.all, urlAt(i), asked.match);
+      continue;
     }
-    return;
+    writePlain(records[i], names[i], names[i].lastTwo());
+    listed.numbers[listed.count] = static_cast<unsigned char>(i);
+    const unsigned isKnown = asked.table.mayKnow(names[i].key());
+    listed.count += isKnown | (asksWild & unsigned{asked.table.mayHaveWildcard(names[i].end())});
   }
-  for (std::size_t i = 0; i < count; i += kGroup) {
-    writeGroup(asked, textAt, first + i, std::min(kGroup, count - i), records + i);
+  return listed;
+}
+
+template <typename UrlAt>
+void writeGroup(const Asked& asked, UrlAt urlAt, std::size_t count, vu_record* records) noexcept {
+  const bool isFar = asked.table.bytes().size() > kCached;
+  PlainName names[kGroup];
+  for (std::size_t i = 0; i < count; ++i) {
+    names[i] = plainNameOf(urlAt(i));
+    if (isFar && names[i].place) asked.table.prefetchFilter(names[i].key());
+  }
+  const Listed listed = writeUnlisted(asked, urlAt, names, count, records);
+  if (isFar) fetch(asked.table, names, listed);
+  for (std::size_t i = 0; i < listed.count; ++i) {
+    const std::size_t at = listed.numbers[i];
+    const auto cut = cutListed(asked.table, asked.maxLabels, asked.match, names[at]);
+    writePlain(records[at], names[at], cut.start);
+    records[at].status = cut.status;
   }
 }
 
-/// A caller's record may be longer or shorter than ours.
+/// `textAt` gives the URL of a number. A caller's record may be longer or shorter than ours.
 template <typename TextAt>
 void classifyAll(const Asked& asked, TextAt textAt, std::size_t count, vu_record* results,
                  std::size_t recordSize) noexcept {
-  if (recordSize == sizeof(vu_record)) return writeAll(asked, textAt, 0, count, results);
   char* to = reinterpret_cast<char*>(results);
   const std::size_t known = std::min(recordSize, sizeof(vu_record));
   for (std::size_t first = 0; first < count; first += kGroup) {
-    vu_record records[kGroup];
     const std::size_t some = std::min(kGroup, count - first);
-    writeAll(asked, textAt, first, some, records);
+    const auto urlAt = [=](std::size_t i) noexcept { return textAt(first + i); };
+    if (recordSize == sizeof(vu_record)) {
+      writeGroup(asked, urlAt, some, results + first);
+      continue;
+    }
+    vu_record records[kGroup];
+    writeGroup(asked, urlAt, some, records);
     for (std::size_t i = 0; i < some; ++i, to += recordSize) {
       std::memcpy(to, &records[i], known);
       std::memset(to + known, 0, recordSize - known);
