@@ -32,6 +32,7 @@ struct LineMasks {
 
   std::uint64_t ends;
   std::uint64_t unsafe;
+  std::size_t count;  ///< Of the ends.
 };
 
 /// The masks of `count` times 64 bytes at `text`; `end` ends a line. Done in the fastest way that
@@ -42,17 +43,12 @@ void findMasks(const char* text, std::size_t count, char end, const Unsafe& unsa
 /// Lines behind each other, without their ends.
 struct LineChunk {
   static constexpr std::size_t kFull = 256;
-  static constexpr std::size_t kRoom = kFull + LineMasks::kBytes;
+  static constexpr std::size_t kRoom = kFull + LineMasks::kBytes + 2;  // lines are written by twos
 
   std::size_t count = 0;
   std::array<vu_text, kRoom> lines{};
   /// Whether a line has no unsafe byte, and RowFrame::kReadBehind bytes of the block behind it.
   std::array<bool, kRoom> isPlain{};
-
-  void add(const char* start, const char* end, bool plain) {
-    lines[count] = {start, static_cast<std::size_t>(end - start)};
-    isPlain[count++] = plain;
-  }
 };
 
 /// Cuts a block up.
@@ -70,8 +66,9 @@ class LineCutter {
 
  private:
   bool moreMasks();
-  void cutPlain(std::uint64_t ends, LineChunk& chunk);
+  void cutPlain(LineMasks masks, LineChunk& chunk);
   void cutMixed(LineMasks masks, LineChunk& chunk);
+  void setSizes(LineChunk& chunk) const;
 
   const char* start_;  ///< Of the line that comes next.
   const char* at_;     ///< What the next masks tell of.
@@ -82,6 +79,7 @@ class LineCutter {
   std::array<LineMasks, 64> masks_{};
   std::size_t mask_ = 0;
   std::size_t maskCount_ = 0;
+  std::array<unsigned char, LineChunk::kRoom> returns_{};  ///< Whether one is part of a line's end.
 };
 
 }  // namespace vu::tool

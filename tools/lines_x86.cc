@@ -17,7 +17,7 @@ void findBySse2(const char* text, std::size_t count, char end, const Unsafe& uns
   const __m128i a = all(unsafe.bytes[0]), b = all(unsafe.bytes[1]);
   const __m128i c = all(unsafe.bytes[2]), d = all(unsafe.bytes[3]);
   for (; count > 0; --count, ++masks) {
-    *masks = {0, 0};
+    *masks = {0, 0, 0};
     for (std::size_t i = 0; i < LineMasks::kBytes; i += 16, text += 16) {
       const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
       const __m128i ab = _mm_or_si128(_mm_cmpeq_epi8(bytes, a), _mm_cmpeq_epi8(bytes, b));
@@ -26,16 +26,17 @@ void findBySse2(const char* text, std::size_t count, char end, const Unsafe& uns
       masks->ends |= bits(_mm_cmpeq_epi8(bytes, ends)) << i;
       masks->unsafe |= bits(found) << i;
     }
+    masks->count = static_cast<std::size_t>(__builtin_popcountll(masks->ends));
   }
 }
 
-[[gnu::target("avx2")]] void findByAvx2(const char* text, std::size_t count, char end,
-                                        const Unsafe& unsafe, LineMasks* masks) {
+[[gnu::target("avx2,popcnt")]] void findByAvx2(const char* text, std::size_t count, char end,
+                                               const Unsafe& unsafe, LineMasks* masks) {
   const __m256i ends = _mm256_set1_epi8(end), below = _mm256_set1_epi8(unsafe.below);
   const __m256i a = _mm256_set1_epi8(unsafe.bytes[0]), b = _mm256_set1_epi8(unsafe.bytes[1]);
   const __m256i c = _mm256_set1_epi8(unsafe.bytes[2]), d = _mm256_set1_epi8(unsafe.bytes[3]);
   for (; count > 0; --count, ++masks) {
-    *masks = {0, 0};
+    *masks = {0, 0, 0};
     for (std::size_t i = 0; i < LineMasks::kBytes; i += 32, text += 32) {
       const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text));
       const __m256i ab = _mm256_or_si256(_mm256_cmpeq_epi8(bytes, a), _mm256_cmpeq_epi8(bytes, b));
@@ -46,6 +47,7 @@ void findBySse2(const char* text, std::size_t count, char end, const Unsafe& uns
       masks->ends |= std::uint64_t{static_cast<std::uint32_t>(endBits)} << i;
       masks->unsafe |= std::uint64_t{static_cast<std::uint32_t>(_mm256_movemask_epi8(found))} << i;
     }
+    masks->count = static_cast<std::size_t>(__builtin_popcountll(masks->ends));
   }
 }
 

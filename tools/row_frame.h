@@ -20,8 +20,8 @@ class RowFrame {
   /// no title or text of a status has them.
   static constexpr std::string_view kDomain = "@";
   static constexpr std::string_view kUrl = "~";
-  /// How many bytes behind a text may be read.
-  static constexpr std::size_t kReadBehind = 32;
+  /// How many bytes behind a text may be read, and behind a row be written.
+  static constexpr std::size_t kReadBehind = 64;
 
   /// Of a row in which each of the two stands once at the most.
   explicit RowFrame(std::string_view sample)
@@ -31,21 +31,24 @@ class RowFrame {
         second_(cutVaried(sample)),
         end_(sample) {}
 
-  /// Adds the row of a URL that its format writes as it is, and so its domain, which is in it.
-  void append(Buffer& out, std::string_view url, std::string_view domain) const {
-    const std::string_view nothing(url.data(), 0);
-    const auto textOf = [&](Varied varied) {
-      return varied == Varied::url ? url : varied == Varied::domain ? domain : nothing;
+  /// Room for `count` rows with this many bytes of URLs together, and what is written behind them.
+  std::uint64_t room(std::size_t count, std::size_t urlBytes) const {
+    return count * (std::uint64_t{front_.size} + between_.size + end_.size) +
+           std::uint64_t{urlBytes} * 2 + kReadBehind;
+  }
+
+  /// Writes the row of a URL that its format writes as it is, and so its domain, which is in it.
+  /// Returns where it ends.
+  char* write(char* at, std::string_view url, std::string_view domain) const {
+    const auto putVaried = [&](Varied varied) {
+      if (varied == Varied::domain) at = copy<kMostlyDomain>(at, domain.data(), domain.size());
+      if (varied == Varied::url) at = copy<kMostlyUrl>(at, url.data(), url.size());
     };
-    char* at = out.room(std::uint64_t{front_.size} + between_.size + end_.size + url.size() +
-                        domain.size() + kReadBehind);
-    at = copy(at, front_.bytes.data(), front_.size);
-    const std::string_view first = textOf(first_);
-    at = copy(at, first.data(), first.size());
-    at = copy(at, between_.bytes.data(), between_.size);
-    const std::string_view second = textOf(second_);
-    at = copy(at, second.data(), second.size());
-    out.setEnd(copy(at, end_.bytes.data(), end_.size));
+    at = copy<kMostlyPiece>(at, front_.bytes.data(), front_.size);
+    putVaried(first_);
+    at = copy<kMostlyPiece>(at, between_.bytes.data(), between_.size);
+    putVaried(second_);
+    return copy<kMostlyPiece>(at, end_.bytes.data(), end_.size);
   }
 
  private:
@@ -70,11 +73,15 @@ class RowFrame {
     return varied == kUrl ? Varied::url : Varied::domain;
   }
 
+  // What most texts of a kind fit into: how often a loop is run would be mispredicted.
+  static constexpr std::size_t kMostlyPiece = 16;
+  static constexpr std::size_t kMostlyDomain = 32;
+  static constexpr std::size_t kMostlyUrl = kReadBehind;
+
+  template <std::size_t step>
   static char* copy(char* to, const char* from, std::size_t size) {
-    std::memcpy(to, from, kReadBehind);
-    for (std::size_t at = kReadBehind; at < size; at += kReadBehind) {
-      std::memcpy(to + at, from + at, kReadBehind);
-    }
+    std::memcpy(to, from, step);
+    for (std::size_t at = step; at < size; at += step) std::memcpy(to + at, from + at, step);
     return to + size;
   }
 

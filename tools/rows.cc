@@ -265,18 +265,24 @@ void RowWriter::writeFramed(const LineChunk& chunk, Rows& rows) const {
   }
   std::array<vu_record, LineChunk::kRoom> found;
   table_.classify(asked, chunk.count, found.data(), choices_.match);
+  const vu_text& last = chunk.lines[chunk.count - 1];
+  const auto bytes = static_cast<std::size_t>(last.data + last.size - chunk.lines[0].data);
+  char* at = rows.out.room(frame_->room(chunk.count, bytes));
   std::uint64_t ordinary = 0;
   for (std::size_t i = 0; i < chunk.count; ++i) {
+    const vu_text& line = chunk.lines[i];
     if (!chunk.isPlain[i] || !isOrdinary(found[i])) {
+      rows.out.setEnd(at);
       writeLine(chunk, i, rows);
+      at = rows.out.room(frame_->room(chunk.count, bytes));
       continue;
     }
     ++ordinary;
     const std::string_view domain(asked[i].data + found[i].domain_start, found[i].domain_length);
     if (choices_.countDomains) countDomain(domain, rows.tally);
-    if (choices_.onlyFailed) continue;
-    frame_->append(rows.out, {chunk.lines[i].data, chunk.lines[i].size}, domain);
+    if (!choices_.onlyFailed) at = frame_->write(at, {line.data, line.size}, domain);
   }
+  rows.out.setEnd(at);
   rows.tally.urls += ordinary;
   rows.tally.byStatus[0] += ordinary;
 }
