@@ -89,6 +89,7 @@ class HostParser {
   HostParser(std::string_view source, Room room) : room_(room) { host_.source = source; }
 
   vu_host parse(bool isSpecial) {
+    if (isSpecial && parseOrdinary()) return host_;
     readSource(host_.source, text_);
     if (text_.front() == '[') {
       parseBrackets();
@@ -118,6 +119,18 @@ class HostParser {
     } else {
       refuse(vu_host_refusal::noRoom);
     }
+  }
+
+  /// A name beyond ASCII at once. One that has bytes to be left out or decoded has them still when it
+  /// is in ASCII, and is left to the steps, as what is refused is.
+  bool parseOrdinary() {
+    Text name(&memory_);
+    if (isAscii(host_.source) || !ordinaryNameToAscii(host_.source, name) || name.empty() ||
+        std::any_of(name.begin(), name.end(), isForbiddenInName) || endsInNumber(name)) {
+      return false;
+    }
+    accept(vu_host_kind::name, name);
+    return true;
   }
 
   void parseBrackets() {

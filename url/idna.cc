@@ -254,8 +254,9 @@ bool mayHaveAce(std::string_view name) {
   return false;
 }
 
-/// An ordinary name that is not refused; false for all else, and nothing is said of it.
-bool nameToAsciiByIcu(std::string_view name, std::pmr::string& ascii) {
+}  // namespace
+
+bool ordinaryNameToAscii(std::string_view name, std::pmr::string& ascii) {
   constexpr std::size_t kLongest = 255;
   if (name.size() > kLongest || mayHaveAce(name) || icu() == nullptr) return false;
   char text[4 * kLongest];
@@ -268,10 +269,8 @@ bool nameToAsciiByIcu(std::string_view name, std::pmr::string& ascii) {
   return true;
 }
 
-}  // namespace
-
 bool nameToAscii(std::string_view name, std::pmr::string& ascii) {
-  if (nameToAsciiByIcu(name, ascii)) return true;
+  if (ordinaryNameToAscii(name, ascii)) return true;
   std::string text;
   const bool isGood = nameToAsciiInSteps(name, text);
   ascii = text;
