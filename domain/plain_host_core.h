@@ -5,6 +5,7 @@
 #ifndef VU_DOMAIN_PLAIN_HOST_CORE_H_
 #define VU_DOMAIN_PLAIN_HOST_CORE_H_
 
+#include <algorithm>
 #include <vector>
 
 #include "domain/byte_classes.h"
@@ -61,8 +62,11 @@ inline std::size_t findStart(std::uint64_t others, const char* text, std::size_t
 /// findPlainHost with the classes of those bytes.
 [[gnu::always_inline]] inline PlainHost findIn(const ByteClasses& bytes, const char* text,
                                                std::size_t size) noexcept {
-  const std::size_t start = findStart(bytes.others, text, size);
-  std::size_t end = start + lowest(bytes.others >> start);
+  // What is behind the text's end is nothing to stop at, or to guess about; nor is its size.
+  const std::uint64_t others =
+      bytes.others & ~std::uint64_t{0} >> (kStride - 1 - std::min(size - 1, kStride - 1));
+  const std::size_t start = findStart(others, text, size);
+  std::size_t end = start + lowest(others >> start);
   if (end >= kStride && size >= kStride) return findLongHost(text, size, start);
   if (end >= size) {
     end = size;
