@@ -323,7 +323,7 @@ TEST(Lookup, ClassifySays) {
   const TemporaryFile file("b.c 3\nab.c 3\nx.b.c 4\n");
   const vu_cctld deep(file.path());
   EXPECT_EQ(VU_COUNTRY_CODE_PURE_DOMAIN,
-            deep.classify(std::string_view("ab.c").substr(1), vu_match::publicSuffix).status);
+            deep.classify(std::string_view("x.ab.c").substr(3), vu_match::publicSuffix).status);
   const vu_domain completed = vu_cctld(nullptr, "xy").classify("host", vu_match::publicSuffix);
   EXPECT_EQ(VU_SUCCESS, completed.status);
   EXPECT_EQ(nullptr, completed.domain.data());
