@@ -1,6 +1,6 @@
-// The jobs that engines of regular expressions are measured by. An engine has `execute`, a search of
-// `length` bytes from byte `start` on with the result of `vu_pcre::execute`, `end`, where the match
-// ended, and `results`, the offsets of the match and its groups.
+// The jobs that engines of regular expressions are measured by. An engine has `execute`, a search
+// of `length` bytes from byte `start` on with the result of `vu_pcre::execute`, `end`, where the
+// match ended, and `results`, the offsets of the match and its groups.
 
 #ifndef VU_BENCH_PATTERN_H_
 #define VU_BENCH_PATTERN_H_

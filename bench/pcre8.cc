@@ -1,5 +1,5 @@
-// PCRE 8 as a careful user has it: studied for the just-in-time compiler, one vector, cleared before
-// each search.
+// PCRE 8 as a careful user has it: studied for the just-in-time compiler, one vector, cleared
+// before each search.
 
 #include <pcre.h>
 

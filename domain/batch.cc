@@ -1,10 +1,11 @@
 // Many URLs in one call. The caller owns what goes in and what comes out, so that nothing here
 // allocates; where the texts lie is the only difference between the forms.
 //
-// A group of URLs goes through the steps of a look-up together. Few hosts need the table's rules, and
-// which of them do, a processor guesses wrongly: they are gathered first, without a branch, and done
-// behind all others. In a table that no cache holds, a look-up waits for memory up to four times, for
-// one piece after the other: each step asks for what the next one reads, so that many wait at once.
+// A group of URLs goes through the steps of a look-up together. Few hosts need the table's rules,
+// and which of them do, a processor guesses wrongly: they are gathered first, without a branch, and
+// done behind all others. In a table that no cache holds, a look-up waits for memory up to four
+// times, for one piece after the other: each step asks for what the next one reads, so that many
+// wait at once.
 
 #include <algorithm>
 #include <cstring>

@@ -121,8 +121,8 @@ class HostParser {
     }
   }
 
-  /// A name beyond ASCII at once. One that has bytes to be left out or decoded has them still when it
-  /// is in ASCII, and is left to the steps, as what is refused is.
+  /// A name beyond ASCII at once. One that has bytes to be left out or decoded has them still when
+  /// it is in ASCII, and is left to the steps, as what is refused is.
   bool parseOrdinary() {
     Text name(&memory_);
     if (isAscii(host_.source) || !ordinaryNameToAscii(host_.source, name) || name.empty() ||

@@ -16,8 +16,8 @@ namespace vu::detail {
 /// Throws std::bad_alloc.
 bool nameToAscii(std::string_view name, std::pmr::string& ascii);
 
-/// The same, of an ordinary name that is not refused; false for all else, and nothing is said of it.
-/// Of a host as it stands in a URL as well: a byte that is not part of the name stays.
+/// The same, of an ordinary name that is not refused; false for all else, and nothing is said of
+/// it. Of a host as it stands in a URL as well: a byte that is not part of the name stays.
 bool ordinaryNameToAscii(std::string_view name, std::pmr::string& ascii);
 
 /// The same, of any name, by the steps of the standard.
