@@ -4,6 +4,7 @@
 
 #include "url/authority.h"
 
+#include <algorithm>
 #include <array>
 
 namespace vu::detail {
@@ -93,17 +94,46 @@ bool isPortOnly(Reader reader) {
   return end == kEnd || end == '/' || end == '?' || end == '#';
 }
 
+/// What a byte may be to an authority, as bits.
+enum ByteKind : unsigned char {
+  kDelimiter = 1,
+  kBackslash = 2,
+  kAt = 4,
+  kColon = 8,
+  kBracket = 16
+};
+
+constexpr std::array<unsigned char, 256> makeKinds() {
+  std::array<unsigned char, 256> kinds{};
+  kinds['/'] = kinds['?'] = kinds['#'] = kDelimiter;
+  kinds['\\'] = kBackslash;
+  kinds['@'] = kAt;
+  kinds[':'] = kColon;
+  kinds['['] = kinds[']'] = kBracket;
+  return kinds;
+}
+
+constexpr std::array<unsigned char, 256> kKinds = makeKinds();
+
+/// What ends an authority; only that of a special scheme ends at a backslash.
+unsigned endsOf(bool isSpecial) { return isSpecial ? kDelimiter | kBackslash : kDelimiter; }
+
 bool endsAuthority(int c, bool isSpecial) {
-  return c == kEnd || c == '/' || c == '?' || c == '#' || (isSpecial && c == '\\');
+  return c == kEnd || (kKinds[static_cast<unsigned char>(c)] & endsOf(isSpecial)) != 0;
+}
+
+/// The first byte that is of one of these kinds, or the end.
+const char* findKind(const char* at, const char* end, unsigned kinds) {
+  return std::find_if(at, end,
+                      [=](char c) { return (kKinds[static_cast<unsigned char>(c)] & kinds) != 0; });
 }
 
 /// Steps over credentials: everything up to the last "@" of the authority.
 bool skipCredentials(Reader& reader, bool isSpecial) {
+  const unsigned kinds = endsOf(isSpecial) | kAt;
   const char* last = nullptr;
-  for (const char* at = reader.position(); at != reader.end(); ++at) {
-    if (endsAuthority(static_cast<unsigned char>(*at), isSpecial)) break;
-    if (*at == '@') last = at;
-  }
+  const char* at = findKind(reader.position(), reader.end(), kinds);
+  for (; at != reader.end() && *at == '@'; at = findKind(at + 1, reader.end(), kinds)) last = at;
   if (last == nullptr) return false;
   reader.moveTo(last);
   reader.next();
@@ -112,13 +142,13 @@ bool skipCredentials(Reader& reader, bool isSpecial) {
 
 /// Reads the host, up to the end of the authority or a colon outside of brackets.
 std::string_view readHost(Reader& reader, bool isSpecial) {
+  const unsigned kinds = endsOf(isSpecial) | kColon | kBracket;
   const char* const start = reader.position();
-  const char* at = start;
+  const char* at = findKind(start, reader.end(), kinds);
   bool inBrackets = false;
-  for (; at != reader.end() && (*at != ':' || inBrackets); ++at) {
-    if (endsAuthority(static_cast<unsigned char>(*at), isSpecial)) break;
-    if (*at == '[') inBrackets = true;
-    if (*at == ']') inBrackets = false;
+  for (; at != reader.end(); at = findKind(at + 1, reader.end(), kinds)) {
+    if (*at == ':' ? !inBrackets : *at != '[' && *at != ']') break;
+    if (*at != ':') inBrackets = *at == '[';
   }
   reader.moveTo(at);
   return reader.from(start);
