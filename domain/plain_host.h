@@ -16,7 +16,7 @@ class PlainHost {
  public:
   static constexpr std::size_t kMostBytes = 0xFFFF;
 
-  /// None.
+  /// None as `PlainHost()`; without the brackets not set, which an array of them need not be.
   PlainHost() = default;
   PlainHost(std::size_t start, std::size_t end, std::size_t lastTwo, std::size_t nameEnd) noexcept
       : places_(start | std::uint64_t{end} << 16 | std::uint64_t{lastTwo} << 32 |
@@ -34,7 +34,7 @@ class PlainHost {
   std::size_t nameEnd() const noexcept { return static_cast<std::size_t>(places_ >> 48); }
 
  private:
-  std::uint64_t places_ = 0;
+  std::uint64_t places_;
 };
 
 /// Says that a text ends at its first NUL, and that 64 bytes of it can be read.

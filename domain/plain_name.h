@@ -15,7 +15,7 @@ namespace vu::detail {
 
 /// A plain host in its URL.
 struct PlainName {
-  const char* text = nullptr;
+  const char* text;
   PlainHost place;
 
   const char* start() const noexcept { return text + place.start(); }
