@@ -85,17 +85,19 @@ Listed writeUnlisted(const Asked& asked, UrlAt urlAt, const PlainName* names, st
   return listed;
 }
 
+/// A group has one URL at least.
 template <typename UrlAt>
 void writeGroup(const Asked& asked, UrlAt urlAt, std::size_t count, vu_record* records) noexcept {
   const bool isFar = asked.table.bytes().size() > kCached;
-  PlainName names[kGroup];
-  for (std::size_t i = 0; i < count; ++i) {
+  PlainName names[kGroup];  // of which the first `count` are set
+  std::size_t i = 0;
+  do {
     names[i] = plainNameOf(urlAt(i));
     if (isFar && names[i].place) asked.table.prefetchFilter(names[i].key());
-  }
+  } while (++i < count);
   const Listed listed = writeUnlisted(asked, urlAt, names, count, records);
   if (isFar) fetch(asked.table, names, listed);
-  for (std::size_t i = 0; i < listed.count; ++i) {
+  for (i = 0; i < listed.count; ++i) {
     const std::size_t at = listed.numbers[i];
     const auto cut = cutListed(asked.table, asked.maxLabels, asked.match, names[at]);
     writePlain(records[at], names[at], cut.start);
