@@ -57,8 +57,8 @@ std::size_t sizeUpToNul(const char* text) noexcept {
 
 PlainHost findPlainHost(const char* text, std::size_t size) noexcept {
   // No branch by the size: those of URLs lie about a stride's, so that it would be mispredicted.
-  const bool readable = size != 0 && (size >= kStride) + staysInPage(text) != 0;
-  return readable ? findPlainHostIn(text, size) : findInCopy(text, size);
+  const unsigned isReadable = unsigned{size >= kStride} | unsigned{staysInPage(text)};
+  return size != 0 && isReadable != 0 ? findPlainHostIn(text, size) : findInCopy(text, size);
 }
 
 PlainHost findLongHost(const char* text, std::size_t size, std::size_t start) noexcept {
