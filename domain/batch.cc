@@ -70,7 +70,7 @@ void writePlain(vu_record& record, const PlainName& name, const char* domain) no
 template <typename UrlAt>
 Listed writeUnlisted(const Asked& asked, UrlAt urlAt, const PlainName* names, std::size_t count,
                      vu_record* records) noexcept {
-  const unsigned asksWild = asked.match != vu_match::shortest;
+  const auto asksWild = static_cast<unsigned>(asked.match != vu_match::shortest);
   Listed listed;
   for (std::size_t i = 0; i < count; ++i) {
     if (!names[i].place) {
@@ -79,8 +79,9 @@ Listed writeUnlisted(const Asked& asked, UrlAt urlAt, const PlainName* names, st
     }
     writePlain(records[i], names[i], names[i].lastTwo());
     listed.numbers[listed.count] = static_cast<unsigned char>(i);
-    const unsigned isKnown = asked.table.mayKnow(names[i].key());
-    listed.count += isKnown | (asksWild & unsigned{asked.table.mayHaveWildcard(names[i].end())});
+    const auto isKnown = static_cast<unsigned>(asked.table.mayKnow(names[i].key()));
+    const auto isWild = static_cast<unsigned>(asked.table.mayHaveWildcard(names[i].end()));
+    listed.count += isKnown | (asksWild & isWild);
   }
   return listed;
 }

@@ -57,8 +57,10 @@ std::size_t sizeUpToNul(const char* text) noexcept {
 
 PlainHost findPlainHost(const char* text, std::size_t size) noexcept {
   // No branch by the size: those of URLs lie about a stride's, so that it would be mispredicted.
-  const unsigned isReadable = unsigned{size >= kStride} | unsigned{staysInPage(text)};
-  return size != 0 && isReadable != 0 ? findPlainHostIn(text, size) : findInCopy(text, size);
+  const bool isLong = size >= kStride;
+  const bool isReadable =
+      (static_cast<unsigned>(isLong) | static_cast<unsigned>(staysInPage(text))) != 0;
+  return size != 0 && isReadable ? findPlainHostIn(text, size) : findInCopy(text, size);
 }
 
 PlainHost findLongHost(const char* text, std::size_t size, std::size_t start) noexcept {

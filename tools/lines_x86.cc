@@ -55,7 +55,7 @@ void findBySse2(const char* text, std::size_t count, char end, const Unsafe& uns
 
 void findMasks(const char* text, std::size_t count, char end, const Unsafe& unsafe,
                LineMasks* masks) {
-  static const bool hasAvx2 = __builtin_cpu_supports("avx2") != 0;
+  static const auto hasAvx2 = static_cast<bool>(__builtin_cpu_supports("avx2"));
   (hasAvx2 ? findByAvx2 : findBySse2)(text, count, end, unsafe, masks);
 }
 
