@@ -17,7 +17,7 @@ class PlainHost {
   static constexpr std::size_t kMostBytes = 0xFFFF;
 
   /// None as `PlainHost()`; without the brackets not set, which an array of them need not be.
-  PlainHost() = default;
+  PlainHost() = default;  // cppcheck-suppress uninitMemberVar
   PlainHost(std::size_t start, std::size_t end, std::size_t lastTwo, std::size_t nameEnd) noexcept
       : places_(start | std::uint64_t{end} << 16 | std::uint64_t{lastTwo} << 32 |
                 std::uint64_t{nameEnd} << 48) {}
