@@ -79,6 +79,7 @@ Listed writeUnlisted(const Asked& asked, UrlAt urlAt, const PlainName* names, st
     }
     writePlain(records[i], names[i], names[i].lastTwo());
     listed.numbers[listed.count] = static_cast<unsigned char>(i);
+    // As mayBeListed, without its branch, which is what one URL by itself is faster with.
     const auto isKnown = static_cast<unsigned>(asked.table.mayKnow(names[i].key()));
     const auto isWild = static_cast<unsigned>(asked.table.mayHaveWildcard(names[i].end()));
     listed.count += isKnown | (asksWild & isWild);

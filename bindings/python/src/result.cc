@@ -168,6 +168,10 @@ void* slot(Function function) {
   return reinterpret_cast<void*>(function);
 }
 
+/// What a function of one pointer takes the address of.
+template <typename Result, typename Argument>
+Argument pointee(Result (*function)(Argument*));
+
 }  // namespace
 
 void defineResult(py::module_& module) {
@@ -175,8 +179,9 @@ void defineResult(py::module_& module) {
                          {Py_tp_getset, parts},          {Py_tp_repr, slot(represent)},
                          {Py_tp_hash, slot(hashOf)},     {Py_tp_richcompare, slot(compare)},
                          {Py_nb_bool, slot(isGood)},     {0, nullptr}};
-  PyType_Spec form = {"vu.Result", sizeof(Result), 0,
-                      Py_TPFLAGS_DEFAULT | Py_TPFLAGS_DISALLOW_INSTANTIATION, slots};
+  decltype(pointee(PyType_FromSpec)) form = {"vu.Result", sizeof(Result), 0,
+                                             Py_TPFLAGS_DEFAULT | Py_TPFLAGS_DISALLOW_INSTANTIATION,
+                                             slots};
   auto type = py::reinterpret_steal<py::object>(PyType_FromSpec(&form));
   if (!type) throw py::error_already_set();
   module.attr("Result") = type;
