@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <tuple>
 
 #include "domain/bytes.h"
 #include "domain/table_format.h"
@@ -70,7 +71,7 @@ int readAll(int file, std::size_t expected, std::string& bytes) {
 }
 
 bool isSameMoment(const timespec& a, const timespec& b) {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+  return std::tie(a.tv_sec, a.tv_nsec) == std::tie(b.tv_sec, b.tv_nsec);
 }
 
 }  // namespace

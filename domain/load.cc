@@ -97,7 +97,7 @@ LoadedTable loadAny(const char* path, bool checksAll) {
     return loadCompiled(std::move(mapped.bytes), mapped.size, path, checksAll);
   }
   FileBytes file = readFileBytes(path);
-  if (isCompiled(file.bytes)) return loadBlock(std::move(file.bytes), path, true);
+  if (isCompiled(file.bytes)) return loadAny(std::move(file.bytes), std::string(path));
   if (file.error != 0 && isSuffixList(file.bytes)) {
     LoadedTable loaded;
     loaded.error = std::string("Public Suffix List [") + path + "] cannot be read whole";

@@ -89,8 +89,10 @@ JoinedLabels::JoinedLabels(std::string_view host) noexcept : host_(host), begin_
   char* to = bytes_ + kRoom;
   for (std::string_view label; to != bytes_ && labels.next(label);) {
     if (to != bytes_ + kRoom) *--to = '.';
-    // What has no room makes the name longer than any that is listed, and so need not be there.
-    const std::size_t size = std::min(label.size(), static_cast<std::size_t>(to - bytes_));
+    // What has no room makes the name longer than any that is listed, and so need not be there, but
+    // for the dot between the last two.
+    const std::size_t size =
+        std::min({label.size(), kLongestToken, static_cast<std::size_t>(to - bytes_)});
     to -= size;
     std::copy(label.end() - static_cast<std::ptrdiff_t>(size), label.end(), to);
   }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <numeric>
 #include <utility>
 
 #include "domain/host.h"
@@ -191,7 +192,7 @@ void TableBuilder::sortIntoBuckets(std::string& buckets, std::string& rules) con
   };
   std::vector<Index> starts(count + 1);
   for (const Draft& draft : drafts_) ++starts[bucketOf(draft) + 1];
-  for (std::size_t i = 0; i < count; ++i) starts[i + 1] += starts[i];
+  std::partial_sum(starts.begin(), starts.end(), starts.begin());
   for (const Index start : starts) append<4>(buckets, start);
   rules.resize(drafts_.size() * kRuleBytes);
   std::vector<const Draft*> inOrder;

@@ -18,6 +18,8 @@
 
 namespace vu::test {
 
+constexpr int kLongestToken = 1023;
+
 inline std::string readError(std::size_t record) {
   return "Top level domain : Read Error at [" + val2str(record) + "]-th record";
 }
@@ -42,15 +44,18 @@ struct PlainTable {
     FILE* file = std::fopen(path, "r");
     std::string result;
     while (std::feof(file) == 0) {
-      char token[1024] = "";
-      short number = 0;
-      if (std::fscanf(file, "%1023s %hd\n", token, &number) != 2) {
+      char token[kLongestToken + 2] = "";
+      int start = 0, end = 0;
+      long long number = 0;  // held within 32 bits as it is read, then cut to 16
+      if (std::fscanf(file, " %n%1024s%n %lld\n", &start, token, &end, &number) != 2 ||
+          end - start > kLongestToken) {
         result = readError(suffixes.size() + 1);
         break;
       }
+      number = std::clamp<long long>(number, INT32_MIN, INT32_MAX);
       suffixes.insert(token);
       rules.insert(lowerCase(token));
-      maxLabels = std::max<int>(maxLabels, number);
+      maxLabels = std::max<int>(maxLabels, static_cast<short>(number));
     }
     std::fclose(file);
     return result.empty() ? val2str(suffixes.size()) : result;
