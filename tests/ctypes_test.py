@@ -62,22 +62,16 @@ with open(path, "w") as file:
 code, table, message = open_table(path)
 equal((OK, "unchanged", path, 2),
       (code, message, vu.vu_table_path(table), vu.vu_table_rules(table)))
-# What it tells of itself, and a list that knows its own date.
-told = Description()
-told_size = c_size_t(ctypes.sizeof(told))
-os.utime(path, (1, 86400))
-code, found, _ = open_table(path)
-equal(OK, vu.vu_table_describe(found, byref(told), told_size))
-equal((b"", 86400, 0, 0, 2),
-      (told.version.data, told.made, told.icann, told.private_domains, told.none))
-vu.vu_table_close(found)
+# What a list tells of itself that knows its own date.
 dated = (b"// VERSION: 2024-02-29_23-59-59_UTC\n// COMMIT: c0ffee\n"
-         b"// ===BEGIN ICANN DOMAINS===\nuk\n")
-found = ctypes.c_void_p()
+         b"// ===BEGIN ICANN DOMAINS===\nuk\n// ===END \na.uk\nb.uk\n")
+told, found = Description(), ctypes.c_void_p()
+told_size = c_size_t(ctypes.sizeof(told))
 equal(OK, vu.vu_table_open_bytes(dated, c_size_t(len(dated)), None, byref(found), None,
                                  c_size_t(0)))
 equal(OK, vu.vu_table_describe(found, byref(told), told_size))
-equal((b"c0ffee", 1709251199, 1), (told.commit.data, told.made, told.icann))
+equal((b"c0ffee", 1709251199, 1, 0, 2),
+      (told.commit.data, told.made, told.icann, told.private_domains, told.none))
 vu.vu_table_close(found)
 equal(ARGUMENT, vu.vu_table_describe(None, byref(told), told_size))
 # Where a table is found, and what is said where there is none.
@@ -160,10 +154,8 @@ equal(b"a list", vu.vu_table_path(table))
 why, room = Explanation(), c_size_t(ctypes.sizeof(Explanation))
 for rule, narrowing, url, expected in (
         (PUBLIC_SUFFIX, 0, b"http://a.b.co.uk/", (0, 2, 1, b"co.uk")),
-        (PUBLIC_SUFFIX, 0, b"a.www.ck", (0, 4, 1, b"www.ck")),
         (PUBLIC_SUFFIX, 3, b"b.shop.xy", (202, 1, 0, b"")),
-        (SERVICE, 0, b"b.shop.xy", (0, 2, 2, b"shop.xy")),
-        (SERVICE, 0, b"10.1.2.3", (0, 0, 0, b""))):
+        (SERVICE, 0, b"b.shop.xy", (0, 2, 2, b"shop.xy"))):
     equal(OK, vu.vu_explain(table, rule, narrowing, url, c_size_t(len(url)), byref(why), room))
     name = ctypes.string_at(why.name.data, why.name.size) if why.name.size else b""
     equal((url, expected), (url, (why.status, why.rule, why.section, name)))

@@ -3,7 +3,6 @@
 #include <libpsl.h>
 
 #include <algorithm>
-#include <cctype>
 
 #include <gtest/gtest.h>
 
@@ -15,11 +14,6 @@ namespace vu::test {
 namespace {
 
 constexpr char kList[] = "/usr/share/publicsuffix/public_suffix_list.dat";
-
-std::string inUpperCase(std::string text) {
-  for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-  return text;
-}
 
 /// The registered domain as libpsl sees it. It takes the name in front of a wildcard for a suffix,
 /// which by the list's rules needs a line of its own; what holds for such a name then is what holds
@@ -40,20 +34,14 @@ std::string expected(const psl_ctx_t* psl, const std::vector<std::string>& rules
 
 using Psl = std::unique_ptr<psl_ctx_t, void (*)(psl_ctx_t*)>;
 
-/// Makes a definition file of the list; 0 when that went well.
-int build(const TemporaryFile& file, const std::string& options = "") {
-  return std::system((std::string(VU_TOOL) + " suffixes build " + kList + " -o " + file.path() +
-                      options + " 2>/dev/null")
-                         .c_str());
-}
-
 /// Every way to a table: the answers to every rule's names are the same, and libpsl's; so is the
 /// section of each.
 TEST(PublicSuffix, AgreesWithLibpslByEveryWayIn) {
   const TemporaryFile definition;
   const TemporaryFile compiled;
-  ASSERT_EQ(0, build(definition));
-  ASSERT_EQ(0, build(compiled, " --compiled"));
+  const std::string build = std::string(VU_TOOL) + " suffixes build " + kList + " 2>/dev/null -o ";
+  ASSERT_EQ(0, std::system((build + definition.path()).c_str()));
+  ASSERT_EQ(0, std::system((build + compiled.path() + " --compiled").c_str()));
   std::vector<std::unique_ptr<vu_cctld>> tables;
   for (int i = 0; i < 4; ++i) tables.push_back(std::make_unique<vu_cctld>(nullptr));
   const int count = tables[0]->initSet(definition.path());
@@ -80,11 +68,7 @@ TEST(PublicSuffix, AgreesWithLibpslByEveryWayIn) {
     const std::string suffix = rule[0] == '*' ? "any." + name : name;
     for (const std::string& host : {suffix, name, "child." + name, "1.grand.child." + name}) {
       const std::string domain = expected(psl.get(), rules, host);
-      for (const std::string& form : {host, host + ".", "http://" + host + ":80/a.b"}) {
-        ASSERT_EQ(domain, tables[0]->classify(form, vu_match::publicSuffix).domain) << form;
-      }
-      ASSERT_EQ(inUpperCase(domain),
-                tables[0]->classify(inUpperCase(host), vu_match::publicSuffix).domain);
+      ASSERT_EQ(domain, tables[0]->classify(host, vu_match::publicSuffix).domain) << host;
       for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
         const std::string answer = described(tables[0]->classify(host, match), host);
         for (const auto& table : tables) {
@@ -114,7 +98,7 @@ TEST(PublicSuffix, ExplainsWhatDecided) {
   const std::string list =
       "// VERSION: 7\n// ===BEGIN ICANN DOMAINS===\nuk\nCO.uk\n*.ck\n!www.ck\n"
       "// ===END ICANN DOMAINS===\nown.uk\n// ===BEGIN PRIVATE DOMAINS===\n"
-      "blog.co.uk\n\xe5\x85\xac\xe5\x8f\xb8.hk\n";
+      "blog.co.uk\nB\xc3\xbc.hk\n";
   EXPECT_EQ(7, table.openBytes(list, "list"));
   EXPECT_EQ("7", table.facts().version);
   constexpr vu_section icann = vu_section::icann, none = vu_section::none;
@@ -131,7 +115,7 @@ TEST(PublicSuffix, ExplainsWhatDecided) {
       {"a.own.uk", 0, "own.uk", none, "a.own.uk"},
       {"a.own.uk", VU_ICANN_ONLY, "uk", icann, "own.uk"},
       {"a.blog.co.uk", VU_ICANN_ONLY, "co.uk", icann, "blog.co.uk"},
-      {"a.xn--55qx5d.hk", 0, "xn--55qx5d.hk", own, "a.xn--55qx5d.hk"},
+      {"a.xn--b-eha.hk", 0, "xn--b-eha.hk", own, "a.xn--b-eha.hk"},
       {"uk", VU_LISTED_ONLY, "uk", icann, "COUNTRY CODE - TOO SHORT"},
       {"a.b.zz", 0, "*", none, "b.zz"},
       {"a.b.zz", VU_LISTED_ONLY, "*", none, "COUNTRY CODE - NOT A DOMAIN"},
@@ -151,39 +135,31 @@ TEST(PublicSuffix, ExplainsWhatDecided) {
   EXPECT_EQ("CO.uk", table.explain("a.CO.uk").text());
 }
 
-/// Whether a cookie for `cookie` may be set by `host`, as the guide tells it.
-bool acceptable(const vu_cctld& table, const std::string& host, const std::string& cookie) {
-  if (host == cookie) return true;
-  const vu_domain found = table.classify(host, vu_match::publicSuffix);
-  const std::string ending = "." + cookie;
-  return !found.isAddress() && host.size() > ending.size() &&
-         host.compare(host.size() - ending.size(), std::string::npos, ending) == 0 &&
-         !found.domain.empty() && cookie.size() >= found.domain.size();
-}
-
+/// Whether a cookie for `cookie` may be set by `host`, and what is left of a host without its first
+/// label; an example has the other calls.
 TEST(PublicSuffix, StandsForLibpslsCallsAsToldInTheGuide) {
-  const char* const names[] = {"www.shop.co.uk", "shop.co.uk", "co.uk",    "uk",
-                               "a.b.ck",         "b.ck",       "ck",       "a.www.ck",
-                               "www.ck",         "10.1.2.3",   "2.3",      "www.shop.example",
-                               "shop.example",   "example",    "a.b.com",  "foo.blogspot.com",
-                               "blogspot.com",   "com",        "hop.co.uk"};
-  const TemporaryFile file;
-  ASSERT_EQ(0, build(file));
   const Psl psl(psl_load_file(kList), psl_free);
-  const vu_cctld table(file.path());
-  const auto isSuffix = [](const vu_domain& found) {
-    return found.status == VU_COUNTRY_CODE_PURE_DOMAIN || found.status == VU_COUNTRY_CODE_TOO_SHORT;
-  };
-  for (const std::string host : names) {
+  vu_cctld table(nullptr);
+  table.open(kList);
+  const std::string names[] = {
+      "www.shop.co.uk", "shop.co.uk", "hop.co.uk",   "co.uk",  "uk",   "a.b.ck", "b.ck", "ck",
+      "www.ck",         "10.1.2.3",   "2.3",         "a.b.zz", "b.zz", "a.zz",   "zz",   "a.www.ck",
+      "a.b.com",        "com",        "blogspot.com"};
+  for (const std::string& host : names) {
     const vu_domain found = table.classify(host, vu_match::publicSuffix);
-    EXPECT_EQ(psl_is_public_suffix(psl.get(), host.c_str()) != 0, isSuffix(found)) << host;
-    for (const std::string cookie : names) {
+    for (const std::string& cookie : names) {
+      const std::string ending = "." + cookie;
+      const bool isBelow = host.size() > ending.size() &&
+                           host.compare(host.size() - ending.size(), ending.size(), ending) == 0;
+      const bool acceptable =
+          host == cookie || (isBelow && !found.isAddress() && !found.domain.empty() &&
+                             cookie.size() >= found.domain.size());
       EXPECT_EQ(psl_is_cookie_domain_acceptable(psl.get(), host.c_str(), cookie.c_str()) != 0,
-                acceptable(table, host, cookie))
+                acceptable)
           << host << ' ' << cookie;
     }
     if (found.isAddress()) continue;
-    const std::string domain(isSuffix(found) ? "." + host : std::string(found.domain));
+    const std::string domain = found.domain.empty() ? "." + host : std::string(found.domain);
     EXPECT_EQ(psl_unregistrable_domain(psl.get(), host.c_str()),
               domain.substr(domain.find('.') + 1))
         << host;

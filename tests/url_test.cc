@@ -34,16 +34,14 @@ std::string hostOf(std::string_view url, vu_url_text how = vu_url_text::url) {
   return shown(browserHost(copy.view(), buffer.data(), buffer.size(), how));
 }
 
-/// What Node decides, of which only some stands here; which rule refuses; texts as typed.
+/// What neither Node decides nor a man page tells: which rule refuses, and texts as typed.
 TEST(Url, HostsAsBrowsersSeeThem) {
   const struct {
     const char* url;
     const char* host;
     const char* typed = "";  ///< As typed, where it is asked.
   } rows[] = {
-      {" \x01HT\ntP:\\/\\Ex\tample.COM.\\x", "name example.com."},
       {"http://1.2.3.08", "IPv4-non-numeric-part"},
-      {"http://256.1.2.3", "IPv4-out-of-range-part"},
       {"http://1.2.3.4.5", "IPv4-too-many-parts"},
       {"http://[::1", "IPv6-unclosed"},
       {"http://[:1]", "IPv6-invalid-compression"},
@@ -65,7 +63,6 @@ TEST(Url, HostsAsBrowsersSeeThem) {
       {"http://xn--A.1.xn--mgbb", "name xn--a.1.xn--mgbb"},
       {"http://xn--a.\xC3\xA9", "domain-to-ASCII"},
       {"http://B\xC3\xBC\xE3\x80\x82xn--E-\xC2\xADGA", "domain-to-ASCII"},
-      {"www.example.com/x", "missing-scheme-non-relative-URL", "name www.example.com"},
       {"//host/x", "missing-scheme-non-relative-URL", "name host"},
       {"user@host", "missing-scheme-non-relative-URL", "name host"},
       {"localhost:8080?x", "none", "name localhost 8080"},
@@ -76,9 +73,7 @@ TEST(Url, HostsAsBrowsersSeeThem) {
       {"localhost:8080\\x", "none", "none"},
       {"user:80@host", "none", "none"},
       {"http:80", "ipv4 0.0.0.80", "ipv4 0.0.0.80"},
-      {"mailto:a@b", "none", "none"},
       {"my_host:81", "missing-scheme-non-relative-URL", "name my_host 81"},
-      {"[::1]:81", "missing-scheme-non-relative-URL", "ipv6 [::1] 81"},
       {"", "missing-scheme-non-relative-URL", "host-missing"},
   };
   for (const auto& row : rows) {
@@ -124,9 +119,7 @@ TEST(Url, DomainsOfHosts) {
       {"http://!a.co.uk", "0 a.co.uk", "202 "},
       {"http://1.2.-", "202 ", "202 "},
       {"http://255.0xff.1", "0 255.255.0.1", "0 255.255.0.1"},
-      {"foo://a.co.uk", "202 ", "202 "},
       {"http://[", "202 ", "202 "},
-      {"mailto:x", "201 ", "201 "},
   };
   for (const auto& row : rows) {
     char buffer[64];

@@ -155,47 +155,35 @@ struct PlainTable {
     return found;
   }
 
-  const char* lookup(const char* url, int& domainLength, unsigned& ip, int& reserved) const {
+  /// What both forms of a look-up leave, as `outcome` tells it.
+  std::string lookup(const std::string& url) const {
     const vu_domain found = classify(url);
-    const std::string text(found.host.data());
-    domainLength = reserved = 0;
-    ip = found.ipAddress();
+    const std::string text(found.host.data()), ip = " " + val2str(found.ipAddress());
+    std::string refusal;
     if (found.status == VU_COUNTRY_CODE_NOT_A_DOMAIN) {
-      throw vu_exception("vu_cctld::lookup: Not a URL domain name " + text);
-    }
-    if (found.status != VU_SUCCESS) {
+      refusal = "vu_cctld::lookup: Not a URL domain name " + text;
+    } else if (found.status != VU_SUCCESS) {
       const bool isShort = found.status == VU_COUNTRY_CODE_TOO_SHORT;
-      throw vu_exception("Ill-formed domain name [" + text + "] - " +
-                         (isShort ? "record too short 1" : "Pure domain record"));
+      refusal = "Ill-formed domain name [" + text + "] - " +
+                (isShort ? "record too short 1" : "Pure domain record");
     }
+    if (!refusal.empty()) return refusal + " | -1 0" + ip + " | unchanged" + ip;
     const char* const start = found.domain.data();
     const char* const from = start != nullptr ? start : found.host.data();
-    domainLength = static_cast<int>(found.host.data() + found.host.size() - from);
-    return start;
-  }
-
-  int lookup(const char* url, std::string& domain, unsigned& ip) const {
-    int length = 0;
-    int reserved = 0;
-    const char* start = lookup(url, length, ip, reserved);
-    if (start != nullptr && length > 0) {
-      if (start[length - 1] == '.') --length;
-      domain.assign(start, static_cast<std::size_t>(length));
-      return 0;
-    }
-    if (defaultDomain.empty()) throw vu_exception("Internal lookup return NULL");
-    domain = std::string(classify(url).host) + "." + defaultDomain;
-    return 0;
+    const auto length = found.host.data() + found.host.size() - from;
+    const std::string first = " | " + val2str(start == nullptr ? -1 : start - url.c_str()) + " " +
+                              val2str(length) + ip + " | ";
+    if (start != nullptr && length > 0) return first + std::string(found.domain) + ip;
+    if (defaultDomain.empty()) return first + "Internal lookup return NULLunchanged" + ip;
+    return first + std::string(found.host) + "." + defaultDomain + ip;
   }
 };
 
 /// Everything that both forms of a look-up leave, as text: the first one's message, offset, length
 /// and address; the second one's message where it differs, domain and address.
-template <typename Table>
-std::string outcome(const Table& table, const std::string& url) {
-  int length = -7;
+inline std::string outcome(const vu_cctld& table, const std::string& url) {
+  int length = -7, reserved = 7;
   unsigned ip = 7;
-  int reserved = 7;
   const char* start = nullptr;
   const std::string message =
       messageOf([&] { start = table.lookup(url.c_str(), length, ip, reserved); });
