@@ -77,7 +77,7 @@ TEST(Batch, AgreesWithSingleLookUps) {
 
 TEST(Batch, RefusesWhatIsNoText) {
   const vu_cctld table(nullptr);
-  vu_record found[3];
+  vu_record found[4];
   const std::int32_t offsets[] = {-1, 5, 3, 3};
   table.classify("a.b.c", offsets, 3, found);
   EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, found[0].status);
@@ -94,12 +94,15 @@ TEST(Batch, RefusesWhatIsNoText) {
   ASSERT_NE(MAP_FAILED, room);
   std::memcpy(room, "http://a.b/", 11);
   const auto* data = static_cast<const char*>(room);
-  const vu_text urls[] = {{data, size}, {data, UINT32_MAX}, {nullptr, 3}};
-  table.classify(urls, 3, found);
+  // The last host is longer than an int can tell.
+  const vu_text urls[] = {
+      {data, size}, {data, UINT32_MAX}, {nullptr, 3}, {data + 11, std::size_t{1} << 31}};
+  table.classify(urls, 4, found);
   EXPECT_EQ(VU_MALFORMED_URL, found[0].status);
   EXPECT_EQ(0U, found[0].host_start + found[0].host_length);
   EXPECT_EQ(VU_SUCCESS, found[1].status);
   EXPECT_EQ(VU_COUNTRY_CODE_EMPTY_URL, found[2].status);
+  EXPECT_EQ(VU_COUNTRY_CODE_NOT_A_DOMAIN, found[3].status);
   munmap(room, size);
 #endif
 }

@@ -2,7 +2,6 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <atomic>
 #include <ctime>
 #include <thread>
@@ -294,17 +293,6 @@ TEST(Lookup, ReadsNoPageThatIsNotItsOwn) {
   }
   munmap(room, 2 * page);
 }
-
-#ifndef __SANITIZE_THREAD__  // which keeps several times as much memory beside it
-TEST(Lookup, RefusesHostsThatAnIntCannotMeasure) {
-  const std::size_t size = std::size_t{1} << 31;
-  void* zeros = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  ASSERT_NE(MAP_FAILED, zeros);
-  const std::string_view host(static_cast<const char*>(zeros), size);
-  EXPECT_EQ(VU_COUNTRY_CODE_NOT_A_DOMAIN, vu_cctld(nullptr).classify(host).status);
-  munmap(zeros, size);
-}
-#endif
 
 TEST(Lookup, HostileHostsTakeTimeInProportion) {
   std::string deep = "a";

@@ -37,8 +37,7 @@ using Psl = std::unique_ptr<psl_ctx_t, void (*)(psl_ctx_t*)>;
 /// Every way to a table: the answers to every rule's names are the same, and libpsl's; so is the
 /// section of each.
 TEST(PublicSuffix, AgreesWithLibpslByEveryWayIn) {
-  const TemporaryFile definition;
-  const TemporaryFile compiled;
+  const TemporaryFile definition, compiled;
   const std::string build = std::string(VU_TOOL) + " suffixes build " + kList + " 2>/dev/null -o ";
   ASSERT_EQ(0, std::system((build + definition.path()).c_str()));
   ASSERT_EQ(0, std::system((build + compiled.path() + " --compiled").c_str()));

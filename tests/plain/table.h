@@ -61,10 +61,6 @@ struct PlainTable {
     return result.empty() ? val2str(suffixes.size()) : result;
   }
 
-  bool isChain(std::string_view host) const {
-    return chain.execute(host.data(), static_cast<int>(host.size()), 0, 0) == 1;
-  }
-
   using Labels = std::vector<std::string_view>;
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
@@ -104,13 +100,15 @@ struct PlainTable {
     std::string_view host = scheme <= 14 ? url.substr(scheme + 3) : url;
     host = host.substr(0, host.find_first_of("/:"));
     vu_domain found{VU_SUCCESS, vu_host_kind::none, host, {}, {}};
-    if (match == vu_match::publicSuffix && !host.empty() && !isChain(host)) {
+    const auto size = static_cast<int>(host.size());
+    if (match == vu_match::publicSuffix && size != 0 &&
+        chain.execute(host.data(), size, 0, 0) != 1) {
       found.status = VU_COUNTRY_CODE_NOT_A_DOMAIN;
       return found;
     }
     Labels labels;
     bool numeric = true;
-    for (int at = 0; label.execute(host.data(), static_cast<int>(host.size()), at, 0) >= 1;) {
+    for (int at = 0; label.execute(host.data(), size, at, 0) >= 1;) {
       const auto start = static_cast<std::size_t>(label.results()[0]);
       at = label.results()[1];
       const auto end = static_cast<std::size_t>(at);
