@@ -104,25 +104,18 @@ inline std::string contentsOf(const vu_config& store, const vu_opt_helper* table
   return all;
 }
 
-/// The records that a command line leads to, or its message, "usage" for the usage text.
-inline std::string recordsOf(const Arguments& arguments, const vu_opt_helper* table) {
-  std::string all;
-  const std::string message =
-      messageOf([&] { all = recordsOf(vu_getopt(arguments.count(), arguments.vector(), table)); });
-  if (message.rfind("\nUsage: ", 0) == 0) return "usage";
-  return message.empty() ? all : message;
-}
-
-/// The same, told plainly. Leaves getopt's state, which is the process's, as getopt leaves it.
+/// What a command line and files lead to, told plainly. Leaves getopt's state, which is the
+/// process's, as getopt leaves it.
 class PlainSettings {
  public:
   explicit PlainSettings(const vu_opt_helper* table) : table_(table) {
     for (const vu_opt_helper* row = table; row->name != nullptr; ++row) {
       const bool flag = row->type == 'b';
-      values_.push_back({flag ? "" : row->value, flag ? flagCount(row->value) : 0, "default"});
+      values_.push_back({flag ? val2str(flagCount(row->value)) : row->value, "default"});
     }
   }
 
+  /// All records, or the message; "usage" for the usage text.
   std::string parse(const Arguments& arguments) {
     std::string letters;
     bool hasKeys = false;
@@ -132,24 +125,23 @@ class PlainSettings {
       letters += std::string(1, row->option) + (row->type == 'b' ? "" : ":");
     }
     if (hasKeys) letters += "x:";
-    bool usage = false;
     opterr = 0;
     optind = 0;
     const std::string message = messageOf([&] {
-      while (!usage) {
+      while (true) {
         const int c = getopt(arguments.count(), arguments.vector(), letters.c_str());
         if (c == -1 || c == 255) break;
-        usage = c == '?' || !apply(static_cast<char>(c), optarg);
+        if (c == '?' || !apply(static_cast<char>(c), optarg)) throw vu_exception("usage");
       }
     });
-    return usage ? "usage" : message.empty() ? records() : message;
+    return message.empty() ? records() : message;
   }
 
-  /// All records; with `first`, the program has set that of the first row.
-  std::string records(const char* first = nullptr) const {
-    std::string all = first != nullptr ? recordText(table_[0].name, first, "set by program") : "";
-    for (std::size_t i = first != nullptr ? 1 : 0; i < values_.size(); ++i) {
-      all += recordText(table_[i].name, textOf(i), values_[i].origin);
+  /// All records, from row `first` on.
+  std::string records(std::size_t first = 0) const {
+    std::string all;
+    for (std::size_t i = first; i < values_.size(); ++i) {
+      all += recordText(table_[i].name, values_[i].text, values_[i].origin);
     }
     return all;
   }
@@ -158,7 +150,7 @@ class PlainSettings {
   std::string complaint() const {
     for (std::size_t i = 1; i < values_.size(); ++i) {
       const char type = table_[i].type == 'b' ? 'd' : table_[i].type;
-      const std::string item = itemPlainly(textOf(i), type);
+      const std::string item = itemPlainly(values_[i].text, type);
       if (item[0] == '<' && std::strchr("delpu", type) != nullptr) {
         return table_[i].name + (" (" + values_[i].origin + "): ") +
                item.substr(1, item.size() - 2);
@@ -174,34 +166,26 @@ class PlainSettings {
     std::istringstream content(contentOf(path));
     std::string line;
     for (long number = 1; std::getline(content, line); ++number) {
-      readLine(line, path + ":" + std::to_string(number));
+      static const vu_pcre form("^\\s*(\\w+)\\s+([\\S]+)", 3, -1);
+      int at[9];
+      if (form.match(line.data(), static_cast<int>(line.size()), 0, 0, at, 9) != 3) continue;
+      const std::string name(line.data() + at[2], line.data() + at[3]);
+      const std::string value(line.data() + at[4], line.data() + at[5]);
+      std::size_t row = 0;
+      while (row < values_.size() && name != table_[row].name) ++row;
+      if (row == values_.size()) {
+        throw vu_exception("Unknown configure parameter in conf_file : " + name);
+      }
+      values_[row] = {table_[row].type == 'b' ? val2str(str2val<long>(value)) : upToNul(value),
+                      path + ":" + std::to_string(number)};
     }
-  }
-
-  void readLine(const std::string& line, const std::string& origin) {
-    static const vu_pcre form("^\\s*(\\w+)\\s+([\\S]+)", 3, -1);
-    int at[9];
-    if (form.match(line.data(), static_cast<int>(line.size()), 0, 0, at, 9) != 3) return;
-    const std::string name(line.data() + at[2], line.data() + at[3]);
-    const std::string value(line.data() + at[4], line.data() + at[5]);
-    std::size_t row = 0;
-    while (row < values_.size() && name != table_[row].name) ++row;
-    if (row == values_.size()) {
-      throw vu_exception("Unknown configure parameter in conf_file : " + name);
-    }
-    values_[row] = {upToNul(value), table_[row].type == 'b' ? str2val<long>(value) : 0, origin};
   }
 
  private:
   struct Value {
     std::string text;
-    long count;
     std::string origin;
   };
-
-  std::string textOf(std::size_t row) const {
-    return table_[row].type == 'b' ? val2str(values_[row].count) : values_[row].text;
-  }
 
   bool apply(char letter, const char* argument) {
     const bool isKey = letter == 'x' || letter == 'X';
@@ -215,15 +199,16 @@ class PlainSettings {
         continue;
       }
       if (letter == 'c') readFile(text);
-      Value value{isKey ? text.substr(equals + 1) : text, values_[i].count, "command line"};
+      std::string value = isKey ? text.substr(equals + 1) : text;
       if (row.type == 'b') {
-        value.count = isKey                     ? static_cast<long>(str2val<unsigned>(value.text))
-                      : value.count == LONG_MAX ? LONG_MAX
-                                                : value.count + 1;
+        const long count = str2val<long>(values_[i].text);
+        value = val2str(isKey               ? static_cast<long>(str2val<unsigned>(value))
+                        : count == LONG_MAX ? count
+                                            : count + 1);
       } else if (argument == nullptr) {
         return false;
       }
-      values_[i] = value;
+      values_[i] = {value, "command line"};
       return true;
     }
     return false;
