@@ -50,15 +50,6 @@ Engines& enginesOf(std::size_t choice) {
   return *all[choice];
 }
 
-/// One message in both directions, with exactly the room that is demanded.
-void thereAndBack(Engines& engines, const std::string& message) {
-  const std::string enciphered = test::process(engines.encipher, message);
-  const test::Bytes room(enciphered.size() + 32);
-  expectEqual(test::plainly(0, engines.plain, enciphered, room),
-              test::byEngine(engines.decipher, enciphered, room), "deciphered");
-  expectEqual(message, test::process(engines.decipher, enciphered), "there and back");
-}
-
 /// Input and output in one buffer, `apart` bytes from each other: refused where they share bytes,
 /// with nothing changed.
 void inOneBuffer(Engines& engines, const std::string& message, std::size_t apart, bool outFirst) {
@@ -87,7 +78,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::size_t room = input.choice(4);
   const std::size_t apart = input.choice(80);
   for (std::size_t changes = input.choice(10); changes > 0; --changes) {
-    vu_crypto::cipherkey_[input.choice(48)] ^= test::Byte{0x5a};
+    vu_crypto::cipherkey_[input.choice(48)] ^= test::Byte{1};
   }
   const std::string message = input.rest();
 
@@ -103,7 +94,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
                 mode == 1 ? "enciphered" : "deciphered");
   }
   if (cipher < kReversible) {
-    thereAndBack(engines, message);
+    const std::string enciphered = test::process(engines.encipher, message);
+    const test::Bytes enough(enciphered.size() + 32);
+    expectEqual(test::plainly(0, engines.plain, enciphered, enough),
+                test::byEngine(engines.decipher, enciphered, enough), "deciphered");
+    expectEqual(message, test::process(engines.decipher, enciphered), "there and back");
     inOneBuffer(engines, message, apart, room % 2 == 1);
   }
   return 0;
