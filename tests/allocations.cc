@@ -17,12 +17,8 @@ namespace {
 
 bool fails() {
   ++allocations;
-  if (allocationsLeft < 0) return false;
-  if (allocationsLeft > 0) {
-    --allocationsLeft;
-    return false;
-  }
-  if (!staysEmpty) allocationsLeft = -1;
+  if (allocationsLeft < 0 || allocationsLeft-- > 0) return false;
+  if (staysEmpty) allocationsLeft = 0;
   ++failures;
   return true;
 }
@@ -38,8 +34,6 @@ void release(void* block) {
   std::free(block);
 }
 
-void* forOpenSsl(std::size_t size, const char* /*file*/, int /*line*/) { return allocate(size); }
-
 void* againForOpenSsl(void* block, std::size_t size, const char* /*file*/, int /*line*/) {
   if (block == nullptr) return allocate(size);
   if (size > 0) return fails() ? nullptr : std::realloc(block, size);
@@ -47,13 +41,14 @@ void* againForOpenSsl(void* block, std::size_t size, const char* /*file*/, int /
   return nullptr;
 }
 
-void ofOpenSsl(void* block, const char* /*file*/, int /*line*/) { release(block); }
-
 }  // namespace
 
 bool watchLibraries() {
   if (watchPatterns != nullptr) watchPatterns(allocate, release);
-  return CRYPTO_set_mem_functions(forOpenSsl, againForOpenSsl, ofOpenSsl) == 1;
+  return CRYPTO_set_mem_functions(
+             [](std::size_t size, const char* /*file*/, int /*line*/) { return allocate(size); },
+             againForOpenSsl,
+             [](void* block, const char* /*file*/, int /*line*/) { release(block); }) == 1;
 }
 
 }  // namespace vu::test
