@@ -3,8 +3,6 @@
 
 #include "vu/hash.h"
 
-#include <unordered_map>
-
 #include <gtest/gtest.h>
 
 #include "tests/plain/lookup2.h"
@@ -20,14 +18,10 @@ TEST(Hash, GivesThePublishedValues) {
   EXPECT_EQ(0x9c352659U, hashfunctor<unsigned long long>()(0, 7));
   EXPECT_EQ(0x251e4793U, hashfunctor<char*>()("abc"));
   EXPECT_EQ(0x5f9ebd1dU, hashfunctor<unsigned char*>()(bytes(std::string(20, '\0')), 20));
-  for (const unsigned int length : {0U, 5U}) {
-    EXPECT_EQ(0U, hashfunctor<unsigned char*>()(nullptr, length));
-    EXPECT_EQ(0U, hashfunctor<char*>()(nullptr, length));
-    EXPECT_EQ(0U, hashfunctor<unsigned char*>::strhash(nullptr, length));
-  }
-  std::unordered_map<std::uint64_t, int, hashfunctor<std::uint64_t>> map;
-  map[1] = 2;
-  EXPECT_EQ(2, map.at(1));
+  EXPECT_EQ(0U, hashfunctor<unsigned char*>()(nullptr, 5));
+  EXPECT_EQ(0U, hashfunctor<char*>()(nullptr, 5));
+  EXPECT_EQ(0U, hashfunctor<char*>()(nullptr));
+  EXPECT_EQ(0x9c352659U, hashfunctor<std::uint64_t>()(0));
   static_assert(!std::is_invocable_v<hashfunctor<unsigned char*>, unsigned char*>,
                 "no hasher of containers");
 }
@@ -83,11 +77,9 @@ TEST(Hash, KeysDifferInEveryByte) {
   }
   Byte row[] = {1};
   vu_data<unsigned char*, 20> record(bytes(text), row);
-  const vu_data<unsigned char*, 20> copy = record;
+  EXPECT_EQ(row, record.data());
   record.setData(nullptr);
   EXPECT_EQ(nullptr, record.data());
-  EXPECT_EQ(row, copy.data());
-  EXPECT_TRUE(copy.isKey(record.key()));
   EXPECT_TRUE((vu_data<char*, 3>(bytes(text)).isKey(bytes("012-"))));
   EXPECT_FALSE((vu_data<char*, 13>(bytes(text)).isKey(bytes("0123456789ab-"))));
 }
