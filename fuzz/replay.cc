@@ -11,8 +11,6 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
-
 constexpr itimerval kMost{{0, 0}, {20, 0}};  // processor time for an input
 
 std::string current;  // the input that is tried
@@ -38,9 +36,19 @@ void tryAll(const std::filesystem::path& path) {
   }
 }
 
-/// Says which input ends the process. Little can go wrong further in one that does.
+/// Says which input ends the process, as a line of a list. Little can go wrong further in one that
+/// does.
 void tellInput(int signal) {
-  std::cerr << "with the input " << vu::fuzz::escaped(current) << std::endl;
+  std::cerr << "with the input " << std::hex;
+  for (const unsigned char c : current) {
+    const bool isPlain = c >= 0x20 && c < 0x7f && std::strchr("\\#+", c) == nullptr;
+    if (isPlain) {
+      std::cerr << c;
+    } else {
+      std::cerr << "\\x" << c / 16 << c % 16;
+    }
+  }
+  std::cerr << std::endl;
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }
@@ -48,7 +56,7 @@ void tellInput(int signal) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const Texts words(argv + 1, argv + argc);
+  const std::vector<std::string> words(argv + 1, argv + argc);
   for (const int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGPROF}) {
     std::signal(signal, tellInput);
   }

@@ -36,23 +36,6 @@ inline std::string unescaped(const std::string& line) {
   return bytes;
 }
 
-inline std::string escaped(std::string_view bytes) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string line;
-  for (const char c : bytes) {
-    const std::size_t kind = std::string_view("\n\r\t\0\\", 5).find(c);
-    const auto byte = static_cast<unsigned char>(c);
-    if (kind != std::string_view::npos) {
-      line += std::string("\\") + "nrt0\\"[kind];
-    } else if (byte < 0x20 || byte >= 0x7f || (line.empty() && (c == '#' || c == '+'))) {
-      line += std::string("\\x") + kDigits[byte >> 4] + kDigits[byte & 15];
-    } else {
-      line += c;
-    }
-  }
-  return line;
-}
-
 struct Seed {
   int line;
   std::string bytes;
