@@ -4,7 +4,7 @@
 // Input: how many pairs, compile options, run-time options, where to start; the pattern, a NUL, the
 // subject.
 
-#include "vu/pattern.h"
+#include "fuzz/pattern.h"
 
 #include <algorithm>
 
@@ -21,30 +21,7 @@ constexpr char kByInterpreter[] = "(*LIMIT_MATCH=3000)";
 constexpr std::size_t kLongestPattern = 60;
 constexpr std::size_t kLongestSubject = 120;
 
-constexpr int kCompileOptions[] = {
-    vu_pcre::dotAll,         0,
-    vu_pcre::caseless,       vu_pcre::multiline,
-    vu_pcre::extended,       vu_pcre::ungreedy,
-    vu_pcre::anchored,       vu_pcre::dollarEndOnly,
-    vu_pcre::utf8,           vu_pcre::utf8 | vu_pcre::unicodeProperties | vu_pcre::caseless,
-    vu_pcre::duplicateNames, vu_pcre::firstLine};
-constexpr int kSearchOptions[] = {0,
-                                  vu_pcre::anchored,
-                                  vu_pcre::notEmpty,
-                                  vu_pcre::notEmptyAtStart,
-                                  vu_pcre::notBol,
-                                  vu_pcre::notEol,
-                                  vu_pcre::partialSoft,
-                                  vu_pcre::partialHard};
-
 bool isLimit(int result) { return result == vu_pcre::stepLimit || result == vu_pcre::depthLimit; }
-
-std::string written(int result, const int* offsets, int pairs) {
-  std::string text = std::to_string(result);
-  // What is left behind the pairs of a match is working space.
-  for (int i = 0; result > 0 && i < pairs * 2; ++i) text += " " + std::to_string(offsets[i]);
-  return text;
-}
 
 void readResults(const vu_pcre& pattern, int pairs, std::string_view subject) {
   for (int i = 0; i < pairs; ++i) {
