@@ -28,8 +28,8 @@ inline Result run(const std::string& command, std::string_view input = "") {
   const TemporaryFile in(input);
   const TemporaryFile out;
   const TemporaryFile err;
-  const std::string line = "vu() { '" VU_TOOL "' \"$@\"; }; { " + command + "; } <" + in.path() +
-                           " >" + out.path() + " 2>" + err.path();
+  const std::string line = "vu='" VU_TOOL "'; PATH=${vu%/*}:$PATH; { " + command + "; } <" +
+                           in.path() + " >" + out.path() + " 2>" + err.path();
   const int status = std::system(line.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentOf(out.path()),
           contentOf(err.path())};
