@@ -156,12 +156,6 @@ TEST(Pattern, HostileSearchesEndSoonOnASmallStack) {
   }
 }
 
-std::string repeated(const char* text, int times) {
-  std::string result;
-  while (times-- > 0) result += text;
-  return result;
-}
-
 /// Engines recurse to compile: for groups inside of each other, and along references.
 TEST(Pattern, HostilePatternsAreRefusedOnASmallStack) {
   std::string chain = "(?<=(?1))";
@@ -253,6 +247,57 @@ TEST(Pattern, DeepMatchesAreFound) {
   vu_pcre lazy("<(.*?)>", 2, -1);
   const std::string text = "<" + std::string(3000000, 'a') + ">";
   EXPECT_EQ(2, lazy.execute(text.data(), static_cast<int>(text.size()), 0, 0));
+}
+
+using Pairs = std::list<std::pair<CharSizet_t, CharSizet_t>>;
+
+/// "name=value;" for each pair. What they are is compared with a plain telling by a fuzz target.
+std::string written(const Pairs& pairs) {
+  std::string all;
+  for (const auto& [name, value] : pairs) {
+    all += std::string(name.view()) + "=" + std::string(value.view()) + ";";
+  }
+  return all;
+}
+
+TEST(NameValue, AppendsToAList) {
+  NvalPcre regex(R"((\w+)=(\w*))");
+  Pairs list;
+  EXPECT_EQ(0U, insertNV2List(list, regex, nullptr, 7));
+  EXPECT_EQ(0U, insertNV2List(list, regex, std::string_view("a=1", 0)));
+  EXPECT_EQ(2U, insertNV2List(list, regex, "a=1 b=22", 0));
+  EXPECT_EQ(4U, insertNV2List(list, regex, "a=1 b=22", 7));
+  EXPECT_EQ("a=1;b=22;a=1;b=2;", written(list));
+  EXPECT_EQ("22", findValue(list, "b")->view());
+  EXPECT_EQ(nullptr, findValue(list, "e"));
+  EXPECT_EQ("stingTinsert : PCRE error -32",
+            messageOf([&] { insertNV2List(list, regex, "ab", UINT_MAX); }));
+}
+
+/// What a caller's own `execute` returns: pairs on the way, then a result.
+class Scripted : public NvalPcre {
+ public:
+  explicit Scripted(int ending) : NvalPcre("(a)(b)"), ending_(ending) {}
+  int execute(const char* subject, int length, int startOffset, int options) override {
+    starts += val2str(startOffset) + " ";
+    if (startOffset >= 4) return ending_;
+    return NvalPcre::execute(subject, length, startOffset, options);
+  }
+  std::string starts;
+
+ private:
+  int ending_;
+};
+
+TEST(NameValue, ReportsFailuresOfTheCallersOwn) {
+  for (const int ending : {-1, 0, -2, -8}) {
+    Scripted regex(ending);
+    Pairs list;
+    EXPECT_EQ(ending == -1 ? "" : "stingTinsert : PCRE error " + val2str(ending),
+              messageOf([&] { insertNV2List(list, regex, "ab.ab.", 0); }));
+    EXPECT_EQ("a=b;a=b;", written(list));
+    EXPECT_EQ("0 2 5 ", regex.starts);
+  }
 }
 
 }  // namespace

@@ -50,6 +50,12 @@ constexpr int kLess = 5;
 constexpr int kLess = 1;
 #endif
 
+inline std::string repeated(std::string_view text, int times) {
+  std::string all;
+  while (times-- > 0) all += text;
+  return all;
+}
+
 using Byte = unsigned char;
 
 inline const Byte* bytes(std::string_view text) {
