@@ -5,6 +5,7 @@
 #define VU_TESTS_PLAIN_TABLE_H_
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <set>
 #include <sstream>
