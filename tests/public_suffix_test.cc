@@ -95,11 +95,11 @@ TEST(PublicSuffix, AgreesWithLibpslByEveryWayIn) {
 TEST(PublicSuffix, ExplainsWhatDecided) {
   vu_cctld table(nullptr, nullptr);
   const std::string list =
-      "// VERSION: 7\n// ===BEGIN ICANN DOMAINS===\nuk\nCO.uk\n*.ck\n!www.ck\n"
+      "// VERSION: 7\n// COMMIT: ab\n// ===BEGIN ICANN DOMAINS===\nuk\nCO.uk\n*.ck\n!www.ck\n"
       "// ===END ICANN DOMAINS===\nown.uk\n// ===BEGIN PRIVATE DOMAINS===\n"
       "blog.co.uk\nB\xc3\xbc.hk\n";
   EXPECT_EQ(7, table.openBytes(list, "list"));
-  EXPECT_EQ("7", table.facts().version);
+  EXPECT_EQ("7 ab", table.facts().version + ' ' + table.facts().commit);
   constexpr vu_section icann = vu_section::icann, none = vu_section::none;
   constexpr vu_section own = vu_section::privateDomains;
   const struct {
