@@ -99,6 +99,7 @@ TEST(Table, RefusesSpoiledTables) {
       {spoiled(good.size() - 1), table + "is damaged", true},
       {"// a list\nco.xy\na..b\n", list + "line 3 is no suffix rule: a..b"},
       {"// nothing\n", list + "has no rules"},
+      {"// a list\nco.xy\n" + std::string(detail::kLongestToken, 'a'), "", true},
   };
   for (const auto& row : rows) {
     file.rewrite(row.bytes);
@@ -305,7 +306,7 @@ TEST(Lookup, HostileHostsTakeTimeInProportion) {
                                   std::string(1000000, '-'), std::string(1000000, 'a')}) {
     for (const vu_match match : {vu_match::shortest, vu_match::publicSuffix}) {
       const std::clock_t begin = std::clock();
-      for (int i = 0; i < 10; ++i) static_cast<void>(table.classify(host, match));
+      for (int i = 0; i < 10; ++i) EXPECT_EQ(host, table.classify(host, match).host);
       const std::clock_t took = std::clock() - begin;
       EXPECT_LT(took, 2 * CLOCKS_PER_SEC) << host.substr(0, 10);  // a quadratic way takes minutes
     }
