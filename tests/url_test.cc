@@ -217,10 +217,10 @@ bool isBeyondAscii(std::string_view source) {
                      [](char c) { return c == '%' || static_cast<unsigned char>(c) >= 0x80; });
 }
 
-/// Whether a difference to Node is known. Older releases of Node look into the ACE labels of an ASCII
-/// name, take some that stand for nothing in others, and hold none but the labels that are written
-/// from right to left to the rules for names with such a label. Since Unicode 15.1 a capital sharp s
-/// stands for a small one, no longer for "ss".
+/// Whether a difference to Node is known. Older releases of Node look into the ACE labels of an
+/// ASCII name, take some that stand for nothing in others, and hold none but the labels that are
+/// written from right to left to the rules for names with such a label. Since Unicode 15.1 a
+/// capital sharp s stands for a small one, no longer for "ss".
 bool isKnown(std::string_view source, const std::string& ours, const std::string& node) {
   const std::string accepted = ours == "!" ? node : ours;
   const std::string name = accepted.substr(0, accepted.find(' '));
