@@ -4,6 +4,7 @@
 // Input: which choices for the rows; then the lines.
 
 #include <algorithm>
+#include <iomanip>
 
 #include <nlohmann/json.hpp>
 
@@ -53,27 +54,6 @@ std::string readBack(const std::string& text) {
   return all;
 }
 
-/// The fields of a row whose fields are quoted where they must be: a carriage return ends a row for
-/// many a reader.
-std::vector<std::string> csvFields(const std::string& row) {
-  std::vector<std::string> fields(1);
-  bool quoted = false;
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    if (row[i] == '"' && quoted && i + 1 < row.size() && row[i + 1] == '"') {
-      fields.back() += row[i++];
-    } else if (row[i] == '"') {
-      quoted = !quoted;
-    } else if (row[i] == ',' && !quoted) {
-      fields.emplace_back();
-    } else {
-      check(row[i] != '\r' || quoted, "a line end is quoted");
-      fields.back() += row[i];
-    }
-  }
-  check(!quoted, "every quote is closed");
-  return fields;
-}
-
 /// What a row shows, but for the way in which its format shows it.
 std::vector<std::string> shown(const std::string& url, const vu_domain& found) {
   const bool isCompleted = found.status == VU_SUCCESS && found.domain.data() == nullptr;
@@ -100,6 +80,20 @@ std::string asJson(const std::vector<std::string>& fields) {
       .dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+/// A carriage return ends a row for many a reader, too.
+std::string asCsv(const std::vector<std::string>& fields) {
+  std::ostringstream row;
+  for (const std::string& field : fields) {
+    row << (&field == &fields[0] ? "" : ",");
+    if (field.find_first_of("\",\r\n") == std::string::npos) {
+      row << field;
+    } else {
+      row << std::quoted(field, '"', '"');
+    }
+  }
+  return row.str();
+}
+
 std::string asTsv(const std::vector<std::string>& fields) {
   std::string row;
   for (const std::string& field : fields) {
@@ -114,7 +108,7 @@ std::string asTsv(const std::vector<std::string>& fields) {
 
 void checkRow(Format format, const std::string& row, const std::vector<std::string>& fields) {
   if (format == Format::tsv) return expectEqual(asTsv(fields), row, "row");
-  if (format == Format::csv) return check(fields == csvFields(row), row);
+  if (format == Format::csv) return expectEqual(asCsv(fields), row, "row");
   if (format == Format::jsonl) return expectEqual(asJson(fields), row, "row");
   const auto isPrintable = [](char c) { return c >= 0x20 && c < 0x7f; };
   check(std::all_of(row.begin(), row.end(), isPrintable), "a terminal obeys nothing in a row");
