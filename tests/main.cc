@@ -7,11 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/allocations.h"
-#include "vu/export.h"
-
-/// The C library keeps what it makes of LOCPATH.
-extern "C" VU_EXPORT const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:__argz_add_sep"; }
 
 int main(int argc, char** argv) {
   if (!vu::test::watchLibraries()) {
