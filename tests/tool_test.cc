@@ -371,7 +371,7 @@ TEST(Tool, WritesForATerminal) {
   } rows[] = {
       {"TERM=xterm", "vu classify a.b co.uk --format table | tail -n 2 | cut -c 1-9",
        "0       O\n204     C\n"},
-      {"TERM=xterm", "vu classify co.uk", "\x1b[31m204  "},
+      {"TERM=xterm NO_COLOR=", "vu classify co.uk", "\x1b[31m204  "},
       {"TERM=xterm", "vu classify a.b", "\x1b[32m0  "},
       {"TERM=xterm NO_COLOR=1", "vu classify co.uk", "\n204  "},
       {"TERM=dumb", "vu classify co.uk", "\n204  "},
@@ -384,7 +384,7 @@ TEST(Tool, WritesForATerminal) {
   };
   for (const auto& row : rows) {
     std::string shown =
-        run("env NO_COLOR= " + row.environment + " script -qec '" + row.command + "' /dev/null")
+        run("env -u NO_COLOR " + row.environment + " script -qec '" + row.command + "' /dev/null")
             .out;
     shown.erase(std::remove(shown.begin(), shown.end(), '\r'), shown.end());
     EXPECT_TRUE(says(shown, row.shown)) << row.environment << " " << row.command;
