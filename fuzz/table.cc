@@ -9,6 +9,7 @@
 #include "tests/plain/table.h"
 
 #include <algorithm>
+#include <map>
 
 #include "domain/table_builder.h"
 #include "fuzz/support.h"
@@ -38,10 +39,8 @@ struct Both {
 };
 
 const Both& madeBefore(std::size_t table, std::size_t domain) {
-  static std::unique_ptr<const Both> all[kOwn][std::size(kDefaultDomains)];
-  auto& made = all[table][domain];
-  if (!made) made = std::make_unique<const Both>(kTables[table], kDefaultDomains[domain]);
-  return *made;
+  static std::map<std::pair<std::size_t, std::size_t>, Both> all;
+  return all.try_emplace({table, domain}, kTables[table], kDefaultDomains[domain]).first->second;
 }
 
 void lookUp(const vu_cctld& ours, const test::PlainTable& plain, const std::string& url) {
