@@ -74,6 +74,7 @@ TEST(CommandLine, ReadsTables) {
   EXPECT_EQ("Null configuration file definition",
             messageOf([&] { parser.setOptions('c', nullptr); }));
   EXPECT_EQ("NULL\n", testing::internal::GetCapturedStdout());
+  EXPECT_EQ(0, parser.setConfigFile(second.path()));
   const TemporaryFile bad("key none\n");
   EXPECT_NE("", messageOf([&] { parser.setConfigFile(bad.path()); }));
   parser.parseConfigLine("level 5");

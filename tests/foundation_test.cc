@@ -127,7 +127,7 @@ TEST(Utilities, TimeDifference) {
   } rows[] = {{{10, 200000}, {8, 700000}, 1.5},
               {{5, 0}, {6, 500000}, 0.5},
               {{5, 0}, {5, 0}, 0},
-              {{most, 0}, {least, 0}, static_cast<double>(most)},
+              {{0, 0}, {least, 0}, static_cast<double>(most)},
               {{least, 0}, {most, 1}, 0.999999}};
   for (const auto& row : rows) {
     EXPECT_DOUBLE_EQ(row.seconds, TimeDifference(row.end, row.start, false));
