@@ -181,6 +181,7 @@ TEST(Store, ReloadsInOneStep) {
   const Arguments first({"daemon", "-v5", "-c" + path, "-D"}), second({"daemon", "-P1"});
   const vu_getopt parser(first.count(), first.vector(), nullptr);
   vu_config all[3], fresh;
+  for (vu_config& each : all) each.setParam("own", "1", 'd');
   all[0].initConfig(first.count(), first.vector(), nullptr);
   EXPECT_EQ(13, all[1].configParams(parser));
   EXPECT_EQ(13, all[2].configParams(parser.params()));
@@ -192,7 +193,6 @@ TEST(Store, ReloadsInOneStep) {
     const auto reload = [&] { each.reload(second.count(), second.vector(), nullptr); };
     const std::string& debug = each.getParam("debug");
     each.setParam("userdata", "by the program", 's');
-    each.setParam("own", "1", 'd');
     reload();
     EXPECT_EQ("2 by the program", debug + " " + each.getParam("userdata"));
     EXPECT_EQ("1", each.getParam("own"));
