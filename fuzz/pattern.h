@@ -16,7 +16,7 @@ constexpr int kCompileOptions[] = {
     vu_pcre::extended, vu_pcre::ungreedy,
     vu_pcre::anchored, vu_pcre::dollarEndOnly,
     vu_pcre::utf8,     vu_pcre::utf8 | vu_pcre::unicodeProperties | vu_pcre::caseless,
-    0x500000,          vu_pcre::duplicateNames | 0x100000,
+    0xd00000,          vu_pcre::duplicateNames | 0x100000,
     vu_pcre::firstLine};
 constexpr int kSearchOptions[] = {0,
                                   vu_pcre::anchored,

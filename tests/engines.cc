@@ -61,8 +61,8 @@ std::string makePattern() {
 }
 
 std::string makeSubject() {
-  constexpr const char* kPieces[] = {"a",  "b", "c", "0", "=",  " ",    "ab",
-                                     "\n", "A", "é", "_", "aa", "\xff", "\xc3"};
+  constexpr const char* kPieces[] = {"a", "b", "c", "0",  "=",    " ",    "ab", "\n",
+                                     "A", "é", "_", "aa", "\xff", "\xc3", "\v"};
   std::string text;
   for (std::size_t n = below(12); n > 0; --n) text += oneOf(kPieces);
   return text;

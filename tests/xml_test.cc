@@ -41,9 +41,10 @@ TEST(Xml, TellsWhatItRefusesAndLeavesOut) {
     EXPECT_EQ("vu_pcrexml::execute Empty Tag",
               messageOf([&] { Tree tree(parser.execute("x", tag)); }));
   }
-  EXPECT_EQ(0U, vu_pcrexml().stoppedAt());
   EXPECT_EQ("vu_pcrexml: Empty XML Data", messageOf([&] { parser.subpattern(nullptr, "x", 1); }));
+  EXPECT_EQ(0U, parser.stoppedAt() + vu_pcrexml().stoppedAt());
   xmldata root("r", 1, nullptr, 0);
+  EXPECT_EQ("vu_pcrexml: No Match", messageOf([&] { parser.subpattern(&root, "x", 0); }));
   EXPECT_EQ("vu_pcrexml: PCRE matching error [-2]",
             messageOf([&] { parser.subpattern(&root, nullptr, 0); }));
   EXPECT_EQ("vu_pcrexml: PCRE matching error [-32]",
