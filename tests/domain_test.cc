@@ -98,6 +98,7 @@ TEST(Table, RefusesSpoiledTables) {
       {spoiled(33), table + "is damaged"},
       {spoiled(good.size() - 1), table + "is damaged", true},
       {"// a list\nco.xy\na..b\n", list + "line 3 is no suffix rule: a..b"},
+      {"// a surrogate\n\xed\xbf\xbf", list + "line 2 is no suffix rule: \xed\xbf\xbf"},
       {"// nothing\n", list + "has no rules"},
       {"// a list\nco.xy\n" + std::string(detail::kLongestToken, 'a'), "", true},
   };
