@@ -151,6 +151,7 @@ TEST(Url, ForC) {
   EXPECT_EQ(0, record.text_in_buffer + static_cast<int>(record.text_start));
   ASSERT_EQ(0, call(nullptr, 0, VU_TEXT_URL, sizeof record));
   EXPECT_STREQ("missing-scheme-non-relative-URL", vu_refusal_name(record.refused));
+  EXPECT_EQ(0U, record.source_start + record.text_start);
 #if SIZE_MAX > UINT32_MAX
   ASSERT_EQ(0, call("x", std::size_t{1} << 32, VU_TEXT_URL, sizeof record));
   EXPECT_STREQ("too-long", vu_refusal_name(record.refused));
