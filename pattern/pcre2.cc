@@ -278,11 +278,15 @@ void copyFewPairs(const PCRE2_SIZE* offsets, std::uint32_t pairs, int* ovector) 
   if (pairs == 3) copyPair(offsets, 2, ovector);
 }
 
-/// The offsets that fit the caller's vector, whose last third is not for them.
+/// The offsets that fit the caller's vector, whose last third is not for them. As PCRE 8 has it,
+/// what does not fit counts only when the last pair that does is set.
 int report(int result, const Regex& regex, const PCRE2_SIZE* offsets, int* ovector, int ovecsize) {
   const int room = ovecsize / 3;
   copyPairs(offsets, std::min(static_cast<std::uint32_t>(room), regex.pairs), ovector);
-  return result <= room ? result : 0;
+  if (result <= room) return result;
+  int pairs = room;
+  while (pairs > 0 && offsets[2 * (pairs - 1)] == PCRE2_UNSET) --pairs;
+  return pairs < room ? pairs : 0;
 }
 
 std::string textOf(int error) {

@@ -88,6 +88,8 @@ std::string difference(const Case& c) {
   const vu::test::ExactCopy copy(c.subject);
   const int matched = ours->match(copy.view().data(), static_cast<int>(c.subject.size()), 0,
                                   c.searchOptions, got.data(), c.pairs * 3);
+  // An attempt in front of the match had more groups, which PCRE 8 does not forget.
+  if (result == 0 && matched == c.pairs) return "";
   const std::string want = written(result, expected.data(), c.pairs);
   const std::string have = written(matched, got.data(), c.pairs);
   return want == have ? "" : "8: " + want + "; 2: " + have;
@@ -128,7 +130,8 @@ int main(int argc, char** argv) {
     random_.seed(static_cast<unsigned int>(i));
     const Case c{makePattern(), makeSubject(),
                  kCompileOptions[below(std::size(kCompileOptions) - 1)],
-                 kSearchOptions[below(std::size(kSearchOptions) - 2)], below(8) == 0 ? 0 : 24};
+                 kSearchOptions[below(std::size(kSearchOptions) - 2)],
+                 static_cast<int>(below(6) * below(6))};
     const std::string what = difference(c);
     if (what.empty()) continue;
     const std::string kind = allSyntax_ ? kindOf(c.pattern, what) : "";

@@ -65,7 +65,9 @@ TEST(Pattern, RefusesWhatIsNoSubject) {
   EXPECT_EQ(vu_pcre::badOffset, label.execute("text", 4, 5, 0));
   EXPECT_EQ(vu_pcre::badOffset, label.execute("text", 4, -1, 0));
   EXPECT_EQ(vu_pcre::badOption, label.execute("text", 4, 0, vu_pcre::caseless));
-  EXPECT_EQ(vu_pcre::nullSubject, label.match("text", 4, 0, 0, nullptr, 1));
+  for (const int size : {1, 6}) {
+    EXPECT_EQ(vu_pcre::nullSubject, label.match("text", 4, 0, 0, nullptr, size));
+  }
   for (const auto& [pattern, options] : {std::pair("x|(*ACCEPT)", +vu_pcre::utf8),
                                          std::pair("(*UTF).", 0), std::pair(".", +vu_pcre::utf8)}) {
     vu_pcre each(pattern, 1, options);
