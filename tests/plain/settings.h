@@ -160,7 +160,8 @@ class PlainSettings {
   }
 
   void readFile(const std::string& path) {
-    if (!std::filesystem::is_regular_file(path)) {
+    std::error_code none;
+    if (!std::filesystem::is_regular_file(path, none)) {
       throw vu_exception("Cannot open configuration file [" + path + "]");
     }
     std::istringstream content(contentOf(path));
