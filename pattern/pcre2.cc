@@ -284,9 +284,9 @@ int report(int result, const Regex& regex, const PCRE2_SIZE* offsets, int* ovect
   const int room = ovecsize / 3;
   copyPairs(offsets, std::min(static_cast<std::uint32_t>(room), regex.pairs), ovector);
   if (result <= room) return result;
-  int pairs = room;
+  auto pairs = static_cast<std::size_t>(room);
   while (pairs > 0 && offsets[2 * (pairs - 1)] == PCRE2_UNSET) --pairs;
-  return pairs < room ? pairs : 0;
+  return static_cast<int>(pairs) < room ? static_cast<int>(pairs) : 0;
 }
 
 std::string textOf(int error) {
