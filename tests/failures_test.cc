@@ -195,7 +195,7 @@ TEST(Failures, Xml) {
            [leaf](xmldata& node) {
              auto child = leaf();
              node.addData(child.get());
-             child.release();
+             static_cast<void>(child.release());
            },
            {started});
   // To streams that hand on what goes wrong.

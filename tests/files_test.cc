@@ -129,7 +129,7 @@ TEST(Files, CommandsTellWhatTheyCannotRead) {
   std::vector<Bad> files = {{"/nowhere", "open /nowhere: No such file or directory"},
                             {"/tmp", "read /tmp: Is a directory"},
                             {"/proc/self/mem", "read /proc/self/mem: Input/output error"}};
-  const std::string path = broken.path();
+  const std::string& path = broken.path();
   if (!path.empty()) files.push_back({path, "read " + path + ": Input/output error"});
   const std::string nobody = getuid() == 0 ? "setpriv --reuid=65534 --clear-groups vu " : "vu ";
   if (run(nobody + "--version").status == 0) {

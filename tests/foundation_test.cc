@@ -24,15 +24,15 @@ TEST(Status, LooksUpBothWays) {
   EXPECT_STREQ("a", findStringByValue(1, twice, 9));
   const struct {
     const char* key;
-    unsigned value;
     const sizeT_string_pair* table;
+    unsigned value;
     unsigned bound;
     std::string valueTold = "Value for index [" + std::to_string(value) + "] is not found";
     std::string keyTold = std::string("Index for [") + key + "] is not found";
-  } rows[] = {{"WEB UNKNOWN ERROR", 10000, statusTable, 10000},
-              {"url not found", 4294967295U, statusTable, VU_STATUS_BOUND},
-              {"", 0, none, 9},
-              {"", 0, none, 0, "Maximum index undefined", "Maximum index undefined"}};
+  } rows[] = {{"WEB UNKNOWN ERROR", statusTable, 10000, 10000},
+              {"url not found", statusTable, 4294967295U, VU_STATUS_BOUND},
+              {"", none, 0, 9},
+              {"", none, 0, 0, "Maximum index undefined", "Maximum index undefined"}};
   for (const auto& row : rows) {
     EXPECT_EQ("findValueByString:: " + row.keyTold,
               messageOf([&] { findValueByString(row.key, row.table, row.bound); }));

@@ -266,7 +266,7 @@ TEST(NameValue, AppendsToAList) {
   NvalPcre regex(R"((\w+)=(\w*))");
   Pairs list;
   EXPECT_EQ(0U, insertNV2List(list, regex, nullptr, 7));
-  EXPECT_EQ(0U, insertNV2List(list, regex, std::string_view("a=1", 0)));
+  EXPECT_EQ(0U, insertNV2List(list, regex, std::string_view("a=1").substr(0, 0)));
   EXPECT_EQ(2U, insertNV2List(list, regex, "a=1 b=22", 0));
   EXPECT_EQ(4U, insertNV2List(list, regex, "a=1 b=22", 7));
   EXPECT_EQ("a=1;b=22;a=1;b=2;", written(list));

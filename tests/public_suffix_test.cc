@@ -41,8 +41,8 @@ TEST(PublicSuffix, AgreesWithLibpslByEveryWayIn) {
   const std::string build = std::string(VU_TOOL) + " suffixes build " + kList + " 2>/dev/null -o ";
   ASSERT_EQ(0, std::system((build + definition.path()).c_str()));
   ASSERT_EQ(0, std::system((build + compiled.path() + " --compiled").c_str()));
-  std::vector<std::unique_ptr<vu_cctld>> tables;
-  for (int i = 0; i < 4; ++i) tables.push_back(std::make_unique<vu_cctld>(nullptr));
+  std::vector<std::unique_ptr<vu_cctld>> tables(4);
+  for (auto& each : tables) each = std::make_unique<vu_cctld>(nullptr);
   const int count = tables[0]->initSet(definition.path());
   ASSERT_GT(count, 8000);
   EXPECT_EQ(count, tables[1]->open(compiled.path()));
