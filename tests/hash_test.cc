@@ -20,6 +20,7 @@ TEST(Hash, GivesThePublishedValues) {
   EXPECT_EQ(0x5f9ebd1dU, hashfunctor<unsigned char*>()(bytes(std::string(20, '\0')), 20));
   EXPECT_EQ(0U, hashfunctor<unsigned char*>()(nullptr, 5));
   EXPECT_EQ(0U, hashfunctor<char*>()(nullptr, 5));
+  EXPECT_EQ(0U, hashfunctor<unsigned char*>::strhash(nullptr, 5));
   EXPECT_EQ(0U, hashfunctor<char*>()(nullptr));
   EXPECT_EQ(0x9c352659U, hashfunctor<std::uint64_t>()(0));
   static_assert(!std::is_invocable_v<hashfunctor<unsigned char*>, unsigned char*>,
