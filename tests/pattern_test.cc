@@ -65,6 +65,7 @@ TEST(Pattern, RefusesWhatIsNoSubject) {
   EXPECT_EQ(vu_pcre::badOffset, label.execute("text", 4, 5, 0));
   EXPECT_EQ(vu_pcre::badOffset, label.execute("text", 4, -1, 0));
   EXPECT_EQ(vu_pcre::badOption, label.execute("text", 4, 0, vu_pcre::caseless));
+  EXPECT_EQ(vu_pcre::partialMatch, vu_pcre("ab", 1, 0).execute("a", 1, 0, vu_pcre::partialSoft));
   for (const int size : {1, 6}) {
     EXPECT_EQ(vu_pcre::nullSubject, label.match("text", 4, 0, 0, nullptr, size));
   }
