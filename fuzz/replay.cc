@@ -40,12 +40,12 @@ void tryAll(const std::filesystem::path& path) {
 /// does.
 void tellInput(int signal) {
   std::cerr << "with the input " << std::hex;
-  for (const unsigned char c : current) {
+  for (const char c : current) {
     const bool isPlain = c >= 0x20 && c < 0x7f && std::strchr("\\#+", c) == nullptr;
     if (isPlain) {
       std::cerr << c;
     } else {
-      std::cerr << "\\x" << c / 16 << c % 16;
+      std::cerr << "\\x" << (c >> 4 & 15) << (c & 15);
     }
   }
   std::cerr << std::endl;
