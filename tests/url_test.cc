@@ -62,6 +62,7 @@ TEST(Url, HostsAsBrowsersSeeThem) {
       // ASCII is taken as it is, whatever its ACE labels say; what is beyond is not.
       {"http://xn--A.1.xn--mgbb", "name xn--a.1.xn--mgbb"},
       {"http://xn--a.\xC3\xA9", "domain-to-ASCII"},
+      {"http://xn--zy0c.\xC3\xA9", "domain-to-ASCII"},  // U+DFFF, the last surrogate
       {"http://B\xC3\xBC\xE3\x80\x82xn--E-\xC2\xADGA", "domain-to-ASCII"},
       {"//host/x", "missing-scheme-non-relative-URL", "name host"},
       {"user@host", "missing-scheme-non-relative-URL", "name host"},
